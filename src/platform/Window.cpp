@@ -1,0 +1,81 @@
+// SDL windows: the main window and the loading splash.
+#include "platform/Window.h"
+
+#include <SDL.h>
+
+namespace lh::platform {
+
+namespace {
+SDL_Window* sdl(void* h) { return static_cast<SDL_Window*>(h); }
+}  // namespace
+
+Window* Window::create(const std::string& title, int clientW, int clientH) {
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
+    SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
+    SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 0);
+    SDL_GL_SetAttribute(SDL_GL_ALPHA_SIZE, 0);
+    SDL_Window* w = SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, clientW,
+                                     clientH, SDL_WINDOW_HIDDEN | SDL_WINDOW_OPENGL | SDL_WINDOW_ALLOW_HIGHDPI);
+    if (!w) return nullptr;
+    return new Window(w);
+}
+
+Window::~Window() { SDL_DestroyWindow(sdl(handle)); }
+
+void Window::setPosition(int x, int y) { SDL_SetWindowPosition(sdl(handle), x, y); }
+
+void Window::show() { SDL_ShowWindow(sdl(handle)); }
+
+void Window::raise() { SDL_RaiseWindow(sdl(handle)); }
+
+void Window::setFullScreen(bool on) {
+    SDL_SetWindowFullscreen(sdl(handle), on ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0);
+}
+
+void Window::setResizable(bool on) { SDL_SetWindowResizable(sdl(handle), on ? SDL_TRUE : SDL_FALSE); }
+
+WindowFrame Window::frame() const {
+    WindowFrame f;
+    if (SDL_GetWindowBordersSize(sdl(handle), &f.top, &f.left, &f.bottom, &f.right) != 0) f = WindowFrame{};
+    return f;
+}
+
+void Window::clientSize(int& w, int& h) const { SDL_GetWindowSize(sdl(handle), &w, &h); }
+
+void Window::drawableSize(int& w, int& h) const { SDL_GL_GetDrawableSize(sdl(handle), &w, &h); }
+
+SplashWindow* SplashWindow::create(const std::string& title) {
+    SDL_Window* w = SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, 400, 120,
+                                     SDL_WINDOW_BORDERLESS | SDL_WINDOW_SKIP_TASKBAR);
+    if (!w) return nullptr;
+    auto* splash = new SplashWindow(w);
+    splash->paint(0.0f);
+    return splash;
+}
+
+SplashWindow::~SplashWindow() { SDL_DestroyWindow(sdl(handle)); }
+
+void SplashWindow::progress(float fraction) {
+    paint(fraction);
+    SDL_PumpEvents();
+}
+
+void SplashWindow::paint(float fraction) {
+    SDL_Surface* s = SDL_GetWindowSurface(sdl(handle));
+    if (!s) return;
+    // A plain banner: dark field, a gold rule and a progress bar along the foot.
+    SDL_FillRect(s, nullptr, SDL_MapRGB(s->format, 0x22, 0x1B, 0x2E));
+    SDL_Rect rule{20, 40, s->w - 40, 3};
+    SDL_FillRect(s, &rule, SDL_MapRGB(s->format, 0xC8, 0xA0, 0x48));
+    SDL_Rect track{20, s->h - 30, s->w - 40, 10};
+    SDL_FillRect(s, &track, SDL_MapRGB(s->format, 0x44, 0x3C, 0x52));
+    if (fraction < 0) fraction = 0;
+    if (fraction > 1) fraction = 1;
+    SDL_Rect bar{20, s->h - 30, int(float(s->w - 40) * fraction), 10};
+    SDL_FillRect(s, &bar, SDL_MapRGB(s->format, 0xC8, 0xA0, 0x48));
+    SDL_UpdateWindowSurface(sdl(handle));
+}
+
+}  // namespace lh::platform

@@ -2,20 +2,238 @@
 #include "app/Application.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <string>
+#include <vector>
 
+#include "app/AppState.h"
+#include "app/WindowPlacement.h"
+#include "app/WorkDir.h"
 #include "platform/Platform.h"
+#include "platform/Window.h"
 
 namespace lh::app {
 
-int runMain(int, char**) {
+namespace {
+
+constexpr int kClientWidth = 1024;
+constexpr int kClientHeight = 768;
+
+// Until the launcher exists, the command line stands in for it. A way in that
+// the flags leave open counts as a cancelled launcher.
+bool chooseWayIn(const CommandLine& cl) {
+    AppState& a = app();
+    if (cl.port) a.listenPort = *cl.port;
+    if (!cl.sessionMode) {
+        std::fprintf(stderr, "No way in was chosen: give --host, --join ADDRESS or --local (see --help).\n");
+        return false;
+    }
+    a.sessionMode = *cl.sessionMode;
+    switch (a.sessionMode) {
+    case 0:
+        if (cl.campaignName.empty()) {
+            std::fprintf(stderr, "Hosting needs a Campaign: give --campaign NAME.\n");
+            return false;
+        }
+        return true;
+    case 1:
+        if (cl.userName.empty()) {
+            std::fprintf(stderr, "Joining needs a user name: give --user NAME.\n");
+            return false;
+        }
+        // FIXME: connecting to the host arrives with the session layer; until
+        // then a join ends as a failed connection does.
+        platform::messageBox("Network Error", "Could not connect to the host. Check the address and try again.");
+        return false;
+    default:
+        return true;
+    }
+}
+
+void placeMainWindow(platform::Window& window) {
+    platform::WindowFrame f = window.frame();
+    int outerW = kClientWidth + f.left + f.right;
+    int outerH = kClientHeight + f.top + f.bottom;
+    platform::ScreenSize screen = platform::primaryScreen();
+    window.setPosition(centredPosition(screen.left, screen.width, outerW) + f.left,
+                       centredPosition(screen.top, screen.height, outerH) + f.top);
+}
+
+void contentLoad(platform::SplashWindow* splash) {
+    // Token folders, the Ruleset, the database and the characters load here
+    // as their subsystems arrive; each step moves the splash along.
+    if (splash) splash->progress(0.5f);
+    platform::setTimer(kTimerAutosave, kAutosaveMs);
+    if (splash) splash->progress(1.0f);
+}
+
+void onTimer(int id) {
+    AppState& a = app();
+    switch (id) {
+    case kTimerTick:
+        ++a.tickCount;
+        if (hooks().pollSession) hooks().pollSession();
+        if (hooks().onTick) hooks().onTick();
+        if (a.quitAfterTicks && a.tickCount >= a.quitAfterTicks) platform::postQuit(0);
+        break;
+    case kTimerIdle:
+        SetMouseIdle(true);
+        break;
+    case kTimerAutosave:
+        if (hooks().autosave) hooks().autosave();
+        break;
+    default:
+        break;
+    }
+}
+
+bool isInput(platform::EventType t) {
+    using platform::EventType;
+    return t == EventType::KeyDown || t == EventType::KeyUp || t == EventType::Char || t == EventType::MouseMove ||
+           t == EventType::MouseDown || t == EventType::MouseUp || t == EventType::MouseWheel;
+}
+
+// Handles one event; returns true with the code when it ends the loop.
+bool handleEvent(const platform::Event& e, int& exitCode) {
+    using platform::EventType;
+    switch (e.type) {
+    case EventType::Quit:  // the main window went away
+        exitCode = -1;
+        return true;
+    case EventType::QuitRequest:
+        exitCode = e.exitCode;
+        return true;
+    case EventType::Timer:
+        onTimer(e.timerId);
+        return false;
+    case EventType::Wake:
+        if (hooks().pollSession) hooks().pollSession();
+        return false;
+    default:
+        break;
+    }
+    if (isInput(e.type)) {
+        SetMouseIdle(false);
+        if (hooks().routeInput) hooks().routeInput(e);
+    }
+    return false;
+}
+
+}  // namespace
+
+SpineHooks& hooks() {
+    static SpineHooks h;
+    return h;
+}
+
+void SetMouseIdle(bool idle) {
+    AppState& a = app();
+    if (a.sessionMode == 2) return;
+    bool reporter = a.sessionMode == 1 && hooks().sendIdleState;
+    if (!idle) {
+        platform::setOneShotTimer(kTimerIdle, kIdleMs);
+        if (a.idleReported && reporter) hooks().sendIdleState(0);
+        a.idleReported = false;
+    } else {
+        if (reporter) hooks().sendIdleState(2);
+        a.idleReported = true;
+    }
+}
+
+bool InitInstance(const CommandLine& cl) {
+    AppState& a = app();
+    // "errorlog.html" went with entering the working directory, before this.
+    if (!chooseWayIn(cl)) return false;
+
+    platform::SplashWindow* splash = platform::SplashWindow::create(a.windowTitle);
+
+    a.mainWindow = platform::Window::create(a.windowTitle, kClientWidth, kClientHeight);
+    if (!a.mainWindow) {
+        delete splash;
+        platform::messageBox(a.windowTitle, "The main window could not be created.");
+        return false;
+    }
+    placeMainWindow(*a.mainWindow);
+    if (splash) splash->progress(0.2f);
+
+    contentLoad(splash);
+
+    delete splash;
+    a.mainWindow->show();
+    a.mainWindow->raise();
+    platform::ScreenSize screen = platform::primaryScreen();
+    if (wantsFullScreen(screen.width, screen.height)) {
+        a.fullScreen = true;
+        a.mainWindow->setFullScreen(true);
+    }
+    return true;
+}
+
+int runMainLoop() {
+    platform::setTimer(kTimerTick, kTickMs);
+    platform::setOneShotTimer(kTimerIdle, kIdleMs);
+    int exitCode = 0;
+    for (;;) {
+        platform::Event e;
+        if (platform::pollEvent(e)) {
+            if (handleEvent(e, exitCode)) return exitCode;
+            continue;
+        }
+        // Idle: step the dice, draw what is dirty; with nothing to draw,
+        // sleep until the next event or timer instead of spinning.
+        if (hooks().stepDice) hooks().stepDice();
+        int drew = hooks().drawFrame ? hooks().drawFrame() : 0;
+        if (drew) continue;
+        if (platform::waitEvent(e, -1) && handleEvent(e, exitCode)) return exitCode;
+    }
+}
+
+void runExitPath() {
+    if (hooks().exitSave) hooks().exitSave();
+}
+
+int runMain(int argc, char** argv) {
+    std::vector<std::string> args(argv + 1, argv + argc);
+    CommandLine cl = parseCommandLine(args);
+    if (cl.showHelp) {
+        std::fputs(commandLineHelp(), stdout);
+        return 0;
+    }
+    if (cl.showVersion) {
+        std::printf("Lorehaven %s\n", kVersionText);
+        return 0;
+    }
+    if (!cl.error.empty()) {
+        std::fprintf(stderr, "lorehaven: %s (see --help)\n", cl.error.c_str());
+        return 2;
+    }
+
+    std::srand(unsigned(std::time(nullptr)));
+    AppState& a = app();
+    std::snprintf(a.windowTitle, sizeof a.windowTitle, "%s", "Lorehaven");
+    std::snprintf(a.windowClassName, sizeof a.windowClassName, "%s", "ZENTHAR");
+    a.quitAfterTicks = cl.quitAfterTicks;
+
     std::string error;
-    if (!platform::initialize(error)) {
-        std::fprintf(stderr, "%s\n", error.c_str());
+    if (!enterWorkDirectory(cl.workDir.empty() ? std::filesystem::current_path() : std::filesystem::path(cl.workDir), error)) {
+        std::fprintf(stderr, "lorehaven: %s\n", error.c_str());
         return -1;
     }
+    if (!platform::initialize(error)) {
+        std::fprintf(stderr, "lorehaven: cannot start the display: %s\n", error.c_str());
+        return -1;
+    }
+    if (!InitInstance(cl)) {
+        platform::shutdown();
+        return -1;
+    }
+    int code = runMainLoop();
+    runExitPath();
+    delete a.mainWindow;
+    a.mainWindow = nullptr;
     platform::shutdown();
-    return 0;
+    return code;
 }
 
 }  // namespace lh::app

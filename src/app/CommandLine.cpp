@@ -1,0 +1,131 @@
+// The command line.
+#include "app/CommandLine.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace lh::app {
+
+namespace {
+
+struct ValueFlag {
+    const char* name;
+    std::string CommandLine::*field;
+};
+
+const ValueFlag kValueFlags[] = {
+    {"--user", &CommandLine::userName},         {"--gm", &CommandLine::gamemasterName},
+    {"--campaign", &CommandLine::campaignName}, {"--ruleset", &CommandLine::rulesetName},
+    {"--password", &CommandLine::password},     {"--identity", &CommandLine::identityName},
+    {"--workdir", &CommandLine::workDir},
+};
+
+void splitAtBlanks(const std::string& arg, std::vector<std::string>& out) {
+    std::string token;
+    for (char c : arg) {
+        if (c == ' ' || c == '\t') {
+            if (!token.empty()) out.push_back(token);
+            token.clear();
+        } else {
+            token.push_back(c);
+        }
+    }
+    if (!token.empty()) out.push_back(token);
+}
+
+}  // namespace
+
+bool readPortToken(const std::string& token, uint32_t& port) {
+    const char* t = token.c_str();
+    if (*t == '-' || *t == '/') ++t;
+    if (*t != 'p') return false;
+    unsigned value = 0;
+    if (std::sscanf(t, "p%u", &value) != 1) return false;
+    port = value;
+    return true;
+}
+
+CommandLine parseCommandLine(const std::vector<std::string>& args) {
+    CommandLine cl;
+    std::vector<std::string> loose;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        auto needValue = [&](std::string& into) {
+            if (i + 1 >= args.size()) {
+                cl.error = a + " needs a value";
+                return;
+            }
+            into = args[++i];
+        };
+        if (a == "--help" || a == "-h") {
+            cl.showHelp = true;
+        } else if (a == "--version") {
+            cl.showVersion = true;
+        } else if (a == "--host") {
+            cl.sessionMode = 0;
+        } else if (a == "--local") {
+            cl.sessionMode = 2;
+        } else if (a == "--join") {
+            cl.sessionMode = 1;
+            needValue(cl.joinAddress);
+        } else if (a == "--quit-after-ticks") {
+            std::string n;
+            needValue(n);
+            char* end = nullptr;
+            unsigned long v = std::strtoul(n.c_str(), &end, 10);
+            if (n.empty() || *end != 0 || v == 0 || v > 0xFFFFFFFFul) {
+                if (cl.error.empty()) cl.error = "--quit-after-ticks needs a positive number";
+            } else {
+                cl.quitAfterTicks = uint32_t(v);
+            }
+        } else {
+            bool matched = false;
+            for (const ValueFlag& f : kValueFlags) {
+                if (a == f.name) {
+                    needValue(cl.*(f.field));
+                    matched = true;
+                    break;
+                }
+            }
+            if (!matched && a.size() > 2 && a.compare(0, 2, "--") == 0 && cl.error.empty()) {
+                cl.error = "unknown option " + a;
+            }
+            if (!matched) splitAtBlanks(a, loose);
+        }
+    }
+    for (const std::string& token : loose) {
+        uint32_t port;
+        if (readPortToken(token, port)) cl.port = port;
+    }
+    return cl;
+}
+
+const char* commandLineHelp() {
+    return "Usage: lorehaven [options] [pPORT]\n"
+           "\n"
+           "A virtual tabletop for pen-and-paper role-playing games.\n"
+           "\n"
+           "The way in (the launcher asks when these do not settle it):\n"
+           "  --host                 host a Campaign as the Gamemaster\n"
+           "  --join ADDRESS         join the game at ADDRESS as a player\n"
+           "  --local                create and view local characters\n"
+           "  --gm NAME              the Gamemaster's user name (host)\n"
+           "  --user NAME            the player's user name (join)\n"
+           "  --campaign NAME        the Campaign to open or create (host)\n"
+           "  --ruleset NAME         the Ruleset of a new Campaign (host)\n"
+           "  --password TEXT        the session password\n"
+           "  --identity NAME        the Identity to take on after joining\n"
+           "  --workdir DIR          the working directory (default: the current one)\n"
+           "\n"
+           "  pPORT, -pPORT, /pPORT  the TCP port of the session (default 1802)\n"
+           "\n"
+           "  --quit-after-ticks N   end with exit code 0 after N ticks of 30 ms (for tests)\n"
+           "  --help                 show this text\n"
+           "  --version              show the version\n"
+           "\n"
+           "Environment: SDL_VIDEODRIVER=offscreen runs without a display (message boxes\n"
+           "go to standard error); LOREHAVEN_CONFIG_DIR holds the remembered settings.\n";
+}
+
+}  // namespace lh::app

@@ -1,0 +1,131 @@
+// Picture decoding: libpng, libjpeg-turbo, then stb_image as the fallback.
+#include "ui/PictureDecoder.h"
+
+#include <png.h>
+#include <stb_image.h>
+
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+
+// jpeglib.h wants FILE and size_t declared first.
+#include <jpeglib.h>
+
+namespace lh::ui {
+
+namespace {
+
+bool sizeAllowed(uint64_t w, uint64_t h) {
+    return w > 0 && h > 0 && w <= kMaxPictureSide && h <= kMaxPictureSide && w * h <= kMaxPicturePixels;
+}
+
+bool decodePng(const void* bytes, size_t length, PixelImage& out) {
+    if (length < 8 || png_sig_cmp(static_cast<png_const_bytep>(bytes), 0, 8) != 0) return false;
+    png_image image;
+    std::memset(&image, 0, sizeof image);
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_memory(&image, bytes, length)) return false;
+    if (!sizeAllowed(image.width, image.height)) {
+        png_image_free(&image);
+        return false;
+    }
+    image.format = PNG_FORMAT_BGRA;  // memory order of 0xAARRGGBB
+    std::vector<uint32_t> pixels(size_t(image.width) * image.height);
+    if (!png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) {
+        png_image_free(&image);
+        return false;
+    }
+    out.width = image.width;
+    out.height = image.height;
+    out.pixels = std::move(pixels);
+    return true;
+}
+
+struct JpegError {
+    jpeg_error_mgr base;
+    std::jmp_buf jump;
+};
+
+void jpegFail(j_common_ptr info) {
+    std::longjmp(reinterpret_cast<JpegError*>(info->err)->jump, 1);
+}
+
+void jpegQuiet(j_common_ptr, int) {}
+
+bool decodeJpeg(const void* bytes, size_t length, PixelImage& out) {
+    const auto* b = static_cast<const unsigned char*>(bytes);
+    if (length < 3 || b[0] != 0xFF || b[1] != 0xD8) return false;
+    jpeg_decompress_struct info;
+    JpegError error;
+    info.err = jpeg_std_error(&error.base);
+    error.base.error_exit = jpegFail;
+    error.base.emit_message = jpegQuiet;
+    // Everything that lives across the longjmp is declared before it.
+    std::vector<uint32_t> pixels;
+    if (setjmp(error.jump)) {
+        jpeg_destroy_decompress(&info);
+        return false;
+    }
+    jpeg_create_decompress(&info);
+    jpeg_mem_src(&info, b, static_cast<unsigned long>(length));
+    if (jpeg_read_header(&info, TRUE) != JPEG_HEADER_OK || !sizeAllowed(info.image_width, info.image_height)) {
+        jpeg_destroy_decompress(&info);
+        return false;
+    }
+    info.out_color_space = JCS_EXT_BGRA;
+    jpeg_start_decompress(&info);
+    pixels.assign(size_t(info.output_width) * info.output_height, 0);
+    while (info.output_scanline < info.output_height) {
+        JSAMPROW row = reinterpret_cast<JSAMPROW>(pixels.data() + size_t(info.output_scanline) * info.output_width);
+        jpeg_read_scanlines(&info, &row, 1);
+    }
+    jpeg_finish_decompress(&info);
+    out.width = info.output_width;
+    out.height = info.output_height;
+    jpeg_destroy_decompress(&info);
+    out.pixels = std::move(pixels);
+    return true;
+}
+
+bool decodeFallback(const void* bytes, size_t length, PixelImage& out) {
+    if (length > size_t(INT32_MAX)) return false;
+    int w = 0, h = 0, channels = 0;
+    const auto* b = static_cast<const stbi_uc*>(bytes);
+    if (!stbi_info_from_memory(b, int(length), &w, &h, &channels) || !sizeAllowed(uint64_t(w), uint64_t(h))) {
+        return false;
+    }
+    stbi_uc* rgba = stbi_load_from_memory(b, int(length), &w, &h, &channels, 4);
+    if (!rgba) return false;
+    out.width = uint32_t(w);
+    out.height = uint32_t(h);
+    out.pixels.resize(size_t(w) * size_t(h));
+    for (size_t i = 0; i < out.pixels.size(); ++i) {
+        const stbi_uc* p = rgba + i * 4;
+        out.pixels[i] = uint32_t(p[3]) << 24 | uint32_t(p[0]) << 16 | uint32_t(p[1]) << 8 | p[2];
+    }
+    stbi_image_free(rgba);
+    return true;
+}
+
+}  // namespace
+
+bool decodePicture(const void* bytes, size_t length, PixelImage& out) {
+    out = PixelImage{};
+    if (!bytes || length == 0) return false;
+    // The format is told by its signature; a damaged PNG or JPEG is not handed
+    // on to the lenient fallback, which would show half a picture.
+    const auto* b = static_cast<const unsigned char*>(bytes);
+    bool ok;
+    if (length >= 8 && png_sig_cmp(b, 0, 8) == 0) {
+        ok = decodePng(bytes, length, out);
+    } else if (length >= 2 && b[0] == 0xFF && b[1] == 0xD8) {
+        ok = decodeJpeg(bytes, length, out);
+    } else {
+        ok = decodeFallback(bytes, length, out);
+    }
+    if (ok) return true;
+    out = PixelImage{};
+    return false;
+}
+
+}  // namespace lh::ui

@@ -1,0 +1,126 @@
+// Pictures: PNG, JPEG and a fallback format decode to ARGB, top row first;
+// broken and oversized files are refused without harm.
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cstdio>
+#include <cstring>
+#include <jpeglib.h>
+#include <zlib.h>
+
+#include "ui/PictureDecoder.h"
+
+using namespace lh::ui;
+
+namespace {
+
+std::vector<uint8_t> encodePng(uint32_t w, uint32_t h, const std::vector<uint32_t>& argb) {
+    png_image image;
+    std::memset(&image, 0, sizeof image);
+    image.version = PNG_IMAGE_VERSION;
+    image.width = w;
+    image.height = h;
+    image.format = PNG_FORMAT_BGRA;
+    png_alloc_size_t size = 0;
+    png_image_write_to_memory(&image, nullptr, &size, 0, argb.data(), 0, nullptr);
+    std::vector<uint8_t> out(size);
+    png_image_write_to_memory(&image, out.data(), &size, 0, argb.data(), 0, nullptr);
+    out.resize(size);
+    return out;
+}
+
+std::vector<uint8_t> encodeJpeg(int w, int h, uint8_t r, uint8_t g, uint8_t b) {
+    jpeg_compress_struct info;
+    jpeg_error_mgr err;
+    info.err = jpeg_std_error(&err);
+    jpeg_create_compress(&info);
+    unsigned char* mem = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&info, &mem, &size);
+    info.image_width = JDIMENSION(w);
+    info.image_height = JDIMENSION(h);
+    info.input_components = 3;
+    info.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&info);
+    jpeg_set_quality(&info, 100, TRUE);
+    jpeg_start_compress(&info, TRUE);
+    std::vector<uint8_t> row(size_t(w) * 3);
+    for (int x = 0; x < w; ++x) row[size_t(x) * 3] = r, row[size_t(x) * 3 + 1] = g, row[size_t(x) * 3 + 2] = b;
+    while (info.next_scanline < info.image_height) {
+        JSAMPROW p = row.data();
+        jpeg_write_scanlines(&info, &p, 1);
+    }
+    jpeg_finish_compress(&info);
+    std::vector<uint8_t> out(mem, mem + size);
+    jpeg_destroy_compress(&info);
+    free(mem);
+    return out;
+}
+
+// A 2x2 24-bit BMP: bottom row first on disk.
+std::vector<uint8_t> tinyBmp() {
+    std::vector<uint8_t> b = {'B', 'M', 70, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0, 40, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0,
+                              1, 0, 24, 0, 0, 0, 0, 0, 16, 0, 0, 0, 0x13, 0x0B, 0, 0, 0x13, 0x0B, 0, 0, 0, 0, 0, 0,
+                              0, 0, 0, 0};
+    // bottom row: blue, green; top row: red, white (B, G, R per pixel, rows padded to 4)
+    uint8_t rows[] = {255, 0, 0, 0, 255, 0, 0, 0, 0, 0, 255, 255, 255, 255, 0, 0};
+    b.insert(b.end(), rows, rows + sizeof rows);
+    return b;
+}
+
+}  // namespace
+
+TEST(PictureDecoder, PngJpegAndFallbackDecodeTopRowFirst) {
+    // An asymmetric picture with alpha: a red pixel at the top left.
+    std::vector<uint32_t> argb = {0xFFFF0000, 0x8000FF00, 0x400000FF, 0x00FFFFFF, 0xFF123456, 0xFF000000};
+    PixelImage png;
+    auto bytes = encodePng(3, 2, argb);
+    ASSERT_TRUE(decodePicture(bytes.data(), bytes.size(), png));
+    EXPECT_EQ(png.width, 3u);
+    EXPECT_EQ(png.height, 2u);
+    EXPECT_EQ(png.pixels[0], 0xFFFF0000u);
+    EXPECT_EQ(png.pixels[1], 0x8000FF00u);
+    EXPECT_EQ(png.pixels[4], 0xFF123456u);
+
+    PixelImage jpeg;
+    auto jpg = encodeJpeg(16, 8, 200, 100, 50);
+    ASSERT_TRUE(decodePicture(jpg.data(), jpg.size(), jpeg));
+    EXPECT_EQ(jpeg.width, 16u);
+    uint32_t p = jpeg.pixels[17];
+    EXPECT_EQ(p >> 24, 0xFFu);  // no alpha in the format: opaque
+    EXPECT_NEAR(int((p >> 16) & 0xFF), 200, 3);
+    EXPECT_NEAR(int((p >> 8) & 0xFF), 100, 3);
+    EXPECT_NEAR(int(p & 0xFF), 50, 3);
+
+    PixelImage bmp;
+    auto b = tinyBmp();
+    ASSERT_TRUE(decodePicture(b.data(), b.size(), bmp));
+    EXPECT_EQ(bmp.pixels[0], 0xFFFF0000u);  // top left red
+    EXPECT_EQ(bmp.pixels[2], 0xFF0000FFu);  // bottom left blue
+}
+
+TEST(PictureDecoder, BrokenAndOversizedPicturesAreRefused) {
+    std::vector<uint32_t> argb(64 * 64, 0xFF336699);
+    auto png = encodePng(64, 64, argb);
+    PixelImage out;
+    // Every cut short of the closing IEND chunk (12 bytes) loses pixel data.
+    for (size_t cut = 0; cut < png.size() - 12; cut += 5) {
+        EXPECT_FALSE(decodePicture(png.data(), cut, out)) << cut;
+        EXPECT_TRUE(out.empty());
+    }
+    auto jpg = encodeJpeg(32, 32, 1, 2, 3);
+    for (size_t cut = 0; cut < jpg.size() / 2; cut += 9) decodePicture(jpg.data(), cut, out);  // no crash
+    std::vector<uint8_t> noise(4096);
+    for (size_t i = 0; i < noise.size(); ++i) noise[i] = uint8_t(i * 131 + 7);
+    EXPECT_FALSE(decodePicture(noise.data(), noise.size(), out));
+    EXPECT_FALSE(decodePicture(nullptr, 0, out));
+
+    // A PNG header that claims 100000 x 100000 pixels is refused before any
+    // pixel memory is taken.
+    auto huge = encodePng(1, 1, {0xFFFFFFFF});
+    huge[16] = 0x00, huge[17] = 0x01, huge[18] = 0x86, huge[19] = 0xA0;  // width
+    huge[20] = 0x00, huge[21] = 0x01, huge[22] = 0x86, huge[23] = 0xA0;  // height
+    uint32_t crc = uint32_t(crc32(0, huge.data() + 12, 17));
+    huge[29] = uint8_t(crc >> 24), huge[30] = uint8_t(crc >> 16), huge[31] = uint8_t(crc >> 8), huge[32] = uint8_t(crc);
+    EXPECT_FALSE(decodePicture(huge.data(), huge.size(), out));
+}

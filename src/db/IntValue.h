@@ -1,0 +1,55 @@
+// A signed 32-bit number on a record. `base` is what is stored and sent;
+// `effective` adds what other values contribute through sources, and is what
+// a control shows.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "db/NodeValue.h"
+
+namespace lh::db {
+
+class IntValue : public NodeValue {
+public:
+    enum class Operation : int { add = 0, subtract = 1, multiply = 2, divide = 3 };
+    enum Mode : int { normal = 0, modifier = 1, readOnly = 2 };
+
+    struct Source {
+        IntValue* value;
+        Operation operation;
+        std::map<int32_t, int32_t> mapping;  // replaces the source's number
+    };
+
+    IntValue() = default;
+    ~IntValue() override;
+    NodeKind kind() const override { return NodeKind::intValue; }
+
+    void set(int32_t number);
+    int32_t base() const { return baseValue; }
+    int32_t effective() const { return effectiveValue; }
+    // Sends the node on and marks it dirty; unless quiet, tells the node's
+    // parent that a child's value changed. 0, or -1 without a node.
+    int publish(bool quiet);
+
+    // Makes `source` feed this value, after the sources already there.
+    void addSource(IntValue& source, Operation operation, std::map<int32_t, int32_t> mapping = {});
+    // Works `effective` out again, then every dependant's, in list order.
+    void recompute();
+
+    const std::vector<Source>& sources() const { return sourceList; }
+    const std::vector<IntValue*>& dependants() const { return dependantList; }
+
+    int mode = normal;  // in readOnly, set and publish do nothing
+    bool isDirty = false;
+
+private:
+    int32_t baseValue = 0;
+    int32_t effectiveValue = 0;
+    std::vector<Source> sourceList;
+    std::vector<IntValue*> dependantList;
+    bool computing = false;  // stops a loop of values that feed each other
+};
+
+}  // namespace lh::db

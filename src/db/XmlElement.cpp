@@ -1,0 +1,186 @@
+// XmlElement on pugixml. Text comes out of the parser as UTF-8 and is turned
+// into the program's 8-bit text; pure ASCII, by far the common case, is
+// copied without conversion.
+#include "db/XmlElement.h"
+
+#include <cstring>
+
+#include "db/XmlDocumentHolder.h"
+#include "platform/Encoding.h"
+
+namespace lh::db {
+
+namespace {
+
+bool isAscii(const char* s) {
+    for (; *s; ++s) {
+        if (static_cast<unsigned char>(*s) >= 0x80) return false;
+    }
+    return true;
+}
+
+void assign8Bit(std::string& out, const char* utf8) {
+    if (isAscii(utf8)) {
+        out.assign(utf8);
+    } else {
+        out = platform::utf8ToWindows1252(utf8);
+    }
+}
+
+void copyToBuffer(const std::string& text, char* buffer, size_t size) {
+    if (size == 0) return;
+    size_t n = text.size() < size - 1 ? text.size() : size - 1;
+    std::memcpy(buffer, text.data(), n);
+    buffer[n] = 0;
+}
+
+char upper(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
+
+bool equalsNoCase(const char* name, std::string_view wanted) {
+    size_t i = 0;
+    for (; name[i]; ++i) {
+        if (i >= wanted.size() || upper(name[i]) != upper(wanted[i])) return false;
+    }
+    return i == wanted.size();
+}
+
+bool isTextNode(pugi::xml_node node) {
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+void appendTextBelow(pugi::xml_node node, std::string& utf8) {
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+        if (isTextNode(child)) {
+            utf8.append(child.value());
+        } else if (child.type() == pugi::node_element) {
+            appendTextBelow(child, utf8);
+        }
+    }
+}
+
+// Length of the UTF-8 sequence at s[i] and its code point, or 0 when the
+// bytes there are no valid sequence.
+size_t decodeUtf8(const std::string& s, size_t i, char32_t& cp) {
+    unsigned char c = static_cast<unsigned char>(s[i]);
+    size_t len = (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
+    if (len == 0 || i + len > s.size()) return 0;
+    cp = c & (0x7F >> len);
+    for (size_t k = 1; k < len; ++k) {
+        unsigned char b = static_cast<unsigned char>(s[i + k]);
+        if ((b & 0xC0) != 0x80) return 0;
+        cp = (cp << 6) | (b & 0x3F);
+    }
+    return len;
+}
+
+// Collects printed XML, writing non-ASCII characters as references so the
+// markup stays exact in an 8-bit file without a declaration.
+class MarkupWriter : public pugi::xml_writer {
+public:
+    std::string utf8;
+    void write(const void* data, size_t size) override { utf8.append(static_cast<const char*>(data), size); }
+};
+
+}  // namespace
+
+XmlElement::XmlElement(std::shared_ptr<XmlDocumentHolder> doc, pugi::xml_node_struct* n)
+    : document(std::move(doc)), node(n) {}
+
+XmlElement::~XmlElement() = default;
+
+void XmlElement::fetchChildren() {
+    childrenFetched = true;
+    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element || isTextNode(child)) children.push_back(child.internal_object());
+    }
+}
+
+std::unique_ptr<XmlElement> XmlElement::childAt(size_t index) {
+    if (!childrenFetched) fetchChildren();
+    if (index >= children.size()) return nullptr;
+    return std::make_unique<XmlElement>(document, children[index]);
+}
+
+size_t XmlElement::childCount() {
+    if (!childrenFetched) fetchChildren();
+    return children.size();
+}
+
+bool XmlElement::isText() const { return isTextNode(pugi::xml_node(node)); }
+
+int XmlElement::tagName(std::string& out) const {
+    pugi::xml_node n(node);
+    if (n.type() != pugi::node_element) return -1;
+    assign8Bit(out, n.name());
+    for (char& c : out) c = upper(c);
+    return 0;
+}
+
+int XmlElement::tagName(char* buffer, size_t size) const {
+    std::string name;
+    if (tagName(name) != 0) return -1;
+    copyToBuffer(name, buffer, size);
+    return 0;
+}
+
+int XmlElement::attribute(std::string_view upperName, std::string& out) const {
+    for (pugi::xml_attribute a = pugi::xml_node(node).first_attribute(); a; a = a.next_attribute()) {
+        if (equalsNoCase(a.name(), upperName)) {
+            assign8Bit(out, a.value());
+            return 0;
+        }
+    }
+    return -1;
+}
+
+int XmlElement::attribute(std::string_view upperName, char* buffer, size_t size) const {
+    std::string value;
+    if (attribute(upperName, value) != 0) return -1;
+    copyToBuffer(value, buffer, size);
+    return 0;
+}
+
+std::optional<std::string> XmlElement::text() const {
+    pugi::xml_node n(node);
+    std::string utf8;
+    if (isTextNode(n)) {
+        utf8 = n.value();
+    } else {
+        appendTextBelow(n, utf8);
+    }
+    if (utf8.empty()) return std::nullopt;
+    std::string out;
+    assign8Bit(out, utf8.c_str());
+    return out;
+}
+
+std::string XmlElement::innerMarkup() const {
+    MarkupWriter writer;
+    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
+        if (child.type() != pugi::node_element && !isTextNode(child)) continue;
+        child.print(writer, "", pugi::format_raw);
+        if (child.type() == pugi::node_element) writer.utf8.push_back('\n');
+    }
+    // Every character outside ASCII becomes a reference to its code point.
+    std::string out;
+    out.reserve(writer.utf8.size());
+    for (size_t i = 0; i < writer.utf8.size();) {
+        unsigned char c = static_cast<unsigned char>(writer.utf8[i]);
+        if (c < 0x80) {
+            out.push_back(char(c));
+            ++i;
+            continue;
+        }
+        char32_t cp = 0;
+        size_t len = decodeUtf8(writer.utf8, i, cp);
+        if (len == 0) {
+            cp = platform::windows1252ToCodePoint(c);  // raw 8-bit byte
+            len = 1;
+        }
+        out += "&#" + std::to_string(uint32_t(cp)) + ";";
+        i += len;
+    }
+    return out;
+}
+
+}  // namespace lh::db

@@ -1,0 +1,75 @@
+// XmlElement: the only way the program reads XML. One element (or text piece)
+// of a parsed document; every element keeps its document alive on its own,
+// so elements may be deleted in any order.
+//
+// What callers rely on, whatever parser stands behind it:
+//  1. tagName comes back in upper case.
+//  2. attribute names are found without regard to case.
+//  3. attribute values come back as written, with references resolved.
+//  4. children are enumerated in document order and include text pieces,
+//     which answer -1 to tagName and give their text by text().
+//  5. the root is the document's outermost element.
+//  6. an absent attribute (-1) differs from an empty one (0, empty text).
+// All text is the program's 8-bit text (Windows-1252).
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pugi {
+struct xml_node_struct;
+}
+
+namespace lh::db {
+
+struct XmlDocumentHolder;
+
+class XmlElement {
+public:
+    // Limits of the fixed-buffer forms, as the callers' buffers are sized.
+    static constexpr size_t maxTagName = 1024;
+    static constexpr size_t maxAttributeValue = 1024;
+
+    XmlElement(std::shared_ptr<XmlDocumentHolder> document, pugi::xml_node_struct* node);
+    virtual ~XmlElement();
+    XmlElement(const XmlElement&) = delete;
+    XmlElement& operator=(const XmlElement&) = delete;
+
+    // The child at index, or null past the end. The first call gathers the
+    // children once; later calls index into that list.
+    std::unique_ptr<XmlElement> childAt(size_t index);
+    size_t childCount();
+
+    // 0 and the tag name in upper case, or -1 for a text piece.
+    int tagName(std::string& out) const;
+    // Fixed-buffer form: cut to fit, always zero-terminated.
+    int tagName(char* buffer, size_t size) const;
+    bool isText() const;
+
+    // 0 and the value, or -1 with `out` left as it was.
+    int attribute(std::string_view upperName, std::string& out) const;
+    int attribute(std::string_view upperName, char* buffer, size_t size) const;
+
+    // The text of a text piece, or of all text pieces below an element joined
+    // in order; nullopt when there is none.
+    std::optional<std::string> text() const;
+
+    // The element's content printed back as XML on one line per child
+    // element, in 8-bit text with anything above 127 written as a character
+    // reference. For values that keep XML they do not interpret yet.
+    std::string innerMarkup() const;
+
+private:
+    std::shared_ptr<XmlDocumentHolder> document;
+    pugi::xml_node_struct* node;
+    std::vector<pugi::xml_node_struct*> children;
+    bool childrenFetched = false;
+
+    void fetchChildren();
+};
+
+}  // namespace lh::db

@@ -1,0 +1,248 @@
+// The record tree: observers, deletion order, numbering, holders, owners.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "db/DbContext.h"
+#include "db/DbNode.h"
+#include "db/IntValue.h"
+#include "db/StringValue.h"
+
+using namespace lh::db;
+
+namespace {
+
+// Records every call, in order, into a shared log.
+class LogObserver : public NodeObserver {
+public:
+    LogObserver(std::string tag, DbNode* watched, std::vector<std::string>& log) : tag(std::move(tag)), node(watched), log(log) {
+        node->addObserver(this);
+    }
+    ~LogObserver() override {
+        if (node) node->removeObserver(this);
+    }
+    void onChanged(ChangeKind change) override { log.push_back(tag + ":changed" + std::to_string(int(change))); }
+    void onNodeDeleted() override {
+        log.push_back(tag + ":deleted" + (node->value ? "+value" : ""));
+        node->removeObserver(this);
+        node = nullptr;
+    }
+    std::string tag;
+    DbNode* node;
+    std::vector<std::string>& log;
+};
+
+class RecordingSink : public ReplicationSink {
+public:
+    void publishNode(DbNode& node) override { published.push_back(node.pathOf()); }
+    void nodeDeleted(const std::string& path) override { deleted.push_back(path); }
+    std::vector<std::string> published, deleted;
+};
+
+class Tree : public ::testing::Test {
+protected:
+    void SetUp() override { dbContext() = DbContext{}; }
+    void TearDown() override {
+        dbContext() = DbContext{};
+        clearTree();
+    }
+
+    DbNode* makeInt(DbNode* parent, const char* key, int32_t number) {
+        DbNode* node = parent->addChildQuietly(key);
+        node->attachValue(std::make_unique<IntValue>());
+        node->valueAs<IntValue>()->set(number);
+        return node;
+    }
+};
+
+}  // namespace
+
+TEST_F(Tree, ObserversSeeAddValueChangeAndDeleteInOrder) {
+    std::vector<std::string> log;
+    RecordingSink sink;
+    dbContext().sink = &sink;
+
+    DbNode* group = rootNode().addChild("charsheet");
+    LogObserver rootWatch("root", &rootNode(), log);
+    LogObserver groupWatch("group", group, log);
+
+    DbNode* record = group->addChild(group->nextRecordId());
+    ASSERT_EQ(record->name, "00001");
+    LogObserver recordWatch("record", record, log);
+    DbNode* name = record->addChild("name");
+    name->attachValue(std::make_unique<StringValue>());
+    LogObserver fieldWatch("field", name, log);
+    EXPECT_EQ(log, (std::vector<std::string>{"group:changed0", "root:changed0", "record:changed0", "group:changed0",
+                                             "root:changed0"}));
+    log.clear();
+
+    // Renaming a record is a change of its name field: the record and all
+    // above it hear of a changed value, the field itself does not.
+    name->valueAs<StringValue>()->set("Bor#22k");
+    EXPECT_EQ(name->valueAs<StringValue>()->text(), "Bor\"k");
+    EXPECT_EQ(name->valueAs<StringValue>()->publish(false), 0);
+    EXPECT_EQ(sink.published, std::vector<std::string>{"charsheet.00001.name"});
+    EXPECT_EQ(log, (std::vector<std::string>{"record:changed1", "group:changed1", "root:changed1"}));
+    log.clear();
+
+    // Deletion: observers of the node and of the child are told while their
+    // values still exist; the parent hears of it after the node left; one
+    // message names the top of the subtree.
+    delete record;
+    EXPECT_EQ(log, (std::vector<std::string>{"record:deleted", "group:changed0", "root:changed0", "field:deleted+value"}));
+    EXPECT_EQ(sink.deleted, std::vector<std::string>{"charsheet.00001"});
+    EXPECT_EQ(group->child("00001"), nullptr);
+    EXPECT_EQ(findNode("charsheet.00001.name"), nullptr);
+    EXPECT_EQ(group->nextRecordId(), "00001");
+}
+
+TEST_F(Tree, PathsLookupsAndRecordNumbering) {
+    DbNode* group = rootNode().addChild("image");
+    EXPECT_EQ(group->pathOf(), "image");
+    EXPECT_EQ(rootNode().pathOf(), "");
+    EXPECT_EQ(group->nextRecordId(), "00001");
+    for (int i = 0; i < 5; ++i) group->addChild(group->nextRecordId());
+    delete group->child("00002");
+    delete group->child("00004");
+    EXPECT_EQ(group->nextRecordId(), "00002");
+    group->addChild(group->nextRecordId());
+    EXPECT_EQ(group->nextRecordId(), "00004");
+    DbNode* field = group->child("00003")->addChild("name");
+    EXPECT_EQ(field->pathOf(), "image.00003.name");
+    EXPECT_EQ(findNode("image.00003.name"), field);
+    EXPECT_EQ(findNode("image.00003.missing"), nullptr);
+    EXPECT_EQ(group->child("00003")->children.size(), 1u);
+    EXPECT_EQ(findNode("image..name"), nullptr);
+    EXPECT_EQ(group->addChild("a.b"), nullptr);
+    EXPECT_EQ(group->addChild(""), nullptr);
+    // Byte-wise order: upper case before lower, high bytes last.
+    group->addChild("\xE9t\xE9");
+    group->addChild("Zed");
+    group->addChild("abc");
+    std::vector<std::string> keys;
+    for (auto& [key, node] : group->children) keys.push_back(key);
+    EXPECT_EQ(keys.back(), "\xE9t\xE9");
+    EXPECT_LT(std::find(keys.begin(), keys.end(), "Zed"), std::find(keys.begin(), keys.end(), "abc"));
+
+    // Past five digits the ids grow a sixth.
+    DbNode* big = rootNode().addChild("big");
+    for (int i = 0; i < 99999; ++i) {
+        char id[8];
+        std::snprintf(id, sizeof id, "%05d", i + 1);
+        big->addChildQuietly(id);
+    }
+    EXPECT_EQ(big->nextRecordId(), "100000");
+}
+
+TEST_F(Tree, HoldersOwnersAndEditRights) {
+    DbNode* group = rootNode().addChild("notes");
+    DbNode* record = group->addChild("00001");
+    record->addHolder("alice", false);
+    record->addHolder("bob", true);
+    record->addHolder("alice", false);  // no duplicate
+    ASSERT_EQ(record->holders.size(), 2u);
+    EXPECT_EQ(record->holders[0], findKnownUser("alice"));
+    EXPECT_EQ(record->owner, findKnownUser("bob"));
+
+    // A child born under the record takes its holders and owner.
+    DbNode* field = record->addChild("text");
+    EXPECT_EQ(field->holders, record->holders);
+    EXPECT_EQ(field->owner, findKnownUser("bob"));
+
+    // Making an existing holder owner reaches the whole subtree, but adds no
+    // holder to a child that lacks that user.
+    DbNode* late = record->addChild("late");
+    late->holders.clear();
+    record->addHolder("alice", true);
+    EXPECT_EQ(late->owner, findKnownUser("alice"));
+    EXPECT_TRUE(late->holders.empty());
+
+    // Over-long user names are cut to the 19 bytes the record holds, the same
+    // way at every lookup.
+    SessionUser& longName = knownUser("a-very-long-player-name-of-forty-nine-characters");
+    EXPECT_EQ(longName.name.size(), 19u);
+    EXPECT_EQ(&knownUser("a-very-long-player-name-that-differs-late"), &longName);
+
+    dbContext().isHost = true;
+    EXPECT_TRUE(field->canEdit());
+    field->isStatic = 1;
+    EXPECT_FALSE(field->canEdit());
+    dbContext().isHost = false;
+    EXPECT_FALSE(late->canEdit());  // owned by another
+    late->setOwner(nullptr);
+    EXPECT_FALSE(late->canEdit());  // unowned
+    late->setOwner(&localUser());
+    EXPECT_TRUE(late->canEdit());
+
+    // Kinds never change once set.
+    EXPECT_EQ(late->attachValue(std::make_unique<IntValue>()), 0);
+    EXPECT_EQ(late->attachValue(std::make_unique<StringValue>()), -1);
+    EXPECT_EQ(late->kind, NodeKind::intValue);
+}
+
+TEST_F(Tree, IntValueSourcesAccumulateInOrder) {
+    DbNode* record = rootNode().addChild("sheet");
+    IntValue* strength = makeInt(record, "str", 14)->valueAs<IntValue>();
+    IntValue* bonus = makeInt(record, "bonus", 2)->valueAs<IntValue>();
+    IntValue* divisor = makeInt(record, "div", 0)->valueAs<IntValue>();
+    IntValue* total = makeInt(record, "total", 1)->valueAs<IntValue>();
+
+    total->addSource(*strength, IntValue::Operation::add, {{14, 2}});  // mapped: 14 -> 2
+    total->addSource(*bonus, IntValue::Operation::multiply);
+    EXPECT_EQ(total->effective(), 1 + 2 * 2);
+    total->addSource(*divisor, IntValue::Operation::divide);
+    EXPECT_EQ(total->effective(), 5);  // dividing by 0 leaves the sum alone
+    divisor->set(3);
+    EXPECT_EQ(total->effective(), 1 + 4 / 3);
+    strength->set(10);  // no longer mapped
+    EXPECT_EQ(total->effective(), 1 + (10 * 2) / 3);
+    EXPECT_EQ(total->base(), 1);
+
+    // Values that feed each other do not loop forever.
+    bonus->addSource(*total, IntValue::Operation::add);
+    strength->set(11);
+    SUCCEED();
+
+    // Wrapping, not overflow, at the 32-bit edges.
+    IntValue* edge = makeInt(record, "edge", INT32_MAX)->valueAs<IntValue>();
+    IntValue* one = makeInt(record, "one", 1)->valueAs<IntValue>();
+    edge->addSource(*one, IntValue::Operation::add);
+    EXPECT_EQ(edge->effective(), INT32_MIN);
+
+    // A deleted source leaves its dependants consistent.
+    delete record->child("bonus");
+    EXPECT_EQ(total->sources().size(), 2u);
+    total->mode = IntValue::readOnly;
+    total->set(99);
+    EXPECT_EQ(total->base(), 1);
+    EXPECT_EQ(total->publish(false), 0);
+    EXPECT_FALSE(total->isDirty);
+
+    IntValue loose;
+    EXPECT_EQ(loose.publish(false), -1);
+}
+
+TEST_F(Tree, ModuleNodesAreRemovedWholeAndObserversMustLeave) {
+    DbNode* group = rootNode().addChild("story");
+    for (int i = 0; i < 4; ++i) {
+        DbNode* rec = group->addChild(group->nextRecordId());
+        if (i % 2) rec->module.set("Dungeon");
+        rec->addChild("body")->module.set(i % 2 ? "Dungeon" : "");
+    }
+    EXPECT_EQ(rootNode().removeModuleNodes("Dungeon"), 0);
+    EXPECT_EQ(group->children.size(), 2u);
+    EXPECT_NE(group->child("00001"), nullptr);
+    EXPECT_NE(group->child("00003"), nullptr);
+    EXPECT_EQ(rootNode().removeModuleNodes(""), 0);
+
+    // An observer that does not remove itself does not hang the deletion.
+    struct Stubborn : NodeObserver {
+        int calls = 0;
+        void onNodeDeleted() override { ++calls; }
+    } stubborn;
+    group->child("00001")->addObserver(&stubborn);
+    group->child("00001")->addObserver(&stubborn);  // no duplicate
+    delete group->child("00001");
+    EXPECT_EQ(stubborn.calls, 1);
+}

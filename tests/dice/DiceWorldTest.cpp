@@ -1,0 +1,171 @@
+// The world of many dice: the permanent six, rolls that sink and go, dice
+// that pass through each other, holding, and a throw replayed on another
+// machine from its record, which must follow the thrower's path bit for bit.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "dice/DiceWorld.h"
+
+namespace lh::dice {
+namespace {
+
+constexpr Bounds kView{-19.5f, 15.234375f, 19.5f, -15.234375f};
+constexpr Bounds kRoll{-18.0f, -1.0f, 4.0f, -14.0f};
+
+void setUp(DiceWorld& world) {
+    world.viewBounds = kView;
+    world.rollBounds = kRoll;
+}
+
+std::vector<Vec3> positionsOf(const DieBody& die) {
+    std::vector<Vec3> out;
+    for (int i = 0; i < die.vertexCount; ++i) out.push_back(die.position(i));
+    return out;
+}
+
+bool bitEqual(const std::vector<Vec3>& a, const std::vector<Vec3>& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(Vec3)) == 0;
+}
+
+TEST(DiceWorld, PermanentDiceSettleAndStayWhileRollDiceSinkAndGo) {
+    DiceWorld world;
+    setUp(world);
+    world.AddPermanentDice(0xFF70002Au, 1u);
+    ASSERT_EQ(world.dice().size(), 6u);
+    for (int s = 0; s < 100; ++s) world.Step();
+    for (const auto& die : world.dice()) EXPECT_GT(die->center.z, -0.8f) << die->shape;  // on the table
+    for (int s = 0; s < 1000; ++s) world.Step();
+    for (const auto& die : world.dice()) EXPECT_TRUE(die->atRest) << die->shape;
+
+    // A permanent die thrown comes to rest and stays.
+    DieBody& d6 = *world.dice()[kShapeD6];
+    world.SetHeld(d6, true);
+    EXPECT_EQ(world.heldCount, 1);
+    EXPECT_FALSE(d6.atRest);
+    world.ThrowFromHand(d6, Vec3{0.3f, 0.1f, 0.0f}, kThrowRolling);
+    EXPECT_EQ(world.heldCount, 0);
+
+    // A die of a roll reports once, sinks about 675 steps later and is deleted.
+    ThrowStart start;
+    start.shape = kShapeD20;
+    start.center = Vec3{-8.0f, -6.0f, -5.0f};
+    start.velocity = Vec3{-0.2f, 0.3f, 0.0f};
+    DieBody* rolled = world.AddThrown(start);
+    ASSERT_NE(rolled, nullptr);
+    EXPECT_TRUE(rolled->inRollArea);
+    std::vector<int32_t> reports;
+    world.onDieFinished = [&](DieBody& die, int32_t value) {
+        if (&die == rolled) reports.push_back(value);
+    };
+    int steps = 0;
+    while (world.dice().size() > 6 && steps < 20000) {
+        world.Step();
+        ++steps;
+        if (reports.empty()) continue;
+        EXPECT_TRUE(world.dice().size() == 6 || rolled->finished);
+    }
+    ASSERT_EQ(world.dice().size(), 6u);
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_GE(reports[0], 1);
+    EXPECT_LE(reports[0], 20);
+    EXPECT_TRUE(d6.atRest);
+    EXPECT_NEAR(d6.center.z, shapeInfo(kShapeD6).restHeight, 0.02f);
+}
+
+TEST(DiceWorld, DicePassThroughEachOther) {
+    auto pathOfFirst = [](bool withSecond) {
+        DiceWorld world;
+        setUp(world);
+        ThrowStart a;
+        a.shape = kShapeD12;
+        a.center = Vec3{-6.0f, -7.0f, -4.0f};
+        a.velocity = Vec3{0.4f, 0.0f, 0.0f};
+        DieBody* first = world.AddThrown(a);
+        if (withSecond) {
+            ThrowStart b = a;
+            b.shape = kShapeD6;
+            b.center = Vec3{-2.0f, -7.0f, -4.0f};
+            b.velocity = Vec3{-0.4f, 0.0f, 0.0f};
+            world.AddThrown(b);
+        }
+        std::vector<Vec3> path;
+        for (int s = 0; s < 200; ++s) {
+            world.Step();
+            for (Vec3 p : positionsOf(*first)) path.push_back(p);
+        }
+        return path;
+    };
+    EXPECT_TRUE(bitEqual(pathOfFirst(false), pathOfFirst(true)));
+}
+
+// The thrower throws from the hand and sends the record; the receiver starts
+// a new die from the decoded record. Both take the same path to the bit.
+TEST(DiceWorld, AReceivedThrowFollowsTheThrowersPathExactly) {
+    for (int32_t shape = 0; shape < kShapeCount; ++shape) {
+        DiceWorld thrower, receiver;
+        setUp(thrower);
+        setUp(receiver);
+        auto die = std::make_unique<DieBody>(thrower, shape, 0xFF112233u, 1u);
+        DieBody* held = thrower.Add(std::move(die));
+        thrower.SetHeld(*held, true);
+        held->SetOrientation(1.0f + static_cast<float>(shape), 0.5f, 0.0f);
+        held->MoveTo(Vec3{-25.0f, -7.3f, -5.0f});  // beyond the roll area: held inside it
+        for (int s = 0; s < 3; ++s) thrower.Step();
+        held->inRollArea = true;
+        std::vector<uint8_t> body;
+        appendThrowRecord(body, thrower.ThrowFromHand(*held, Vec3{0.3f, -0.45f, 0.0f}, shape == 3 ? 1 : 0));
+        EXPECT_FLOAT_EQ(held->center.x, kRoll.left + 1.0f);
+
+        DecodedThrows decoded = decodeThrowRecords(body.data(), body.size());
+        ASSERT_EQ(decoded.starts.size(), 1u) << decoded.error;
+        DieBody* copy = receiver.AddThrown(decoded.starts[0]);
+        ASSERT_NE(copy, nullptr);
+        EXPECT_EQ(copy->bodyColor, 0xFF112233u);
+        int32_t thrownValue = -1, receivedValue = -2;
+        thrower.onDieFinished = [&](DieBody&, int32_t v) { thrownValue = v; };
+        receiver.onDieFinished = [&](DieBody&, int32_t v) { receivedValue = v; };
+        ASSERT_TRUE(bitEqual(positionsOf(*held), positionsOf(*copy)));
+        for (int s = 0; s <= kMaxStepsPerThrow && !held->atRest; ++s) {
+            thrower.Step();
+            receiver.Step();
+            ASSERT_TRUE(bitEqual(positionsOf(*held), positionsOf(*copy))) << "shape " << shape << " step " << s;
+        }
+        EXPECT_TRUE(copy->atRest);
+        EXPECT_EQ(thrownValue, receivedValue);
+    }
+}
+
+TEST(DiceWorld, HeldDiceStayPutAndRemovalKeepsTheCount) {
+    DiceWorld world;
+    setUp(world);
+    DieBody* die = world.Add(std::make_unique<DieBody>(world, kShapeD4, 0u, 0u));
+    die->MoveTo(Vec3{1.0f, 1.0f, -5.0f});
+    die->Throw(Vec3{0.5f, 0.0f, 0.0f}, kThrowRolling);
+    world.SetHeld(*die, true);
+    world.SetHeld(*die, true);
+    EXPECT_EQ(world.heldCount, 1);
+    for (int s = 0; s < 50; ++s) world.Step();
+    EXPECT_NEAR(die->center.x, 1.0f, 1e-5f);
+    EXPECT_NEAR(die->center.z, -5.0f, 1e-5f);
+    world.Remove(die);
+    EXPECT_EQ(world.heldCount, 0);
+    EXPECT_TRUE(world.dice().empty());
+}
+
+TEST(DiceWorld, ADieThatWentNonFiniteLiesDownAgain) {
+    DiceWorld world;
+    setUp(world);
+    DieBody* die = world.Add(std::make_unique<DieBody>(world, kShapeD8, 0u, 0u));
+    die->MoveTo(Vec3{0.0f, 0.0f, -3.0f});
+    die->setPosition(2, Vec3{std::nanf(""), 0.0f, 0.0f});
+    die->setVelocity(4, Vec3{0.0f, std::numeric_limits<float>::infinity(), 0.0f});
+    for (int s = 0; s <= kMaxStepsPerThrow && !die->atRest; ++s) world.Step();
+    EXPECT_TRUE(die->atRest);
+    EXPECT_TRUE(isFinite(die->center));
+    EXPECT_GE(die->ReadValue(), 1);
+}
+
+}  // namespace
+}  // namespace lh::dice

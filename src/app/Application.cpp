@@ -10,6 +10,7 @@
 #include "app/AppState.h"
 #include "app/WindowPlacement.h"
 #include "app/WorkDir.h"
+#include "db/XmlParse.h"
 #include "platform/Platform.h"
 #include "platform/Window.h"
 
@@ -224,6 +225,8 @@ int runMain(int argc, char** argv) {
         std::fprintf(stderr, "lorehaven: cannot start the display: %s\n", error.c_str());
         return -1;
     }
+    // A malformed local document ends the program through this box.
+    db::setFatalBoxHandler([](const char* title, const char* text) { platform::messageBox(title, text); });
     if (!InitInstance(cl)) {
         platform::shutdown();
         return -1;

@@ -99,7 +99,7 @@ int DrawFrame() {
     }
     // Lost devices do not happen to a GL context in use here; a context
     // that is thrown away is rebuilt by GraphicsDevice::RecreateContext.
-    device.Present();
+    device.Present(dirty);
     return 1;
 }
 

@@ -2,6 +2,10 @@
 #include "platform/GlContext.h"
 
 #include <SDL.h>
+#include <epoxy/egl.h>
+#include <epoxy/glx.h>
+
+#include <cstring>
 
 #include "platform/Window.h"
 
@@ -43,6 +47,32 @@ bool GlContext::makeCurrent() {
 void GlContext::swap() { SDL_GL_SwapWindow(static_cast<SDL_Window*>(window)); }
 
 bool GlContext::setSwapInterval(int interval) { return SDL_GL_SetSwapInterval(interval) == 0; }
+
+int GlContext::bufferAge() const {
+    const char* driver = SDL_GetCurrentVideoDriver();
+    // The offscreen driver draws into an EGL pbuffer, which a swap leaves as
+    // it is: the buffer always holds the last picture.
+    if (driver && std::strcmp(driver, "offscreen") == 0) return 1;
+    if (eglGetCurrentContext() != EGL_NO_CONTEXT) {
+        EGLDisplay display = eglGetCurrentDisplay();
+        EGLSurface surface = eglGetCurrentSurface(EGL_DRAW);
+        EGLint value = 0;
+        if (eglQuerySurface(display, surface, EGL_SWAP_BEHAVIOR, &value) && value == EGL_BUFFER_PRESERVED) return 1;
+        if (epoxy_has_egl_extension(display, "EGL_EXT_buffer_age") &&
+            eglQuerySurface(display, surface, EGL_BUFFER_AGE_EXT, &value)) {
+            return value;
+        }
+        return 0;
+    }
+    if (driver && std::strcmp(driver, "x11") == 0) {
+        Display* display = glXGetCurrentDisplay();
+        if (!display || !epoxy_has_glx_extension(display, DefaultScreen(display), "GLX_EXT_buffer_age")) return 0;
+        unsigned int age = 0;
+        glXQueryDrawable(display, glXGetCurrentDrawable(), GLX_BACK_BUFFER_AGE_EXT, &age);
+        return int(age);
+    }
+    return 0;
+}
 
 void GlContext::drawableSize(int& w, int& h) const {
     SDL_GL_GetDrawableSize(static_cast<SDL_Window*>(window), &w, &h);

@@ -23,6 +23,11 @@ public:
     // 0 immediate, 1 synchronised with the display. Offscreen drivers may
     // refuse; the answer says whether it was taken.
     bool setSwapInterval(int interval);
+    // How many presents ago the window's back buffer was last drawn, as
+    // EGL_EXT_buffer_age / GLX_EXT_buffer_age tell it: 1 means the buffer
+    // still holds the last presented picture (an offscreen pbuffer, or a
+    // surface that preserves on swap); 0 means unknown, draw it all.
+    int bufferAge() const;
     // Size of the window's surface in pixels.
     void drawableSize(int& w, int& h) const;
 

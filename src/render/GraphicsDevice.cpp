@@ -256,20 +256,33 @@ void GraphicsDevice::SetDepthTest(bool on) {
     }
 }
 
-void GraphicsDevice::Present() {
+void GraphicsDevice::Present(const Rect& dirty) {
     if (!context || !backFramebuffer) return;
     pipeline2D.flush();
-    // The whole buffer goes across: after a swap the window's back buffer
-    // holds nothing we can count on, so a copy of the dirty part alone would
-    // show stale pixels around it. Outside the dirty rectangle the FBO did
-    // not change, so the screen shows exactly the dirty part as new.
+    const Rect whole{0, 0, backWidth, backHeight};
+    // The window's buffer holds the picture of `age` presents ago: it lacks
+    // what changed since, which is the dirty rectangles of the presents in
+    // between and this one. Outside those the FBO is what the buffer shows.
+    const int age = context->bufferAge();
+    Rect region = intersect(dirty, whole);
+    if (age >= 1 && age <= kPresentHistory + 1) {
+        for (int i = 0; i < age - 1; ++i) region = unite(region, presented[i]);
+    } else {
+        region = whole;
+    }
+    for (int i = kPresentHistory - 1; i > 0; --i) presented[i] = presented[i - 1];
+    presented[0] = intersect(dirty, whole);
+
     glBindFramebuffer(GL_READ_FRAMEBUFFER, backFramebuffer);
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
     glDisable(GL_SCISSOR_TEST);
     int w = backWidth, h = backHeight;
     context->drawableSize(w, h);
-    glBlitFramebuffer(0, 0, backWidth, backHeight, 0, h, backWidth, h - backHeight, GL_COLOR_BUFFER_BIT,
-                      GL_NEAREST);
+    // Our rows run top-first, the window's bottom-first: the one flip.
+    if (!region.isEmpty()) {
+        glBlitFramebuffer(region.left, region.top, region.right, region.bottom, region.left, h - region.top,
+                          region.right, h - region.bottom, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    }
     context->swap();
     applyTarget(backFramebuffer, backWidth, backHeight, false, {});
 }
@@ -299,6 +312,30 @@ bool GraphicsDevice::ReadBackBuffer(const Rect& rect, std::vector<uint32_t>& arg
     glReadPixels(r.left, r.top, r.width(), r.height(), GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, argb.data());
     glBindFramebuffer(GL_READ_FRAMEBUFFER, current.framebuffer);
     for (uint32_t& p : argb) p |= 0xFF000000u;
+    return true;
+}
+
+}  // namespace lh::render
+
+namespace lh::render {
+
+bool GraphicsDevice::ReadWindow(std::vector<uint32_t>& argb) {
+    if (!context) return false;
+    pipeline2D.flush();
+    int w = 0, h = 0;
+    context->drawableSize(w, h);
+    std::vector<uint32_t> rows(size_t(w) * size_t(h));
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+    glReadBuffer(GL_BACK);
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+    glReadPixels(0, 0, w, h, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, rows.data());
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, current.framebuffer);
+    // The window's rows come bottom-first.
+    argb.resize(rows.size());
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) argb[size_t(y) * size_t(w) + size_t(x)] = rows[size_t(h - 1 - y) * size_t(w) + size_t(x)] | 0xFF000000u;
+    }
     return true;
 }
 

@@ -77,8 +77,11 @@ public:
     int SceneDepth() const { return sceneDepth; }
     // Depth testing for the dice between the 2D layers (LEQUAL, writes on).
     void SetDepthTest(bool on);
-    // Copies the back buffer to the window and swaps.
-    void Present();
+    // Copies the dirty part of the back buffer to the window and swaps. The
+    // window's buffer may be older than the last frame (buffer age): then the
+    // parts dirtied since it was drawn go across too, or, when its age is
+    // unknown, the whole picture.
+    void Present(const Rect& dirty);
 
     // Render targets: draw into another FBO of size w x h and come back. The
     // bound framebuffer, viewport, scissor and projection are kept on a stack.
@@ -88,6 +91,11 @@ public:
     // Pixels of the back buffer as 0xAARRGGBB, top row first, alpha forced
     // to 0xFF (the window has none). `rect` is cut to the buffer.
     bool ReadBackBuffer(const Rect& rect, std::vector<uint32_t>& argb, Rect* taken = nullptr);
+
+    // What the window shows, in the same form. Only meaningful where the
+    // window's buffer keeps its picture after a swap (the offscreen driver),
+    // which is where tests check that partial presents add up.
+    bool ReadWindow(std::vector<uint32_t>& argb);
 
     Pipeline2D& pipeline() { return pipeline2D; }
 
@@ -120,6 +128,9 @@ private:
     std::string renderer;
     // What is bound now, and what PushRenderTarget saved.
     TargetState current{0, 0, 0, false, {}};
+    // Dirty rectangles of the last presents, newest first.
+    static constexpr int kPresentHistory = 4;
+    Rect presented[kPresentHistory];
     std::vector<TargetState> targetStack;
 };
 

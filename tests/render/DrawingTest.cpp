@@ -31,7 +31,7 @@ protected:
             draw(context);
             context.EndScene();
         }
-        device.Present();
+        device.Present(dirty);
     }
 };
 

@@ -67,6 +67,11 @@ TEST_F(Frame, ASmallDirtyRectangleChangesOnlyItsPixels) {
     GraphicsDevice::Get().Invalidate(&small);
     ASSERT_EQ(app::DrawFrame(), 1);
     auto after = screen();
+    // Only the small rectangle went to the window, and the window shows the
+    // same picture as the back buffer.
+    std::vector<uint32_t> shown;
+    ASSERT_TRUE(GraphicsDevice::Get().ReadWindow(shown));
+    EXPECT_EQ(shown, after);
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x) {
             if (small.contains(x, y)) {

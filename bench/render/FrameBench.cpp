@@ -38,7 +38,8 @@ struct Scene {
         // A few different pictures, so the batch changes texture as a table does.
         for (uint32_t k = 0; k < 8; ++k) {
             std::vector<uint32_t> px(32 * 32);
-            for (uint32_t i = 0; i < px.size(); ++i) px[i] = 0xC0000000u | (k * 0x1F2F3Fu + i * 0x010203u) % 0xFFFFFFu;
+            for (uint32_t i = 0; i < px.size(); ++i)
+                px[i] = 0xC0000000u | (k * 0x1F2F3Fu + i * 0x010203u) % 0xFFFFFFu;
             auto b = std::make_unique<render::Bitmap>();
             b->LoadFromPixels(32, 32, px.data());
             sprites.push_back(std::move(b));
@@ -52,18 +53,20 @@ struct Scene {
         font = render::FreeTypeFont::Open(options);
         for (int i = 0; i < 200; ++i) {
             char text[128];
-            std::snprintf(text, sizeof text, "Line %03d: The party rolls for initiative; the goblin sneers.", i);
+            std::snprintf(text, sizeof text, "Line %03d: The party rolls for initiative; the goblin sneers.",
+                          i);
             lines.push_back(text);
         }
         app::setDesktopImage(&desktop);
         app::setFrameStep(app::FrameStep::DesktopWindows, [this](render::RenderContext& c) {
             for (int i = 0; i < 500; ++i) {
-                c.DrawBitmap(*sprites[size_t(i) % sprites.size()], (i * 53) % (kWidth - 32), (i * 37) % (kHeight - 32),
-                             0xFFFFFFFFu);
+                c.DrawBitmap(*sprites[size_t(i) % sprites.size()], (i * 53) % (kWidth - 32),
+                             (i * 37) % (kHeight - 32), 0xFFFFFFFFu);
             }
             c.SetFont(font.get());
             for (int i = 0; i < 200; ++i) {
-                c.DrawText((i / 50) * 256, (i % 50) * 15, lines[size_t(i)].c_str(), int32_t(lines[size_t(i)].size()));
+                c.DrawText((i / 50) * 256, (i % 50) * 15, lines[size_t(i)].c_str(),
+                           int32_t(lines[size_t(i)].size()));
             }
         });
         ok = font != nullptr;

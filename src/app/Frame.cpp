@@ -25,10 +25,18 @@ void run(FrameStep step, render::RenderContext& context) {
     if (draw) draw(context);
 }
 
-int sessionMode() { return state.sessionMode ? state.sessionMode() : 0; }
-bool isHost() { return state.isHost ? state.isHost() : sessionMode() == 0; }
-bool desktopModal() { return state.desktopModal ? state.desktopModal() : false; }
-uint32_t desktopLight() { return state.desktopLightColor ? state.desktopLightColor() : 0xFFFFFFFFu; }
+int sessionMode() {
+    return state.sessionMode ? state.sessionMode() : 0;
+}
+bool isHost() {
+    return state.isHost ? state.isHost() : sessionMode() == 0;
+}
+bool desktopModal() {
+    return state.desktopModal ? state.desktopModal() : false;
+}
+uint32_t desktopLight() {
+    return state.desktopLightColor ? state.desktopLightColor() : 0xFFFFFFFFu;
+}
 
 // Tiles from the top left corner of the client area, but only the tiles that
 // meet the clip rectangle: a small dirty rectangle costs a tile or four.
@@ -52,9 +60,13 @@ void setFrameStep(FrameStep step, FrameDraw draw) {
     steps[size_t(step)] = std::move(draw);
 }
 
-void setFrameState(FrameState s) { state = std::move(s); }
+void setFrameState(FrameState s) {
+    state = std::move(s);
+}
 
-void setDesktopImage(render::Bitmap* image) { desktopImage = image; }
+void setDesktopImage(render::Bitmap* image) {
+    desktopImage = image;
+}
 
 void drawFrameLayers(render::RenderContext& context) {
     tileDesktopImage(context);
@@ -118,12 +130,14 @@ std::string SaveScreenshot() {
     render::GraphicsDevice& device = render::GraphicsDevice::Get();
     std::vector<uint32_t> pixels;
     render::Rect taken;
-    if (!device.ReadBackBuffer(render::Rect{0, 0, device.Width(), device.Height()}, pixels, &taken)) return {};
+    if (!device.ReadBackBuffer(render::Rect{0, 0, device.Width(), device.Height()}, pixels, &taken))
+        return {};
     if (taken.isEmpty()) return {};
     const std::filesystem::path dir = platform::workingDirectory();
     std::string name = nextScreenshotName(dir);
     if (name.empty()) return {};
-    if (!render::writePng(dir / name, uint32_t(taken.width()), uint32_t(taken.height()), pixels.data(), false)) {
+    if (!render::writePng(dir / name, uint32_t(taken.width()), uint32_t(taken.height()), pixels.data(),
+                          false)) {
         return {};
     }
     return name;

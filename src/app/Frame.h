@@ -18,17 +18,17 @@ namespace lh::app {
 
 // The layers after the desktop image, bottom to top.
 enum class FrameStep {
-    ChatFrame,           // the chat area's frame and its highlight   } not drawn
-    ModifierCollector,   //                                             } in the
-    ChatWindow,          //                                             } local
-    ChatEntry,           //                                             } characters
-    HotkeyBar,           //                                             } mode
+    ChatFrame,          // the chat area's frame and its highlight   } not drawn
+    ModifierCollector,  //                                             } in the
+    ChatWindow,         //                                             } local
+    ChatEntry,          //                                             } characters
+    HotkeyBar,          //                                             } mode
     CharacterList,
-    IdentityList,        // host only
+    IdentityList,  // host only
     DesktopTokens,
-    DesktopWindows,      // bottom to top
+    DesktopWindows,  // bottom to top
     DieBox,
-    DiceScene,           // 3D, depth tested; not drawn while the Desktop is modal
+    DiceScene,  // 3D, depth tested; not drawn while the Desktop is modal
     DragImage,
     RadialMenu,
     Count
@@ -40,7 +40,7 @@ void setFrameStep(FrameStep step, FrameDraw draw);
 
 // What the frame asks of the rest of the program each time it draws.
 struct FrameState {
-    std::function<int()> sessionMode;            // 0 host, 1 join, 2 local characters
+    std::function<int()> sessionMode;  // 0 host, 1 join, 2 local characters
     std::function<bool()> isHost;
     std::function<bool()> desktopModal;
     std::function<uint32_t()> desktopLightColor;  // 0xAARRGGBB

@@ -44,9 +44,13 @@ bool GlContext::makeCurrent() {
     return SDL_GL_MakeCurrent(static_cast<SDL_Window*>(window), static_cast<SDL_GLContext>(context)) == 0;
 }
 
-void GlContext::swap() { SDL_GL_SwapWindow(static_cast<SDL_Window*>(window)); }
+void GlContext::swap() {
+    SDL_GL_SwapWindow(static_cast<SDL_Window*>(window));
+}
 
-bool GlContext::setSwapInterval(int interval) { return SDL_GL_SetSwapInterval(interval) == 0; }
+bool GlContext::setSwapInterval(int interval) {
+    return SDL_GL_SetSwapInterval(interval) == 0;
+}
 
 int GlContext::bufferAge() const {
     const char* driver = SDL_GetCurrentVideoDriver();
@@ -57,7 +61,8 @@ int GlContext::bufferAge() const {
         EGLDisplay display = eglGetCurrentDisplay();
         EGLSurface surface = eglGetCurrentSurface(EGL_DRAW);
         EGLint value = 0;
-        if (eglQuerySurface(display, surface, EGL_SWAP_BEHAVIOR, &value) && value == EGL_BUFFER_PRESERVED) return 1;
+        if (eglQuerySurface(display, surface, EGL_SWAP_BEHAVIOR, &value) && value == EGL_BUFFER_PRESERVED)
+            return 1;
         if (epoxy_has_egl_extension(display, "EGL_EXT_buffer_age") &&
             eglQuerySurface(display, surface, EGL_BUFFER_AGE_EXT, &value)) {
             return value;
@@ -66,7 +71,8 @@ int GlContext::bufferAge() const {
     }
     if (driver && std::strcmp(driver, "x11") == 0) {
         Display* display = glXGetCurrentDisplay();
-        if (!display || !epoxy_has_glx_extension(display, DefaultScreen(display), "GLX_EXT_buffer_age")) return 0;
+        if (!display || !epoxy_has_glx_extension(display, DefaultScreen(display), "GLX_EXT_buffer_age"))
+            return 0;
         unsigned int age = 0;
         glXQueryDrawable(display, glXGetCurrentDrawable(), GLX_BACK_BUFFER_AGE_EXT, &age);
         return int(age);

@@ -16,13 +16,19 @@ namespace {
 // cannot overflow and every GL 3.3 driver takes it.
 constexpr uint32_t kMaxSide = 8192;
 
-bool validSize(uint32_t w, uint32_t h) { return w > 0 && h > 0 && w <= kMaxSide && h <= kMaxSide; }
+bool validSize(uint32_t w, uint32_t h) {
+    return w > 0 && h > 0 && w <= kMaxSide && h <= kMaxSide;
+}
 
-bool deviceUp() { return GraphicsDevice::Get().IsCreated() && !GraphicsDevice::Get().IsContextLost(); }
+bool deviceUp() {
+    return GraphicsDevice::Get().IsCreated() && !GraphicsDevice::Get().IsContextLost();
+}
 
 }  // namespace
 
-Bitmap::Bitmap() { GraphicsDevice::Get().Register(this); }
+Bitmap::Bitmap() {
+    GraphicsDevice::Get().Register(this);
+}
 
 Bitmap::~Bitmap() {
     Release();
@@ -124,8 +130,8 @@ void Bitmap::upload() {
     glBindTexture(GL_TEXTURE_2D, texture);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
-    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, GLsizei(width), GLsizei(height), GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV,
-                    pixels.data());
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, GLsizei(width), GLsizei(height), GL_BGRA,
+                    GL_UNSIGNED_INT_8_8_8_8_REV, pixels.data());
     glBindTexture(GL_TEXTURE_2D, 0);
 }
 
@@ -137,7 +143,8 @@ bool Bitmap::Lock() {
         GraphicsDevice::Get().PushRenderTarget(framebuffer, int(width), int(height));
         glPixelStorei(GL_PACK_ALIGNMENT, 4);
         glPixelStorei(GL_PACK_ROW_LENGTH, 0);
-        glReadPixels(0, 0, GLsizei(width), GLsizei(height), GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, pixels.data());
+        glReadPixels(0, 0, GLsizei(width), GLsizei(height), GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV,
+                     pixels.data());
         GraphicsDevice::Get().PopRenderTarget();
     }
     locked = true;
@@ -167,7 +174,9 @@ void Bitmap::SetPixelAlpha(uint32_t x, uint32_t y, uint8_t alpha) {
     p = (p & 0x00FFFFFFu) | (uint32_t(alpha) << 24);
 }
 
-uint8_t Bitmap::GetPixelAlpha(uint32_t x, uint32_t y) const { return uint8_t(GetPixel(x, y, true) >> 24); }
+uint8_t Bitmap::GetPixelAlpha(uint32_t x, uint32_t y) const {
+    return uint8_t(GetPixel(x, y, true) >> 24);
+}
 
 uint32_t Bitmap::GetPixel(uint32_t x, uint32_t y, bool withAlpha) const {
     if (x >= width || y >= height || pixels.size() < size_t(width) * height) return 0;

@@ -15,15 +15,17 @@ constexpr uint32_t lineColorToArgb(uint32_t bgr) {
 }
 
 // The same, but the alpha byte is ignored: the rectangle outline is always opaque.
-constexpr uint32_t opaqueLineColorToArgb(uint32_t bgr) { return lineColorToArgb(bgr & 0x00FFFFFF); }
+constexpr uint32_t opaqueLineColorToArgb(uint32_t bgr) {
+    return lineColorToArgb(bgr & 0x00FFFFFF);
+}
 
 struct ColorF {
     float r, g, b, a;
 };
 
 constexpr ColorF argbToFloat(uint32_t argb) {
-    return {float((argb >> 16) & 0xFF) / 255.0f, float((argb >> 8) & 0xFF) / 255.0f, float(argb & 0xFF) / 255.0f,
-            float(argb >> 24) / 255.0f};
+    return {float((argb >> 16) & 0xFF) / 255.0f, float((argb >> 8) & 0xFF) / 255.0f,
+            float(argb & 0xFF) / 255.0f, float(argb >> 24) / 255.0f};
 }
 
 }  // namespace lh::render

@@ -128,7 +128,7 @@ bool FreeTypeFont::build(const std::string& path, const Options& options) {
             shelf = 0;
         }
         glyphs[size_t(code)].atlas = Rect{x, y, x + r.w, y + r.h};
-        x += r.w + 1;   // a blank column between glyphs
+        x += r.w + 1;  // a blank column between glyphs
         shelf = std::max(shelf, r.h);
     }
     int32_t atlasHeight = std::max(1, y + shelf);
@@ -140,7 +140,8 @@ bool FreeTypeFont::build(const std::string& path, const Options& options) {
         for (int32_t row = 0; row < r.h; ++row) {
             for (int32_t col = 0; col < r.w; ++col) {
                 uint32_t alpha = r.alpha[size_t(row) * size_t(r.w) + size_t(col)];
-                pixels[size_t(a.top + row) * kAtlasWidth + size_t(a.left + col)] = (alpha << 24) | 0x00FFFFFFu;
+                pixels[size_t(a.top + row) * kAtlasWidth + size_t(a.left + col)] =
+                    (alpha << 24) | 0x00FFFFFFu;
             }
         }
     }
@@ -170,7 +171,8 @@ void FreeTypeFont::DrawText(RenderContext& context, int32_t x, int32_t y, const 
     for (int32_t i = 0; i < length; ++i) {
         const Glyph& g = glyphs[static_cast<unsigned char>(text[i])];
         if (!g.present) continue;
-        if (!g.atlas.isEmpty()) context.DrawBitmapPart(atlasBitmap, g.atlas, x + g.left, baseline - g.top, color, clip);
+        if (!g.atlas.isEmpty())
+            context.DrawBitmapPart(atlasBitmap, g.atlas, x + g.left, baseline - g.top, color, clip);
         x += g.advance;
     }
 }

@@ -16,11 +16,11 @@ namespace lh::render {
 class FreeTypeFont : public Font {
 public:
     struct Options {
-        std::string face;          // fontconfig family; empty or unknown falls back to DejaVu Sans
-        int32_t pixelSize = 13;    // em height in pixels
+        std::string face;        // fontconfig family; empty or unknown falls back to DejaVu Sans
+        int32_t pixelSize = 13;  // em height in pixels
         bool bold = false;
         bool italic = false;
-        uint32_t color = 0xFF000000u;   // 0xAARRGGBB
+        uint32_t color = 0xFF000000u;  // 0xAARRGGBB
     };
 
     // Null when neither the face nor the fallback can be found or read.
@@ -42,9 +42,9 @@ public:
 
 private:
     struct Glyph {
-        Rect atlas;            // where its pixels are in the atlas; empty for blanks
-        int32_t left = 0;      // from the pen to the first column
-        int32_t top = 0;       // from the baseline up to the first row
+        Rect atlas;        // where its pixels are in the atlas; empty for blanks
+        int32_t left = 0;  // from the pen to the first column
+        int32_t top = 0;   // from the baseline up to the first row
         int32_t advance = 0;
         bool present = false;
     };

@@ -108,7 +108,8 @@ bool GraphicsDevice::makeBackBuffer(unsigned& status) {
     glBindTexture(GL_TEXTURE_2D, backColor);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, backWidth, backHeight, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, backWidth, backHeight, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV,
+                 nullptr);
     glBindTexture(GL_TEXTURE_2D, 0);
     glGenRenderbuffers(1, &backDepth);
     glBindRenderbuffer(GL_RENDERBUFFER, backDepth);
@@ -285,6 +286,12 @@ void GraphicsDevice::Present(const Rect& dirty) {
     }
     context->swap();
     applyTarget(backFramebuffer, backWidth, backHeight, false, {});
+#ifndef NDEBUG
+    // llvmpipe forgives calls that a strict 3.3 driver refuses; say so early.
+    for (GLenum error = glGetError(); error != GL_NO_ERROR; error = glGetError()) {
+        std::fprintf(stderr, "GL error 0x%x in a frame\n", error);
+    }
+#endif
 }
 
 void GraphicsDevice::PushRenderTarget(unsigned framebuffer, int width, int height) {
@@ -315,10 +322,6 @@ bool GraphicsDevice::ReadBackBuffer(const Rect& rect, std::vector<uint32_t>& arg
     return true;
 }
 
-}  // namespace lh::render
-
-namespace lh::render {
-
 bool GraphicsDevice::ReadWindow(std::vector<uint32_t>& argb) {
     if (!context) return false;
     pipeline2D.flush();
@@ -334,7 +337,9 @@ bool GraphicsDevice::ReadWindow(std::vector<uint32_t>& argb) {
     // The window's rows come bottom-first.
     argb.resize(rows.size());
     for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) argb[size_t(y) * size_t(w) + size_t(x)] = rows[size_t(h - 1 - y) * size_t(w) + size_t(x)] | 0xFF000000u;
+        for (int x = 0; x < w; ++x)
+            argb[size_t(y) * size_t(w) + size_t(x)] =
+                rows[size_t(h - 1 - y) * size_t(w) + size_t(x)] | 0xFF000000u;
     }
     return true;
 }

@@ -5,10 +5,14 @@ namespace lh::render {
 
 int outCode(float x, float y, const Rect& clip) {
     int code = 0;
-    if (x < float(clip.left)) code |= OutLeft;
-    else if (x > float(clip.right - 1)) code |= OutRight;
-    if (y > float(clip.bottom - 1)) code |= OutBottom;
-    else if (y < float(clip.top)) code |= OutTop;
+    if (x < float(clip.left))
+        code |= OutLeft;
+    else if (x > float(clip.right - 1))
+        code |= OutRight;
+    if (y > float(clip.bottom - 1))
+        code |= OutBottom;
+    else if (y < float(clip.top))
+        code |= OutTop;
     return code;
 }
 

@@ -107,7 +107,9 @@ uint32_t packColor(uint32_t argb) {
 }  // namespace
 
 // GL objects go in release(); at process end the context may be gone already.
-Pipeline2D::~Pipeline2D() { release(true); }
+Pipeline2D::~Pipeline2D() {
+    release(true);
+}
 
 bool Pipeline2D::create(std::string& error) {
     spriteProgram = link(kVertexShader, kSpriteShader, error);
@@ -129,9 +131,11 @@ bool Pipeline2D::create(std::string& error) {
     glBindVertexArray(vao);
     glBindBuffer(GL_ARRAY_BUFFER, vbo);
     glEnableVertexAttribArray(0);
-    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, x)));
+    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                          reinterpret_cast<void*>(offsetof(Vertex, x)));
     glEnableVertexAttribArray(1);
-    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, a0)));
+    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                          reinterpret_cast<void*>(offsetof(Vertex, a0)));
     glEnableVertexAttribArray(2);
     glVertexAttribPointer(2, 4, GL_UNSIGNED_BYTE, GL_TRUE, sizeof(Vertex),
                           reinterpret_cast<void*>(offsetof(Vertex, color)));
@@ -187,8 +191,8 @@ void Pipeline2D::quad(const Vertex& a, const Vertex& b, const Vertex& c, const V
     batch.push_back(d);
 }
 
-void Pipeline2D::addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0, float u1,
-                           float v1, uint32_t argb) {
+void Pipeline2D::addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0,
+                           float u1, float v1, uint32_t argb) {
     if (!isReady() || !texture) return;
     use(Mode::Sprite, texture);
     uint32_t c = packColor(argb);
@@ -200,8 +204,8 @@ void Pipeline2D::addLine(float x0, float y0, float x1, float y1, float width, ui
     float dx = x1 - x0, dy = y1 - y0;
     float len = std::sqrt(dx * dx + dy * dy);
     float half = width * 0.5f;
-    float reach = half + 0.5f;   // where the fringe reaches 0
-    float tx, ty;                // unit direction
+    float reach = half + 0.5f;  // where the fringe reaches 0
+    float tx, ty;               // unit direction
     if (len < 1e-6f) {
         tx = 1.0f;
         ty = 0.0f;
@@ -215,8 +219,10 @@ void Pipeline2D::addLine(float x0, float y0, float x1, float y1, float width, ui
     float ex = x1 + tx * 0.5f, ey = y1 + ty * 0.5f;
     use(Mode::Line, 0);
     uint32_t c = packColor(argb);
-    quad({sx + nx * reach, sy + ny * reach, reach, half, c}, {ex + nx * reach, ey + ny * reach, reach, half, c},
-         {ex - nx * reach, ey - ny * reach, -reach, half, c}, {sx - nx * reach, sy - ny * reach, -reach, half, c});
+    quad({sx + nx * reach, sy + ny * reach, reach, half, c},
+         {ex + nx * reach, ey + ny * reach, reach, half, c},
+         {ex - nx * reach, ey - ny * reach, -reach, half, c},
+         {sx - nx * reach, sy - ny * reach, -reach, half, c});
 }
 
 void Pipeline2D::addFill(float x0, float y0, float x1, float y1, uint32_t argb) {

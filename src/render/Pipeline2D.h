@@ -36,8 +36,8 @@ public:
 
     // A quad covering [x0,x1) x [y0,y1) showing texels [u0,u1) x [v0,v1) of
     // `texture` (in texels), multiplied by `argb`.
-    void addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0, float u1, float v1,
-                   uint32_t argb);
+    void addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0, float u1,
+                   float v1, uint32_t argb);
     // A segment between two points in pixel coordinates (pixel edges, not
     // centres), `width` wide with one pixel of antialiased fringe.
     void addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb);
@@ -49,8 +49,8 @@ public:
 private:
     struct Vertex {
         float x, y;
-        float a0, a1;     // texel coordinates, or (distance from the centre line, half width)
-        uint32_t color;   // RGBA bytes in memory order, for GL_UNSIGNED_BYTE normalised
+        float a0, a1;    // texel coordinates, or (distance from the centre line, half width)
+        uint32_t color;  // RGBA bytes in memory order, for GL_UNSIGNED_BYTE normalised
     };
     enum class Mode { None, Sprite, Line };
     void use(Mode mode, unsigned texture);

@@ -15,9 +15,13 @@ namespace {
 
 constexpr float kTwoPi = 6.28318f;
 
-Pipeline2D& pipe() { return GraphicsDevice::Get().pipeline(); }
+Pipeline2D& pipe() {
+    return GraphicsDevice::Get().pipeline();
+}
 
-Rect cut(const Rect& a, const Rect* b) { return b ? intersect(a, *b) : a; }
+Rect cut(const Rect& a, const Rect* b) {
+    return b ? intersect(a, *b) : a;
+}
 
 }  // namespace
 
@@ -33,11 +37,17 @@ RenderContext::~RenderContext() {
     if (registered) GraphicsDevice::Get().Unregister(this);
 }
 
-bool RenderContext::usable() const { return registered && ready && pipe().isReady(); }
+bool RenderContext::usable() const {
+    return registered && ready && pipe().isReady();
+}
 
-void RenderContext::OnDeviceLost() { ready = false; }
+void RenderContext::OnDeviceLost() {
+    ready = false;
+}
 
-void RenderContext::OnDeviceReset() { ready = GraphicsDevice::Get().IsCreated(); }
+void RenderContext::OnDeviceReset() {
+    ready = GraphicsDevice::Get().IsCreated();
+}
 
 void RenderContext::BeginScene() {
     GraphicsDevice::Get().BeginScene();
@@ -74,8 +84,8 @@ void RenderContext::DrawBitmapPart(Bitmap& bitmap, const Rect& source, int32_t x
     unsigned texture = bitmap.Texture();
     if (!texture) return;
     float u0 = float(src.left + piece.left - dx), v0 = float(src.top + piece.top - dy);
-    pipe().addSprite(texture, float(piece.left), float(piece.top), float(piece.right), float(piece.bottom), u0, v0,
-                     u0 + float(piece.width()), v0 + float(piece.height()), argb);
+    pipe().addSprite(texture, float(piece.left), float(piece.top), float(piece.right), float(piece.bottom),
+                     u0, v0, u0 + float(piece.width()), v0 + float(piece.height()), argb);
 }
 
 int RenderContext::DrawLine(float x1, float y1, float x2, float y2, uint32_t bgr, float lineWidth,
@@ -87,7 +97,8 @@ int RenderContext::DrawLine(float x1, float y1, float x2, float y2, uint32_t bgr
     return 1;
 }
 
-int RenderContext::DrawRect(int32_t left, int32_t top, int32_t right, int32_t bottom, uint32_t bgr, bool filled) {
+int RenderContext::DrawRect(int32_t left, int32_t top, int32_t right, int32_t bottom, uint32_t bgr,
+                            bool filled) {
     if (!usable()) return 0;
     if (filled) {
         // One line along the middle as wide as the rectangle is high: it
@@ -102,8 +113,8 @@ int RenderContext::DrawRect(int32_t left, int32_t top, int32_t right, int32_t bo
                                 {float(left), float(top)}};
     uint32_t opaque = bgr & 0x00FFFFFFu;
     for (size_t i = 0; i + 1 < outline.size(); ++i) {
-        pipe().addLine(outline[i].x + 0.5f, outline[i].y + 0.5f, outline[i + 1].x + 0.5f, outline[i + 1].y + 0.5f,
-                       1.0f, lineColorToArgb(opaque));
+        pipe().addLine(outline[i].x + 0.5f, outline[i].y + 0.5f, outline[i + 1].x + 0.5f,
+                       outline[i + 1].y + 0.5f, 1.0f, lineColorToArgb(opaque));
     }
     return 1;
 }
@@ -115,14 +126,14 @@ void RenderContext::DrawPolyline(const PointF* points, int32_t count, uint32_t b
     drawSegments(std::vector<PointF>(points, points + count), bgr, lineWidth, clip, clip == nullptr);
 }
 
-void RenderContext::drawSegments(const std::vector<PointF>& points, uint32_t bgr, float lineWidth, const Rect* clip,
-                                 bool uncut) {
+void RenderContext::drawSegments(const std::vector<PointF>& points, uint32_t bgr, float lineWidth,
+                                 const Rect* clip, bool uncut) {
     if (uncut) {
         if (!usable()) return;
         uint32_t argb = lineColorToArgb(bgr);
         for (size_t i = 0; i + 1 < points.size(); ++i) {
-            pipe().addLine(points[i].x + 0.5f, points[i].y + 0.5f, points[i + 1].x + 0.5f, points[i + 1].y + 0.5f,
-                           lineWidth, argb);
+            pipe().addLine(points[i].x + 0.5f, points[i].y + 0.5f, points[i + 1].x + 0.5f,
+                           points[i + 1].y + 0.5f, lineWidth, argb);
         }
         return;
     }
@@ -147,8 +158,8 @@ void RenderContext::DrawEllipse(int32_t left, int32_t top, int32_t right, int32_
     drawSegments(points, bgr, lineWidth, clip, false);
 }
 
-void RenderContext::DrawArc(float cx, float cy, float radius, float start, float end, uint32_t bgr, float lineWidth,
-                            const Rect* clip) {
+void RenderContext::DrawArc(float cx, float cy, float radius, float start, float end, uint32_t bgr,
+                            float lineWidth, const Rect* clip) {
     if (end < start) end += kTwoPi;
     int32_t r3 = int32_t(radius) / 3;
     int32_t n = int32_t((end - start) * 15.9155f * float(r3) * 0.01f);
@@ -162,7 +173,9 @@ void RenderContext::DrawArc(float cx, float cy, float radius, float start, float
     drawSegments(points, bgr, lineWidth, clip, false);
 }
 
-void RenderContext::PushFont() { fontStack.push_back(current); }
+void RenderContext::PushFont() {
+    fontStack.push_back(current);
+}
 
 void RenderContext::PopFont() {
     if (fontStack.empty()) return;

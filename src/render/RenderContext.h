@@ -59,7 +59,8 @@ public:
     virtual int DrawLine(float x1, float y1, float x2, float y2, uint32_t bgr, float lineWidth,
                          const Rect* clip = nullptr);
     virtual int DrawRect(int32_t left, int32_t top, int32_t right, int32_t bottom, uint32_t bgr, bool filled);
-    void DrawPolyline(const PointF* points, int32_t count, uint32_t bgr, float lineWidth, const Rect* clip = nullptr);
+    void DrawPolyline(const PointF* points, int32_t count, uint32_t bgr, float lineWidth,
+                      const Rect* clip = nullptr);
     void DrawEllipse(int32_t left, int32_t top, int32_t right, int32_t bottom, uint32_t bgr, float lineWidth,
                      const Rect* clip = nullptr);
     // Angles in radians, 0 up, growing clockwise.
@@ -84,14 +85,14 @@ public:
 protected:
     // The segments of DrawPolyline, DrawEllipse and DrawArc end here: each
     // cut as DrawLine cuts, or with `uncut` all drawn as they are.
-    virtual void drawSegments(const std::vector<PointF>& points, uint32_t bgr, float lineWidth, const Rect* clip,
-                              bool uncut);
+    virtual void drawSegments(const std::vector<PointF>& points, uint32_t bgr, float lineWidth,
+                              const Rect* clip, bool uncut);
     bool usable() const;
 
 private:
     bool registered = false;
     bool target = false;
-    bool ready = false;   // the device's pipeline is there to draw with
+    bool ready = false;  // the device's pipeline is there to draw with
     int32_t width = 0, height = 0;
     Rect clipRect;
     Font* current = nullptr;

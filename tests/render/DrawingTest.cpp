@@ -39,18 +39,19 @@ TEST_F(Drawing, SpritesAreTexelForTexelCutToClipsAndBlended) {
     // An asymmetric picture: every pixel different, one transparent, one half.
     const uint32_t w = 4, h = 3;
     std::vector<uint32_t> px(w * h);
-    for (uint32_t i = 0; i < w * h; ++i) px[i] = 0xFF000000u | (i * 20u << 16) | ((255 - i * 10) << 8) | (i * 7);
-    px[5] = 0x00FFFFFFu;   // alpha 0 draws nothing
-    px[6] = 0x80FF0000u;   // half red over black
+    for (uint32_t i = 0; i < w * h; ++i)
+        px[i] = 0xFF000000u | (i * 20u << 16) | ((255 - i * 10) << 8) | (i * 7);
+    px[5] = 0x00FFFFFFu;  // alpha 0 draws nothing
+    px[6] = 0x80FF0000u;  // half red over black
     render::Bitmap bitmap;
     ASSERT_TRUE(bitmap.LoadFromPixels(w, h, px.data()));
 
     Rect cut{0, 0, 12, kHeight};
     frame([&](RenderContext& c) {
         c.DrawBitmap(bitmap, 10, 20, 0xFFFFFFFFu);
-        c.DrawBitmap(bitmap, 10, 40, 0xFFFFFFFFu, &cut);   // only columns 10, 11
+        c.DrawBitmap(bitmap, 10, 40, 0xFFFFFFFFu, &cut);  // only columns 10, 11
         c.SetClipRect({0, 0, kWidth, 62});
-        c.DrawBitmap(bitmap, 30, 60, 0xFFFFFFFFu);   // only rows 60, 61
+        c.DrawBitmap(bitmap, 30, 60, 0xFFFFFFFFu);  // only rows 60, 61
     });
     auto s = screen();
     for (uint32_t y = 0; y < h; ++y) {
@@ -83,7 +84,7 @@ TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
         c.DrawBitmap(*white, 20, 0, 0x00FFFFFFu);
         c.DrawBitmap(*colour, 30, 0, 0xFF808080u);
         c.DrawBitmap(*white, 40, 0, 0xFFFFFFFFu);
-        c.DrawBitmap(*colour, 40, 0, 0x80FFFFFFu);   // half over white
+        c.DrawBitmap(*colour, 40, 0, 0x80FFFFFFu);  // half over white
     });
     auto s = screen();
     EXPECT_TRUE(near(at(s, 4, 4), 0xFF00FF00u, 2));
@@ -96,12 +97,12 @@ TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
 TEST_F(Drawing, LinesAndRectanglesTakePlatformColours) {
     Rect clip{0, 0, 80, kHeight};
     frame([&](RenderContext& c) {
-        EXPECT_EQ(c.DrawLine(5, 10, 60, 10, 0x000000FFu, 1.0f), 1);    // opaque red
-        c.DrawLine(5, 20, 60, 20, 0x800000FFu, 1.0f);                   // half red
-        c.DrawLine(30, 30, 30, 50, 0x0000FF00u, 3.0f);                  // green, 3 wide
-        c.DrawLine(70, 60, 150, 60, 0x00FF0000u, 1.0f, &clip);          // blue, cut at x 80
-        c.DrawRect(100, 10, 110, 15, 0x0000FFFFu, true);                 // yellow block
-        c.DrawRect(100, 30, 110, 40, 0x80FFFFFFu, false);                // outline: always opaque
+        EXPECT_EQ(c.DrawLine(5, 10, 60, 10, 0x000000FFu, 1.0f), 1);  // opaque red
+        c.DrawLine(5, 20, 60, 20, 0x800000FFu, 1.0f);                // half red
+        c.DrawLine(30, 30, 30, 50, 0x0000FF00u, 3.0f);               // green, 3 wide
+        c.DrawLine(70, 60, 150, 60, 0x00FF0000u, 1.0f, &clip);       // blue, cut at x 80
+        c.DrawRect(100, 10, 110, 15, 0x0000FFFFu, true);             // yellow block
+        c.DrawRect(100, 30, 110, 40, 0x80FFFFFFu, false);            // outline: always opaque
     });
     auto s = screen();
     EXPECT_TRUE(near(at(s, 30, 10), 0xFFFF0000u, 2));
@@ -127,8 +128,8 @@ TEST_F(Drawing, LinesAndRectanglesTakePlatformColours) {
 
 TEST_F(Drawing, EllipsesAndArcsFollowTheirRims) {
     frame([&](RenderContext& c) {
-        c.DrawEllipse(20, 20, 60, 60, 0x00FFFFFFu, 1.0f);   // centre 40,40, radius 20
-        c.DrawArc(110.0f, 60.0f, 30.0f, 0.0f, 1.5707963f, 0x00FFFFFFu, 1.0f);   // top to right
+        c.DrawEllipse(20, 20, 60, 60, 0x00FFFFFFu, 1.0f);                      // centre 40,40, radius 20
+        c.DrawArc(110.0f, 60.0f, 30.0f, 0.0f, 1.5707963f, 0x00FFFFFFu, 1.0f);  // top to right
     });
     auto s = screen();
     auto lit = [&](int x, int y) { return (at(s, x, y) & 0xFF) > 0x60; };
@@ -148,10 +149,10 @@ TEST_F(Drawing, TextIsCutToTheClipAndMeasured) {
     options.color = 0xFFFFFFFFu;
     auto font = render::FreeTypeFont::Open(options);
     ASSERT_TRUE(font) << "no system font found";
-    const char text[] = "Hello \xE9t\xE9";   // Windows-1252 e acute
+    const char text[] = "Hello \xE9t\xE9";  // Windows-1252 e acute
     const int32_t len = int32_t(sizeof text - 1);
 
-    RenderContext measuring;   // no size: measures, draws nothing
+    RenderContext measuring;  // no size: measures, draws nothing
     EXPECT_EQ(measuring.MeasureText(text, len).width, 0);
     measuring.SetFont(font.get());
     render::TextSize size = measuring.MeasureText(text, len);
@@ -172,7 +173,7 @@ TEST_F(Drawing, TextIsCutToTheClipAndMeasured) {
         c.DrawText(10, 50, text, len);
         c.PushFont();
         c.SetFont(nullptr);
-        c.DrawText(10, 90, text, len);   // no font: nothing
+        c.DrawText(10, 90, text, len);  // no font: nothing
         c.PopFont();
         EXPECT_EQ(c.GetFont(), font.get());
     });
@@ -187,7 +188,7 @@ TEST_F(Drawing, TextIsCutToTheClipAndMeasured) {
     EXPECT_EQ(litIn(40, kWidth, 10, 10 + size.height), 0);
     EXPECT_GT(litIn(40, kWidth, 50, 50 + size.height), 20);
     EXPECT_EQ(litIn(0, kWidth, 90, kHeight), 0);
-    EXPECT_EQ(litIn(0, 10, 0, kHeight), 0);   // nothing left of the pen
+    EXPECT_EQ(litIn(0, 10, 0, kHeight), 0);  // nothing left of the pen
 }
 
 TEST_F(Drawing, RenderTargetsDrawMidFrameAndComeBackEmptyAfterReset) {
@@ -205,8 +206,8 @@ TEST_F(Drawing, RenderTargetsDrawMidFrameAndComeBackEmptyAfterReset) {
             RenderContext* t = target.BeginRender();
             ASSERT_TRUE(t);
             t->BeginScene();
-            t->DrawRect(0, 0, 16, 8, 0x000000FFu, true);   // red
-            t->DrawBitmap(*tile, 12, 0, 0xFFFFFFFFu);        // blue corner
+            t->DrawRect(0, 0, 16, 8, 0x000000FFu, true);  // red
+            t->DrawBitmap(*tile, 12, 0, 0xFFFFFFFFu);     // blue corner
             t->EndScene();
             target.EndRender();
             // Back on the screen: the frame's scissor and size are back too.
@@ -216,10 +217,10 @@ TEST_F(Drawing, RenderTargetsDrawMidFrameAndComeBackEmptyAfterReset) {
         dirty);
     auto s = screen();
     EXPECT_EQ(at(s, 50, 45), 0xFFFF0000u);
-    EXPECT_EQ(at(s, 62, 45), 0xFF0000FFu);   // the target's top row is its first row
+    EXPECT_EQ(at(s, 62, 45), 0xFF0000FFu);  // the target's top row is its first row
     EXPECT_EQ(at(s, 62, 52), 0xFFFF0000u);
     EXPECT_EQ(at(s, 45, 41), 0xFF000000u);
-    EXPECT_EQ(at(s, 10, 10), 0xFF00FF00u);   // outside the dirty rectangle: untouched
+    EXPECT_EQ(at(s, 10, 10), 0xFF00FF00u);  // outside the dirty rectangle: untouched
     EXPECT_EQ(at(s, 80, 50), 0xFF00FF00u);
 
     ASSERT_TRUE(target.Lock());
@@ -252,9 +253,9 @@ TEST_F(Drawing, PixelAccessOnWritableBitmaps) {
     render::Bitmap b;
     ASSERT_TRUE(b.CreateEmpty(4, 4, false));
     ASSERT_TRUE(b.Lock());
-    b.SetPixelRgb(1, 2, 0x00FF8040u);   // platform colour: red 0x40
+    b.SetPixelRgb(1, 2, 0x00FF8040u);  // platform colour: red 0x40
     b.SetPixelAlpha(1, 2, 0xFF);
-    b.SetPixelRgb(9, 9, 0x00FFFFFFu);   // outside: ignored
+    b.SetPixelRgb(9, 9, 0x00FFFFFFu);  // outside: ignored
     EXPECT_EQ(b.GetPixel(1, 2, true), 0xFF4080FFu);
     EXPECT_EQ(b.GetPixel(1, 2, false), 0x004080FFu);
     EXPECT_EQ(b.GetPixelAlpha(0, 0), 0);
@@ -262,11 +263,11 @@ TEST_F(Drawing, PixelAccessOnWritableBitmaps) {
     frame([&](RenderContext& c) { c.DrawBitmap(b, 20, 20, 0xFFFFFFFFu); });
     auto s = screen();
     EXPECT_EQ(at(s, 21, 22), 0xFF4080FFu);
-    EXPECT_EQ(at(s, 20, 20), 0xFF000000u);   // alpha 0: nothing
+    EXPECT_EQ(at(s, 20, 20), 0xFF000000u);  // alpha 0: nothing
 
     EXPECT_FALSE(b.LoadFromPixels(0, 4, nullptr));
     EXPECT_TRUE(b.IsEmpty());
-    frame([&](RenderContext& c) { c.DrawBitmap(b, 20, 20, 0xFFFFFFFFu); });   // empty: draws nothing
+    frame([&](RenderContext& c) { c.DrawBitmap(b, 20, 20, 0xFFFFFFFFu); });  // empty: draws nothing
     EXPECT_EQ(at(screen(), 21, 22), 0xFF000000u);
 }
 

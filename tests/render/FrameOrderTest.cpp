@@ -21,9 +21,9 @@ struct FrameOrder : ::testing::Test {
     bool modal = false;
 
     void SetUp() override {
-        const char* names[] = {"chatFrame",     "modifiers",     "chatWindow",     "chatEntry", "hotkeys",
-                               "characters",    "identities",    "desktopTokens",  "windows",   "dieBox",
-                               "dice",          "drag",          "radial"};
+        const char* names[] = {"chatFrame",  "modifiers",  "chatWindow",    "chatEntry", "hotkeys",
+                               "characters", "identities", "desktopTokens", "windows",   "dieBox",
+                               "dice",       "drag",       "radial"};
         for (int i = 0; i < int(FrameStep::Count); ++i) {
             std::string name = names[i];
             setFrameStep(FrameStep(i), [this, name](render::RenderContext&) { order.push_back(name); });
@@ -42,8 +42,8 @@ TEST_F(FrameOrder, LayersComeInOrderAndModesLeaveTheirsOut) {
     render::RecordingRenderContext context;
     drawFrameLayers(context);
     EXPECT_EQ(order, (std::vector<std::string>{"chatFrame", "modifiers", "chatWindow", "chatEntry", "hotkeys",
-                                               "characters", "identities", "desktopTokens", "windows", "dieBox",
-                                               "dice", "drag", "radial"}));
+                                               "characters", "identities", "desktopTokens", "windows",
+                                               "dieBox", "dice", "drag", "radial"}));
     // The dice sit between two sprite batches.
     EXPECT_EQ(context.kinds(), (std::vector<std::string>{"endSprites", "beginSprites"}));
 
@@ -60,25 +60,25 @@ TEST_F(FrameOrder, LayersComeInOrderAndModesLeaveTheirsOut) {
     mode = 2;
     modal = false;
     drawFrameLayers(context);
-    EXPECT_EQ(order, (std::vector<std::string>{"characters", "desktopTokens", "windows", "dieBox", "dice", "drag",
-                                               "radial"}));
+    EXPECT_EQ(order, (std::vector<std::string>{"characters", "desktopTokens", "windows", "dieBox", "dice",
+                                               "drag", "radial"}));
 }
 
 TEST_F(FrameOrder, DesktopImageTilesOnlyWhereTheClipIs) {
-    render::Bitmap tile;   // pixels only: no device needed to record
+    render::Bitmap tile;  // pixels only: no device needed to record
     std::vector<uint32_t> px(64 * 32, 0xFF112233u);
     ASSERT_TRUE(tile.LoadFromPixels(64, 32, px.data()));
     setDesktopImage(&tile);
     for (int i = 0; i < int(FrameStep::Count); ++i) setFrameStep(FrameStep(i), nullptr);
 
     render::RecordingRenderContext context;
-    context.SetClipRect({100, 40, 140, 70});   // meets tiles x 64, 128 and y 32, 64
+    context.SetClipRect({100, 40, 140, 70});  // meets tiles x 64, 128 and y 32, 64
     drawFrameLayers(context);
     std::vector<std::pair<float, float>> at;
     for (const DrawCall& c : context.calls) {
         if (c.kind != DrawCall::Bitmap) continue;
         EXPECT_EQ(c.bitmap, &tile);
-        EXPECT_EQ(c.color, 0xFF808080u);   // the desktop light
+        EXPECT_EQ(c.color, 0xFF808080u);  // the desktop light
         at.push_back({c.x1, c.y1});
     }
     EXPECT_EQ(at, (std::vector<std::pair<float, float>>{{64, 32}, {128, 32}, {64, 64}, {128, 64}}));

@@ -29,7 +29,8 @@ protected:
 std::vector<uint32_t> tilePixels(uint32_t w, uint32_t h) {
     std::vector<uint32_t> px(w * h);
     for (uint32_t y = 0; y < h; ++y)
-        for (uint32_t x = 0; x < w; ++x) px[y * w + x] = 0xFF000000u | (x * 30u << 16) | (y * 40u << 8) | 0x11;
+        for (uint32_t x = 0; x < w; ++x)
+            px[y * w + x] = 0xFF000000u | (x * 30u << 16) | (y * 40u << 8) | 0x11;
     return px;
 }
 
@@ -40,12 +41,13 @@ TEST_F(Frame, DrawsOnlyWhenDirtyAndTilesTheDesktopImage) {
     ASSERT_TRUE(tile.LoadFromPixels(tw, th, px.data()));
     app::setDesktopImage(&tile);
 
-    EXPECT_EQ(app::DrawFrame(), 1);   // a new device is dirty all over
+    EXPECT_EQ(app::DrawFrame(), 1);  // a new device is dirty all over
     EXPECT_TRUE(GraphicsDevice::Get().DirtyRect().isEmpty());
-    EXPECT_EQ(app::DrawFrame(), 0);   // nothing dirty: the loop may sleep
+    EXPECT_EQ(app::DrawFrame(), 0);  // nothing dirty: the loop may sleep
     auto s = screen();
     for (int y = 0; y < kHeight; ++y)
-        for (int x = 0; x < kWidth; ++x) ASSERT_EQ(at(s, x, y), px[size_t(y % th) * tw + size_t(x % tw)]) << x << "," << y;
+        for (int x = 0; x < kWidth; ++x)
+            ASSERT_EQ(at(s, x, y), px[size_t(y % th) * tw + size_t(x % tw)]) << x << "," << y;
 }
 
 TEST_F(Frame, ASmallDirtyRectangleChangesOnlyItsPixels) {
@@ -54,7 +56,7 @@ TEST_F(Frame, ASmallDirtyRectangleChangesOnlyItsPixels) {
     render::Bitmap tile;
     ASSERT_TRUE(tile.LoadFromPixels(tw, th, px.data()));
     app::setDesktopImage(&tile);
-    uint32_t cover = 0x000000FFu;   // red over everything
+    uint32_t cover = 0x000000FFu;  // red over everything
     app::setFrameStep(app::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
         c.DrawRect(0, 0, kWidth, kHeight, cover, true);
         c.DrawLine(0, 0, kWidth - 1, kHeight - 1, 0x00FFFFFFu, 2.0f);
@@ -62,7 +64,7 @@ TEST_F(Frame, ASmallDirtyRectangleChangesOnlyItsPixels) {
     ASSERT_EQ(app::DrawFrame(), 1);
     auto before = screen();
 
-    cover = 0x00FF0000u;   // now blue
+    cover = 0x00FF0000u;  // now blue
     Rect small{40, 30, 61, 47};
     GraphicsDevice::Get().Invalidate(&small);
     ASSERT_EQ(app::DrawFrame(), 1);
@@ -91,7 +93,7 @@ bool readPng(const std::string& path, uint32_t& w, uint32_t& h, std::vector<uint
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     if (!png_image_begin_read_from_file(&image, path.c_str())) return false;
-    image.format = PNG_FORMAT_BGRA;   // bytes B, G, R, A: 0xAARRGGBB on little-endian
+    image.format = PNG_FORMAT_BGRA;  // bytes B, G, R, A: 0xAARRGGBB on little-endian
     w = image.width;
     h = image.height;
     argb.assign(size_t(w) * h, 0);
@@ -106,7 +108,7 @@ TEST_F(Frame, PrintScreenWritesTheNextFreeNumberTopRowFirst) {
     EXPECT_EQ(app::nextScreenshotName(dir.path()), "screenshot0001.png");
     writeFile(dir.path() / "screenshot0001.png", "x");
     writeFile(dir.path() / "screenshot0003.png", "x");
-    EXPECT_EQ(app::nextScreenshotName(dir.path()), "screenshot0002.png");   // the gap first
+    EXPECT_EQ(app::nextScreenshotName(dir.path()), "screenshot0002.png");  // the gap first
 
     // One red pixel near the top left, one green near the bottom right.
     app::setFrameStep(app::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
@@ -159,10 +161,10 @@ TEST_F(Frame, ALostContextDrawsTheSamePictureAfterwards) {
 
     ASSERT_EQ(GraphicsDevice::Get().RecreateContext(), 0);
     EXPECT_FALSE(GraphicsDevice::Get().IsResetting());
-    ASSERT_TRUE(cache.Lock());   // a render target comes back empty
+    ASSERT_TRUE(cache.Lock());  // a render target comes back empty
     for (uint32_t p : cache.Pixels()) ASSERT_EQ(p, 0u);
     cache.Unlock();
-    ASSERT_EQ(app::DrawFrame(), 1);   // the new context is dirty all over
+    ASSERT_EQ(app::DrawFrame(), 1);  // the new context is dirty all over
     auto after = screen();
     size_t differing = 0;
     for (size_t i = 0; i < before.size(); ++i) differing += before[i] != after[i];

@@ -14,19 +14,19 @@ TEST(Geometry, RectanglesUniteAndIntersect) {
     Rect a{10, 10, 20, 20}, b{15, 5, 30, 12};
     EXPECT_EQ(unite(a, b), (Rect{10, 5, 30, 20}));
     EXPECT_EQ(intersect(a, b), (Rect{15, 10, 20, 12}));
-    EXPECT_TRUE(intersect(a, Rect{20, 20, 30, 30}).isEmpty());   // touching edges share no pixel
+    EXPECT_TRUE(intersect(a, Rect{20, 20, 30, 30}).isEmpty());  // touching edges share no pixel
     EXPECT_EQ(unite(Rect{}, a), a);
-    EXPECT_EQ(unite(a, Rect{5, 5, 5, 9}), a);   // an empty rectangle adds nothing
+    EXPECT_EQ(unite(a, Rect{5, 5, 5, 9}), a);  // an empty rectangle adds nothing
 }
 
 TEST(Geometry, CohenSutherlandClipping) {
     Rect clip{0, 0, 100, 50};
     EXPECT_EQ(outCode(-1, 10, clip), OutLeft);
     EXPECT_EQ(outCode(100, 10, clip), OutRight);
-    EXPECT_EQ(outCode(10, 50, clip), OutBottom);   // y grows downwards
+    EXPECT_EQ(outCode(10, 50, clip), OutBottom);  // y grows downwards
     EXPECT_EQ(outCode(10, -1, clip), OutTop);
     EXPECT_EQ(outCode(-5, -5, clip), OutLeft | OutTop);
-    EXPECT_EQ(outCode(99, 49, clip), 0);   // last row and column are inside
+    EXPECT_EQ(outCode(99, 49, clip), 0);  // last row and column are inside
 
     float x1 = -50, y1 = 25, x2 = 150, y2 = 25;
     ASSERT_TRUE(clipLine(x1, y1, x2, y2, clip));
@@ -34,23 +34,23 @@ TEST(Geometry, CohenSutherlandClipping) {
     EXPECT_FLOAT_EQ(x2, 99);
     EXPECT_FLOAT_EQ(y1, 25);
 
-    x1 = -10, y1 = -10, x2 = 60, y2 = 60;   // diagonal through the top left corner
+    x1 = -10, y1 = -10, x2 = 60, y2 = 60;  // diagonal through the top left corner
     ASSERT_TRUE(clipLine(x1, y1, x2, y2, clip));
     EXPECT_FLOAT_EQ(x1, 0);
     EXPECT_FLOAT_EQ(y1, 0);
     EXPECT_FLOAT_EQ(x2, 49);
     EXPECT_FLOAT_EQ(y2, 49);
 
-    x1 = -10, y1 = 60, x2 = 200, y2 = 70;   // wholly below
+    x1 = -10, y1 = 60, x2 = 200, y2 = 70;  // wholly below
     EXPECT_FALSE(clipLine(x1, y1, x2, y2, clip));
-    x1 = 120, y1 = -20, x2 = 60, y2 = -1;   // outside, across two regions
+    x1 = 120, y1 = -20, x2 = 60, y2 = -1;  // outside, across two regions
     EXPECT_FALSE(clipLine(x1, y1, x2, y2, clip));
     x1 = 5, y1 = 5, x2 = 6, y2 = 6;
     EXPECT_FALSE(clipLine(x1, y1, x2, y2, Rect{}));
 }
 
 TEST(Geometry, LineColoursSwapBytesAndReadAlphaZeroAsOpaque) {
-    EXPECT_EQ(lineColorToArgb(0x000000FF), 0xFFFF0000u);   // red in the low byte
+    EXPECT_EQ(lineColorToArgb(0x000000FF), 0xFFFF0000u);  // red in the low byte
     EXPECT_EQ(lineColorToArgb(0x800000FF), 0x80FF0000u);
     EXPECT_EQ(lineColorToArgb(0x00123456), 0xFF563412u);
     EXPECT_EQ(opaqueLineColorToArgb(0x20FF0000), 0xFF0000FFu);
@@ -101,9 +101,9 @@ TEST(Geometry, GlClipSpaceFlipsYShiftsHalfAPixelAndSpreadsDepth) {
     glm::vec4 p = gl * glm::vec4(-19.5f, 15.234375f, -20.0f, 1.0f);
     glm::vec3 ndc = glm::vec3(p) / p.w;
     EXPECT_NEAR(ndc.x, -1.0f + 1.0f / 1024.0f, 1e-5);
-    EXPECT_NEAR(ndc.y, -1.0f + 1.0f / 768.0f, 1e-5);   // our top row is GL's first row
+    EXPECT_NEAR(ndc.y, -1.0f + 1.0f / 768.0f, 1e-5);  // our top row is GL's first row
     EXPECT_NEAR(ndc.z, -1.0f, 1e-5);
-    p = gl * glm::vec4(0.0f, 0.0f, 0.0f, 1.0f);   // the table, on the far plane
+    p = gl * glm::vec4(0.0f, 0.0f, 0.0f, 1.0f);  // the table, on the far plane
     EXPECT_NEAR(p.z / p.w, 1.0f, 1e-5);
 }
 

@@ -27,8 +27,8 @@ protected:
         window.reset(platform::Window::create("render test", kWidth, kHeight));
         ASSERT_TRUE(window) << "no window";
         int code = render::GraphicsDevice::Get().Create(*window);
-        ASSERT_EQ(code, 0) << "no OpenGL 3.3 context (code " << code << "); GL_RENDERER: "
-                           << render::GraphicsDevice::Get().RendererName();
+        ASSERT_EQ(code, 0) << "no OpenGL 3.3 context (code " << code
+                           << "); GL_RENDERER: " << render::GraphicsDevice::Get().RendererName();
     }
 
     void TearDown() override {
@@ -43,7 +43,9 @@ protected:
         render::GraphicsDevice::Get().ReadBackBuffer({0, 0, kWidth, kHeight}, px);
         return px;
     }
-    static uint32_t at(const std::vector<uint32_t>& px, int x, int y) { return px[size_t(y) * kWidth + size_t(x)]; }
+    static uint32_t at(const std::vector<uint32_t>& px, int x, int y) {
+        return px[size_t(y) * kWidth + size_t(x)];
+    }
 
     std::unique_ptr<platform::Window> window;
 };
@@ -54,7 +56,8 @@ inline ::testing::AssertionResult near(uint32_t actual, uint32_t expected, int t
         int a = int((actual >> shift) & 0xFF), e = int((expected >> shift) & 0xFF);
         if (std::abs(a - e) > tolerance) {
             char text[80];
-            std::snprintf(text, sizeof text, "0x%08X is not within %d of 0x%08X", actual, tolerance, expected);
+            std::snprintf(text, sizeof text, "0x%08X is not within %d of 0x%08X", actual, tolerance,
+                          expected);
             return ::testing::AssertionFailure() << text;
         }
     }

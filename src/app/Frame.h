@@ -16,19 +16,21 @@ class RenderContext;
 
 namespace lh::app {
 
-// The layers after the desktop image, bottom to top.
+// The layers after the desktop image, bottom to top. The first five are left
+// out in the local characters mode, IdentityList is drawn on a host only, and
+// the dice are left out while the Desktop is modal.
 enum class FrameStep {
-    ChatFrame,          // the chat area's frame and its highlight   } not drawn
-    ModifierCollector,  //                                             } in the
-    ChatWindow,         //                                             } local
-    ChatEntry,          //                                             } characters
-    HotkeyBar,          //                                             } mode
+    ChatFrame,  // the chat area's frame and its highlight
+    ModifierCollector,
+    ChatWindow,
+    ChatEntry,
+    HotkeyBar,
     CharacterList,
-    IdentityList,  // host only
+    IdentityList,
     DesktopTokens,
     DesktopWindows,  // bottom to top
     DieBox,
-    DiceScene,  // 3D, depth tested; not drawn while the Desktop is modal
+    DiceScene,  // 3D, depth tested
     DragImage,
     RadialMenu,
     Count

@@ -12,14 +12,9 @@
 namespace lh::platform {
 
 GlContext* GlContext::create(Window& window, std::string& error) {
-    // The window set these when it was made; a context made again later (after
-    // a lost one) must ask for the same, whatever was set in between.
-    SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
-    SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
-    SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
-    SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
-    SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 0);
-    SDL_GL_SetAttribute(SDL_GL_ALPHA_SIZE, 0);
+    // The attributes (3.3 core, double buffer, no depth or alpha in the
+    // window: those live in the device's FBO) were set by Window::create and
+    // stay in force for a context made again after a lost one.
     auto* w = static_cast<SDL_Window*>(window.nativeHandle());
     SDL_GLContext c = w ? SDL_GL_CreateContext(w) : nullptr;
     if (!c) {

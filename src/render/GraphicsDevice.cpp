@@ -70,6 +70,7 @@ int GraphicsDevice::Create(platform::Window& win) {
     }
     setDepthStates();
     resetting = false;
+    for (Rect& r : presented) r = Rect{};
     Invalidate(nullptr);
     return 0;
 }

@@ -16,15 +16,6 @@ namespace {
 using render::GraphicsDevice;
 using render::Rect;
 
-class Frame : public GlTest {
-protected:
-    void TearDown() override {
-        for (int i = 0; i < int(app::FrameStep::Count); ++i) app::setFrameStep(app::FrameStep(i), nullptr);
-        app::setDesktopImage(nullptr);
-        GlTest::TearDown();
-    }
-};
-
 // A tile whose every pixel differs, so a misplaced or flipped tile shows.
 std::vector<uint32_t> tilePixels(uint32_t w, uint32_t h) {
     std::vector<uint32_t> px(w * h);
@@ -34,12 +25,32 @@ std::vector<uint32_t> tilePixels(uint32_t w, uint32_t h) {
     return px;
 }
 
-TEST_F(Frame, DrawsOnlyWhenDirtyAndTilesTheDesktopImage) {
-    const uint32_t tw = 7, th = 5;
-    auto px = tilePixels(tw, th);
+class Frame : public GlTest {
+protected:
+    // The desktop image: a tw x th tile of tilePixels.
+    void useTile(uint32_t w, uint32_t h) {
+        tw = w;
+        th = h;
+        px = tilePixels(w, h);
+        ASSERT_TRUE(tile.LoadFromPixels(w, h, px.data()));
+        app::setDesktopImage(&tile);
+    }
+    uint32_t tileAt(int x, int y) const { return px[size_t(y) % th * tw + size_t(x) % tw]; }
+
+    uint32_t tw = 0, th = 0;
+    std::vector<uint32_t> px;
     render::Bitmap tile;
-    ASSERT_TRUE(tile.LoadFromPixels(tw, th, px.data()));
-    app::setDesktopImage(&tile);
+
+    void TearDown() override {
+        for (int i = 0; i < int(app::FrameStep::Count); ++i) app::setFrameStep(app::FrameStep(i), nullptr);
+        app::setDesktopImage(nullptr);
+        GlTest::TearDown();
+    }
+};
+
+
+TEST_F(Frame, DrawsOnlyWhenDirtyAndTilesTheDesktopImage) {
+    useTile(7, 5);
 
     EXPECT_EQ(app::DrawFrame(), 1);  // a new device is dirty all over
     EXPECT_TRUE(GraphicsDevice::Get().DirtyRect().isEmpty());
@@ -47,15 +58,11 @@ TEST_F(Frame, DrawsOnlyWhenDirtyAndTilesTheDesktopImage) {
     auto s = screen();
     for (int y = 0; y < kHeight; ++y)
         for (int x = 0; x < kWidth; ++x)
-            ASSERT_EQ(at(s, x, y), px[size_t(y % th) * tw + size_t(x % tw)]) << x << "," << y;
+            ASSERT_EQ(at(s, x, y), tileAt(x, y)) << x << "," << y;
 }
 
 TEST_F(Frame, ASmallDirtyRectangleChangesOnlyItsPixels) {
-    const uint32_t tw = 7, th = 5;
-    auto px = tilePixels(tw, th);
-    render::Bitmap tile;
-    ASSERT_TRUE(tile.LoadFromPixels(tw, th, px.data()));
-    app::setDesktopImage(&tile);
+    useTile(7, 5);
     uint32_t cover = 0x000000FFu;  // red over everything
     app::setFrameStep(app::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
         c.DrawRect(0, 0, kWidth, kHeight, cover, true);
@@ -129,11 +136,7 @@ TEST_F(Frame, PrintScreenWritesTheNextFreeNumberTopRowFirst) {
 }
 
 TEST_F(Frame, ALostContextDrawsTheSamePictureAfterwards) {
-    const uint32_t tw = 9, th = 6;
-    auto px = tilePixels(tw, th);
-    render::Bitmap tile;
-    ASSERT_TRUE(tile.LoadFromPixels(tw, th, px.data()));
-    app::setDesktopImage(&tile);
+    useTile(9, 6);
     render::FreeTypeFont::Options options;
     options.pixelSize = 14;
     options.color = 0xFFFFFF80u;

@@ -1,0 +1,146 @@
+// The frame and the screenshot. No GL here: the device and the render
+// context do the drawing.
+#include "app/Frame.h"
+
+#include <array>
+#include <cstdio>
+#include <vector>
+
+#include "platform/Paths.h"
+#include "render/Bitmap.h"
+#include "render/GraphicsDevice.h"
+#include "render/PngWriter.h"
+#include "render/RenderContext.h"
+
+namespace lh::app {
+
+namespace {
+
+std::array<FrameDraw, size_t(FrameStep::Count)> steps;
+FrameState state;
+render::Bitmap* desktopImage = nullptr;
+
+void run(FrameStep step, render::RenderContext& context) {
+    const FrameDraw& draw = steps[size_t(step)];
+    if (draw) draw(context);
+}
+
+int sessionMode() {
+    return state.sessionMode ? state.sessionMode() : 0;
+}
+bool isHost() {
+    return state.isHost ? state.isHost() : sessionMode() == 0;
+}
+bool desktopModal() {
+    return state.desktopModal ? state.desktopModal() : false;
+}
+uint32_t desktopLight() {
+    return state.desktopLightColor ? state.desktopLightColor() : 0xFFFFFFFFu;
+}
+
+// Tiles from the top left corner of the client area, but only the tiles that
+// meet the clip rectangle: a small dirty rectangle costs a tile or four.
+void tileDesktopImage(render::RenderContext& context) {
+    if (!desktopImage || desktopImage->IsEmpty()) return;
+    const int32_t w = int32_t(desktopImage->GetWidth()), h = int32_t(desktopImage->GetHeight());
+    const render::Rect& clip = context.ClipRect();
+    if (clip.isEmpty()) return;
+    const uint32_t color = desktopLight();
+    const int32_t firstX = clip.left > 0 ? clip.left / w * w : 0;
+    const int32_t firstY = clip.top > 0 ? clip.top / h * h : 0;
+    for (int32_t y = firstY; y < clip.bottom; y += h) {
+        for (int32_t x = firstX; x < clip.right; x += w) context.DrawBitmap(*desktopImage, x, y, color);
+    }
+}
+
+}  // namespace
+
+void setFrameStep(FrameStep step, FrameDraw draw) {
+    if (step >= FrameStep::Count) return;
+    steps[size_t(step)] = std::move(draw);
+}
+
+void setFrameState(FrameState s) {
+    state = std::move(s);
+}
+
+void setDesktopImage(render::Bitmap* image) {
+    desktopImage = image;
+}
+
+void drawFrameLayers(render::RenderContext& context) {
+    tileDesktopImage(context);
+    if (sessionMode() != 2) {
+        run(FrameStep::ChatFrame, context);
+        run(FrameStep::ModifierCollector, context);
+        run(FrameStep::ChatWindow, context);
+        run(FrameStep::ChatEntry, context);
+        run(FrameStep::HotkeyBar, context);
+    }
+    run(FrameStep::CharacterList, context);
+    if (isHost()) run(FrameStep::IdentityList, context);
+    run(FrameStep::DesktopTokens, context);
+    run(FrameStep::DesktopWindows, context);
+    run(FrameStep::DieBox, context);
+    if (!desktopModal()) {
+        // The dice go between two sprite batches, depth tested.
+        context.EndSprites();
+        render::GraphicsDevice::Get().SetDepthTest(true);
+        run(FrameStep::DiceScene, context);
+        context.BeginSprites();
+        render::GraphicsDevice::Get().SetDepthTest(false);
+    }
+    run(FrameStep::DragImage, context);
+    run(FrameStep::RadialMenu, context);
+}
+
+int DrawFrame() {
+    render::GraphicsDevice& device = render::GraphicsDevice::Get();
+    const render::Rect dirty = device.DirtyRect();
+    if (device.IsResetting() || !device.IsCreated() || dirty.isEmpty()) return 0;
+
+    device.BeginFrame(dirty);
+    {
+        render::RenderContext context(false, device.Width(), device.Height());
+        context.SetClipRect(render::intersect(dirty, render::Rect{0, 0, device.Width(), device.Height()}));
+        device.ClearDirtyRect();
+        context.BeginScene();
+        device.SetDepthTest(false);
+        drawFrameLayers(context);
+        context.EndScene();
+    }
+    // Lost devices do not happen to a GL context in use here; a context
+    // that is thrown away is rebuilt by GraphicsDevice::RecreateContext.
+    device.Present(dirty);
+    return 1;
+}
+
+std::string nextScreenshotName(const std::filesystem::path& dir) {
+    char name[32];
+    for (uint32_t n = 1; n != 0; ++n) {
+        std::snprintf(name, sizeof name, "screenshot%04u.png", n);
+        std::FILE* f = std::fopen((dir / name).c_str(), "rb");
+        if (!f) return name;
+        std::fclose(f);
+    }
+    return {};
+}
+
+std::string SaveScreenshot() {
+    render::GraphicsDevice& device = render::GraphicsDevice::Get();
+    std::vector<uint32_t> pixels;
+    render::Rect taken;
+    if (!device.ReadBackBuffer(render::Rect{0, 0, device.Width(), device.Height()}, pixels, &taken))
+        return {};
+    if (taken.isEmpty()) return {};
+    const std::filesystem::path dir = platform::workingDirectory();
+    std::string name = nextScreenshotName(dir);
+    if (name.empty()) return {};
+    if (!render::writePng(dir / name, uint32_t(taken.width()), uint32_t(taken.height()), pixels.data(),
+                          false)) {
+        return {};
+    }
+    return name;
+}
+
+}  // namespace lh::app

@@ -1,0 +1,70 @@
+// The frame drawn in idle time: only when something is dirty, only inside
+// the dirty rectangle, in a fixed order of layers. The subsystems hook their
+// drawing into the steps of that order; the frame itself knows only the
+// desktop image. Also the Print Screen picture.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace lh::render {
+class Bitmap;
+class RenderContext;
+}  // namespace lh::render
+
+namespace lh::app {
+
+// The layers after the desktop image, bottom to top. The first five are left
+// out in the local characters mode, IdentityList is drawn on a host only, and
+// the dice are left out while the Desktop is modal.
+enum class FrameStep {
+    ChatFrame,  // the chat area's frame and its highlight
+    ModifierCollector,
+    ChatWindow,
+    ChatEntry,
+    HotkeyBar,
+    CharacterList,
+    IdentityList,
+    DesktopTokens,
+    DesktopWindows,  // bottom to top
+    DieBox,
+    DiceScene,  // 3D, depth tested
+    DragImage,
+    RadialMenu,
+    Count
+};
+
+using FrameDraw = std::function<void(render::RenderContext&)>;
+// Puts a drawing function on a step; an empty function takes it off.
+void setFrameStep(FrameStep step, FrameDraw draw);
+
+// What the frame asks of the rest of the program each time it draws.
+struct FrameState {
+    std::function<int()> sessionMode;  // 0 host, 1 join, 2 local characters
+    std::function<bool()> isHost;
+    std::function<bool()> desktopModal;
+    std::function<uint32_t()> desktopLightColor;  // 0xAARRGGBB
+};
+void setFrameState(FrameState state);
+
+// The picture tiled under everything; null draws none.
+void setDesktopImage(render::Bitmap* image);
+
+// Draws a frame if the dirty rectangle is not empty and the device is not
+// resetting: 1 if it drew, 0 if there was nothing to draw (the loop sleeps).
+int DrawFrame();
+
+// The layers of a frame into `context` (whose clip rectangle is the dirty
+// rectangle), without the device's clear and present: DrawFrame's middle,
+// which tests run on a recording context.
+void drawFrameLayers(render::RenderContext& context);
+
+// The first "screenshotNNNN.png" (from 0001) that does not exist in `dir`.
+std::string nextScreenshotName(const std::filesystem::path& dir);
+// Writes the client area to the next screenshot name in the working
+// directory. The file name written, or "" on failure (no message).
+std::string SaveScreenshot();
+
+}  // namespace lh::app

@@ -1,0 +1,180 @@
+// fontconfig lookup and FreeType rasterisation into a glyph atlas.
+#include "render/FreeTypeFont.h"
+
+#include <fontconfig/fontconfig.h>
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
+#include <algorithm>
+#include <vector>
+
+#include "platform/Encoding.h"
+#include "render/RenderContext.h"
+
+namespace lh::render {
+
+namespace {
+
+// One FreeType library for the process; faces are opened and closed while a
+// font is built, so nothing of FreeType lives in a font afterwards.
+FT_Library library() {
+    static FT_Library lib = [] {
+        FT_Library l = nullptr;
+        if (FT_Init_FreeType(&l) != 0) l = nullptr;
+        return l;
+    }();
+    return lib;
+}
+
+// The file fontconfig picks for a family, or "" when nothing matches it well.
+std::string matchFile(const std::string& family, bool bold, bool italic, bool exactFamily) {
+    if (!FcInit()) return {};
+    FcPattern* pattern = FcPatternCreate();
+    FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
+    FcPatternAddInteger(pattern, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
+    FcPatternAddInteger(pattern, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
+    FcPatternAddBool(pattern, FC_SCALABLE, FcTrue);
+    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
+    FcDefaultSubstitute(pattern);
+    FcResult result = FcResultNoMatch;
+    FcPattern* match = FcFontMatch(nullptr, pattern, &result);
+    std::string path;
+    if (match) {
+        FcChar8* file = nullptr;
+        FcChar8* got = nullptr;
+        bool familyOk = !exactFamily;
+        if (exactFamily && FcPatternGetString(match, FC_FAMILY, 0, &got) == FcResultMatch) {
+            familyOk = FcStrCmpIgnoreCase(got, reinterpret_cast<const FcChar8*>(family.c_str())) == 0;
+        }
+        if (familyOk && FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch) {
+            path = reinterpret_cast<const char*>(file);
+        }
+        FcPatternDestroy(match);
+    }
+    FcPatternDestroy(pattern);
+    return path;
+}
+
+constexpr int32_t kAtlasWidth = 512;
+
+}  // namespace
+
+std::unique_ptr<FreeTypeFont> FreeTypeFont::Open(const Options& options) {
+    std::string path;
+    if (!options.face.empty()) path = matchFile(options.face, options.bold, options.italic, true);
+    if (path.empty()) path = matchFile("DejaVu Sans", options.bold, options.italic, false);
+    if (path.empty()) return nullptr;
+    return OpenFile(path, options);
+}
+
+std::unique_ptr<FreeTypeFont> FreeTypeFont::OpenFile(const std::string& path, const Options& options) {
+    std::unique_ptr<FreeTypeFont> font(new FreeTypeFont());
+    if (!font->build(path, options)) return nullptr;
+    return font;
+}
+
+bool FreeTypeFont::build(const std::string& path, const Options& options) {
+    FT_Library lib = library();
+    if (!lib || options.pixelSize <= 0 || options.pixelSize > 512) return false;
+    FT_Face face = nullptr;
+    if (FT_New_Face(lib, path.c_str(), 0, &face) != 0) return false;
+    if (FT_Set_Pixel_Sizes(face, 0, FT_UInt(options.pixelSize)) != 0) {
+        FT_Done_Face(face);
+        return false;
+    }
+    filePath = path;
+    color = options.color;
+    ascent = int32_t((face->size->metrics.ascender + 63) >> 6);
+    int32_t descent = int32_t((-face->size->metrics.descender + 63) >> 6);
+    lineHeight = ascent + descent;
+
+    // Render every character, then pack the bitmaps into shelves.
+    struct Raster {
+        int32_t w = 0, h = 0;
+        std::vector<uint8_t> alpha;
+    };
+    std::array<Raster, 256> rasters;
+    for (int code = 32; code < 256; ++code) {
+        char32_t cp = platform::windows1252ToCodePoint(static_cast<unsigned char>(code));
+        FT_UInt index = FT_Get_Char_Index(face, FT_ULong(cp));
+        if (index == 0 && code != 32) continue;
+        if (FT_Load_Glyph(face, index, FT_LOAD_DEFAULT) != 0) continue;
+        if (FT_Render_Glyph(face->glyph, FT_RENDER_MODE_NORMAL) != 0) continue;
+        const FT_Bitmap& bm = face->glyph->bitmap;
+        Glyph& g = glyphs[size_t(code)];
+        g.present = true;
+        g.advance = int32_t((face->glyph->advance.x + 32) >> 6);
+        g.left = face->glyph->bitmap_left;
+        g.top = face->glyph->bitmap_top;
+        Raster& r = rasters[size_t(code)];
+        if (bm.pixel_mode != FT_PIXEL_MODE_GRAY || bm.width == 0 || bm.rows == 0) continue;
+        r.w = int32_t(bm.width);
+        r.h = int32_t(bm.rows);
+        r.alpha.resize(size_t(r.w) * size_t(r.h));
+        for (int32_t row = 0; row < r.h; ++row) {
+            const uint8_t* src = bm.buffer + ptrdiff_t(row) * bm.pitch;
+            std::copy(src, src + r.w, r.alpha.begin() + ptrdiff_t(row) * r.w);
+        }
+    }
+    FT_Done_Face(face);
+
+    int32_t x = 0, y = 0, shelf = 0;
+    for (int code = 32; code < 256; ++code) {
+        Raster& r = rasters[size_t(code)];
+        if (r.w == 0 || r.w > kAtlasWidth - 2) continue;
+        if (x + r.w + 1 > kAtlasWidth) {
+            x = 0;
+            y += shelf + 1;
+            shelf = 0;
+        }
+        glyphs[size_t(code)].atlas = Rect{x, y, x + r.w, y + r.h};
+        x += r.w + 1;  // a blank column between glyphs
+        shelf = std::max(shelf, r.h);
+    }
+    int32_t atlasHeight = std::max(1, y + shelf);
+    std::vector<uint32_t> pixels(size_t(kAtlasWidth) * size_t(atlasHeight), 0x00FFFFFFu);
+    for (int code = 32; code < 256; ++code) {
+        const Raster& r = rasters[size_t(code)];
+        const Rect& a = glyphs[size_t(code)].atlas;
+        if (r.w == 0 || a.isEmpty()) continue;
+        for (int32_t row = 0; row < r.h; ++row) {
+            for (int32_t col = 0; col < r.w; ++col) {
+                uint32_t alpha = r.alpha[size_t(row) * size_t(r.w) + size_t(col)];
+                pixels[size_t(a.top + row) * kAtlasWidth + size_t(a.left + col)] =
+                    (alpha << 24) | 0x00FFFFFFu;
+            }
+        }
+    }
+    loaded = atlasBitmap.LoadFromPixels(kAtlasWidth, uint32_t(atlasHeight), pixels.data());
+    return loaded;
+}
+
+TextSize FreeTypeFont::MeasureText(const char* text, int32_t length) const {
+    TextSize size{0, lineHeight};
+    for (int32_t i = 0; i < length; ++i) size.width += glyphs[static_cast<unsigned char>(text[i])].advance;
+    return size;
+}
+
+int32_t FreeTypeFont::HitTestText(const char* text, int32_t length, int32_t x, int32_t& extent) const {
+    extent = 0;
+    for (int32_t i = 0; i < length; ++i) {
+        int32_t advance = glyphs[static_cast<unsigned char>(text[i])].advance;
+        if (extent + advance > x) return i;
+        extent += advance;
+    }
+    return length;
+}
+
+void FreeTypeFont::DrawText(RenderContext& context, int32_t x, int32_t y, const char* text, int32_t length,
+                            const Rect* clip) {
+    int32_t baseline = y + ascent;
+    for (int32_t i = 0; i < length; ++i) {
+        const Glyph& g = glyphs[static_cast<unsigned char>(text[i])];
+        if (!g.present) continue;
+        if (!g.atlas.isEmpty())
+            context.DrawBitmapPart(atlasBitmap, g.atlas, x + g.left, baseline - g.top, color, clip);
+        x += g.advance;
+    }
+}
+
+}  // namespace lh::render

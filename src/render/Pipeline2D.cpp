@@ -1,0 +1,259 @@
+// Shaders, vertex layout and batching of the 2D drawing.
+#include "render/Pipeline2D.h"
+
+#include <epoxy/gl.h>
+
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <glm/gtc/matrix_transform.hpp>
+#include <glm/gtc/type_ptr.hpp>
+
+namespace lh::render {
+
+namespace {
+
+const char* kVertexShader = R"(#version 330 core
+layout(location = 0) in vec2 aPos;
+layout(location = 1) in vec2 aAux;
+layout(location = 2) in vec4 aColor;
+uniform mat4 uProjection;
+out vec2 vAux;
+out vec4 vColor;
+void main() {
+    vAux = aAux;
+    vColor = aColor;
+    gl_Position = uProjection * vec4(aPos, 0.0, 1.0);
+}
+)";
+
+// Exact texels: a fragment centre at texel coordinate t.5 fetches texel t.
+// Alpha 0 draws nothing, as the sprite batch's alpha test did.
+const char* kSpriteShader = R"(#version 330 core
+uniform sampler2D uTexture;
+in vec2 vAux;
+in vec4 vColor;
+out vec4 fragColor;
+void main() {
+    vec4 c = texelFetch(uTexture, ivec2(floor(vAux)), 0) * vColor;
+    if (c.a == 0.0) discard;
+    fragColor = c;
+}
+)";
+
+// vAux.x is the distance from the centre line, vAux.y half the width: the
+// coverage falls from 1 to 0 over the last pixel.
+const char* kLineShader = R"(#version 330 core
+in vec2 vAux;
+in vec4 vColor;
+out vec4 fragColor;
+void main() {
+    float a = vColor.a * clamp(vAux.y + 0.5 - abs(vAux.x), 0.0, 1.0);
+    if (a == 0.0) discard;
+    fragColor = vec4(vColor.rgb, a);
+}
+)";
+
+GLuint compile(GLenum kind, const char* source, std::string& error) {
+    GLuint s = glCreateShader(kind);
+    glShaderSource(s, 1, &source, nullptr);
+    glCompileShader(s);
+    GLint ok = 0;
+    glGetShaderiv(s, GL_COMPILE_STATUS, &ok);
+    if (!ok) {
+        char log[1024] = {};
+        glGetShaderInfoLog(s, sizeof log, nullptr, log);
+        error = log;
+        glDeleteShader(s);
+        return 0;
+    }
+    return s;
+}
+
+GLuint link(const char* vertex, const char* fragment, std::string& error) {
+    GLuint vs = compile(GL_VERTEX_SHADER, vertex, error);
+    if (!vs) return 0;
+    GLuint fs = compile(GL_FRAGMENT_SHADER, fragment, error);
+    if (!fs) {
+        glDeleteShader(vs);
+        return 0;
+    }
+    GLuint p = glCreateProgram();
+    glAttachShader(p, vs);
+    glAttachShader(p, fs);
+    glLinkProgram(p);
+    glDeleteShader(vs);
+    glDeleteShader(fs);
+    GLint ok = 0;
+    glGetProgramiv(p, GL_LINK_STATUS, &ok);
+    if (!ok) {
+        char log[1024] = {};
+        glGetProgramInfoLog(p, sizeof log, nullptr, log);
+        error = log;
+        glDeleteProgram(p);
+        return 0;
+    }
+    return p;
+}
+
+// 0xAARRGGBB to the bytes R, G, B, A in memory.
+uint32_t packColor(uint32_t argb) {
+    uint8_t bytes[4] = {uint8_t(argb >> 16), uint8_t(argb >> 8), uint8_t(argb), uint8_t(argb >> 24)};
+    uint32_t packed;
+    std::memcpy(&packed, bytes, 4);
+    return packed;
+}
+
+}  // namespace
+
+// GL objects go in release(); at process end the context may be gone already.
+Pipeline2D::~Pipeline2D() {
+    release(true);
+}
+
+bool Pipeline2D::create(std::string& error) {
+    spriteProgram = link(kVertexShader, kSpriteShader, error);
+    if (!spriteProgram) return false;
+    lineProgram = link(kVertexShader, kLineShader, error);
+    if (!lineProgram) {
+        release(false);
+        return false;
+    }
+    spriteProjection = glGetUniformLocation(spriteProgram, "uProjection");
+    spriteTexture = glGetUniformLocation(spriteProgram, "uTexture");
+    lineProjection = glGetUniformLocation(lineProgram, "uProjection");
+    glUseProgram(spriteProgram);
+    glUniform1i(spriteTexture, 0);
+    glUseProgram(0);
+
+    glGenVertexArrays(1, &vao);
+    glGenBuffers(1, &vbo);
+    glBindVertexArray(vao);
+    glBindBuffer(GL_ARRAY_BUFFER, vbo);
+    glEnableVertexAttribArray(0);
+    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                          reinterpret_cast<void*>(offsetof(Vertex, x)));
+    glEnableVertexAttribArray(1);
+    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                          reinterpret_cast<void*>(offsetof(Vertex, a0)));
+    glEnableVertexAttribArray(2);
+    glVertexAttribPointer(2, 4, GL_UNSIGNED_BYTE, GL_TRUE, sizeof(Vertex),
+                          reinterpret_cast<void*>(offsetof(Vertex, color)));
+    glBindVertexArray(0);
+    mode = Mode::None;
+    return true;
+}
+
+void Pipeline2D::release(bool contextGone) {
+    if (!contextGone) {
+        if (spriteProgram) glDeleteProgram(spriteProgram);
+        if (lineProgram) glDeleteProgram(lineProgram);
+        if (vbo) glDeleteBuffers(1, &vbo);
+        if (vao) glDeleteVertexArrays(1, &vao);
+    }
+    spriteProgram = lineProgram = vao = vbo = 0;
+    batch.clear();
+    mode = Mode::None;
+    boundTexture = 0;
+}
+
+void Pipeline2D::setTargetSize(int width, int height) {
+    if (width == targetW && height == targetH) return;
+    flush();
+    targetW = width > 0 ? width : 1;
+    targetH = height > 0 ? height : 1;
+}
+
+void Pipeline2D::begin2D() {
+    flush();
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_CULL_FACE);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glBlendEquation(GL_FUNC_ADD);
+    mode = Mode::None;
+}
+
+void Pipeline2D::use(Mode m, unsigned texture) {
+    if (m == mode && (m != Mode::Sprite || texture == boundTexture)) return;
+    flush();
+    mode = m;
+    boundTexture = texture;
+}
+
+void Pipeline2D::quad(const Vertex& a, const Vertex& b, const Vertex& c, const Vertex& d) {
+    // Two triangles a-b-c and a-c-d.
+    batch.push_back(a);
+    batch.push_back(b);
+    batch.push_back(c);
+    batch.push_back(a);
+    batch.push_back(c);
+    batch.push_back(d);
+}
+
+void Pipeline2D::addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0,
+                           float u1, float v1, uint32_t argb) {
+    if (!isReady() || !texture) return;
+    use(Mode::Sprite, texture);
+    uint32_t c = packColor(argb);
+    quad({x0, y0, u0, v0, c}, {x1, y0, u1, v0, c}, {x1, y1, u1, v1, c}, {x0, y1, u0, v1, c});
+}
+
+void Pipeline2D::addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb) {
+    if (!isReady()) return;
+    float dx = x1 - x0, dy = y1 - y0;
+    float len = std::sqrt(dx * dx + dy * dy);
+    float half = width * 0.5f;
+    float reach = half + 0.5f;  // where the fringe reaches 0
+    float tx, ty;               // unit direction
+    if (len < 1e-6f) {
+        tx = 1.0f;
+        ty = 0.0f;
+    } else {
+        tx = dx / len;
+        ty = dy / len;
+    }
+    float nx = -ty, ny = tx;
+    // Half a pixel past each end, so both end pixels are covered.
+    float sx = x0 - tx * 0.5f, sy = y0 - ty * 0.5f;
+    float ex = x1 + tx * 0.5f, ey = y1 + ty * 0.5f;
+    use(Mode::Line, 0);
+    uint32_t c = packColor(argb);
+    quad({sx + nx * reach, sy + ny * reach, reach, half, c},
+         {ex + nx * reach, ey + ny * reach, reach, half, c},
+         {ex - nx * reach, ey - ny * reach, -reach, half, c},
+         {sx - nx * reach, sy - ny * reach, -reach, half, c});
+}
+
+void Pipeline2D::addFill(float x0, float y0, float x1, float y1, uint32_t argb) {
+    if (!isReady()) return;
+    use(Mode::Line, 0);
+    uint32_t c = packColor(argb);
+    // A half width far beyond any distance: full coverage everywhere.
+    const float solid = 1.0e6f;
+    quad({x0, y0, 0, solid, c}, {x1, y0, 0, solid, c}, {x1, y1, 0, solid, c}, {x0, y1, 0, solid, c});
+}
+
+void Pipeline2D::flush() {
+    if (batch.empty() || !isReady()) {
+        batch.clear();
+        return;
+    }
+    GLuint program = mode == Mode::Sprite ? spriteProgram : lineProgram;
+    glUseProgram(program);
+    glm::mat4 projection = glm::ortho(0.0f, float(targetW), 0.0f, float(targetH));
+    glUniformMatrix4fv(mode == Mode::Sprite ? spriteProjection : lineProjection, 1, GL_FALSE,
+                       glm::value_ptr(projection));
+    if (mode == Mode::Sprite) {
+        glActiveTexture(GL_TEXTURE0);
+        glBindTexture(GL_TEXTURE_2D, boundTexture);
+    }
+    glBindVertexArray(vao);
+    glBindBuffer(GL_ARRAY_BUFFER, vbo);
+    // A new store each time: the driver need not wait for the last draw.
+    glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(batch.size() * sizeof(Vertex)), batch.data(), GL_STREAM_DRAW);
+    glDrawArrays(GL_TRIANGLES, 0, GLsizei(batch.size()));
+    batch.clear();
+}
+
+}  // namespace lh::render

@@ -1,0 +1,68 @@
+// The GL objects behind all two-dimensional drawing: two shader programs
+// (textured quads tinted by a colour, and antialiased line quads), one vertex
+// array and a streamed vertex buffer. Quads collect in a CPU batch that is
+// sent whenever the program or texture changes and before anything else
+// touches GL state; primitives in one draw keep their order, so the picture
+// is the same as drawing each quad by itself.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "render/Color.h"
+
+namespace lh::render {
+
+class Pipeline2D {
+public:
+    Pipeline2D() = default;
+    ~Pipeline2D();
+    Pipeline2D(const Pipeline2D&) = delete;
+    Pipeline2D& operator=(const Pipeline2D&) = delete;
+
+    // Compiles and links; false (with the GL log in `error`) on failure.
+    bool create(std::string& error);
+    // Deletes the GL objects; with `contextGone` only forgets their names.
+    void release(bool contextGone);
+    bool isReady() const { return lineProgram != 0; }
+
+    // Size of the bound target in pixels: the projection maps (0,0) to its
+    // first row in memory, which is our top row.
+    void setTargetSize(int width, int height);
+    // Sets the GL state of 2D drawing: blending as straight alpha, depth
+    // test and culling off, our vertex array bound.
+    void begin2D();
+
+    // A quad covering [x0,x1) x [y0,y1) showing texels [u0,u1) x [v0,v1) of
+    // `texture` (in texels), multiplied by `argb`.
+    void addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0, float u1,
+                   float v1, uint32_t argb);
+    // A segment between two points in pixel coordinates (pixel edges, not
+    // centres), `width` wide with one pixel of antialiased fringe.
+    void addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb);
+    // A solid quad covering exactly [x0,x1) x [y0,y1), no fringe.
+    void addFill(float x0, float y0, float x1, float y1, uint32_t argb);
+
+    void flush();
+
+private:
+    struct Vertex {
+        float x, y;
+        float a0, a1;    // texel coordinates, or (distance from the centre line, half width)
+        uint32_t color;  // RGBA bytes in memory order, for GL_UNSIGNED_BYTE normalised
+    };
+    enum class Mode { None, Sprite, Line };
+    void use(Mode mode, unsigned texture);
+    void quad(const Vertex& a, const Vertex& b, const Vertex& c, const Vertex& d);
+
+    unsigned spriteProgram = 0, lineProgram = 0;
+    int spriteProjection = -1, lineProjection = -1, spriteTexture = -1;
+    unsigned vao = 0, vbo = 0;
+    std::vector<Vertex> batch;
+    Mode mode = Mode::None;
+    unsigned boundTexture = 0;
+    int targetW = 1, targetH = 1;
+};
+
+}  // namespace lh::render

@@ -1,0 +1,15 @@
+// Writes 32-bit pictures as PNG files with libpng.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+
+namespace lh::render {
+
+// `argb` holds width x height pixels 0xAARRGGBB, top row first. With
+// `withAlpha` false the file is RGB. Writes to a temporary name and renames,
+// so a failed write leaves no half file. False on any failure.
+bool writePng(const std::filesystem::path& path, uint32_t width, uint32_t height, const uint32_t* argb,
+              bool withAlpha);
+
+}  // namespace lh::render

@@ -1,0 +1,275 @@
+// 2D drawing on the real device, read back from the back buffer: sprites
+// texel for texel, tints, lines and rectangles in the platform colour form,
+// shapes, clipped text, render targets across a reset.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "GlFixture.h"
+#include "render/FreeTypeFont.h"
+#include "render/RenderContext.h"
+
+namespace lh::test {
+namespace {
+
+using render::GraphicsDevice;
+using render::Rect;
+using render::RenderContext;
+
+class Drawing : public GlTest {
+protected:
+    // One whole frame drawn by `draw`, presented.
+    template <typename F>
+    void frame(F draw, Rect dirty = {0, 0, kWidth, kHeight}) {
+        GraphicsDevice& device = GraphicsDevice::Get();
+        device.BeginFrame(dirty);
+        {
+            RenderContext context(false, kWidth, kHeight);
+            context.SetClipRect(dirty);
+            context.BeginScene();
+            device.SetDepthTest(false);
+            draw(context);
+            context.EndScene();
+        }
+        device.Present(dirty);
+    }
+};
+
+TEST_F(Drawing, SpritesAreTexelForTexelCutToClipsAndBlended) {
+    // An asymmetric picture: every pixel different, one transparent, one half.
+    const uint32_t w = 4, h = 3;
+    std::vector<uint32_t> px(w * h);
+    for (uint32_t i = 0; i < w * h; ++i)
+        px[i] = 0xFF000000u | (i * 20u << 16) | ((255 - i * 10) << 8) | (i * 7);
+    px[5] = 0x00FFFFFFu;  // alpha 0 draws nothing
+    px[6] = 0x80FF0000u;  // half red over black
+    render::Bitmap bitmap;
+    ASSERT_TRUE(bitmap.LoadFromPixels(w, h, px.data()));
+
+    Rect cut{0, 0, 12, kHeight};
+    frame([&](RenderContext& c) {
+        c.DrawBitmap(bitmap, 10, 20, 0xFFFFFFFFu);
+        c.DrawBitmap(bitmap, 10, 40, 0xFFFFFFFFu, &cut);  // only columns 10, 11
+        c.SetClipRect({0, 0, kWidth, 62});
+        c.DrawBitmap(bitmap, 30, 60, 0xFFFFFFFFu);  // only rows 60, 61
+    });
+    auto s = screen();
+    for (uint32_t y = 0; y < h; ++y) {
+        for (uint32_t x = 0; x < w; ++x) {
+            size_t i = y * w + x;
+            if (i == 5) {
+                EXPECT_EQ(at(s, 10 + int(x), 20 + int(y)), 0xFF000000u);
+            } else if (i == 6) {
+                EXPECT_TRUE(near(at(s, 10 + int(x), 20 + int(y)), 0xFF800000u, 2));
+            } else {
+                EXPECT_EQ(at(s, 10 + int(x), 20 + int(y)), px[i]) << x << "," << y;
+            }
+        }
+    }
+    EXPECT_EQ(at(s, 9, 20), 0xFF000000u);
+    EXPECT_EQ(at(s, 14, 22), 0xFF000000u);
+    EXPECT_EQ(at(s, 10, 23), 0xFF000000u);
+    EXPECT_EQ(at(s, 11, 40), px[1]);
+    EXPECT_EQ(at(s, 12, 40), 0xFF000000u);
+    EXPECT_EQ(at(s, 30, 61), px[4]);
+    EXPECT_EQ(at(s, 30, 62), 0xFF000000u);
+}
+
+TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
+    auto white = solidBitmap(8, 8, 0xFFFFFFFFu);
+    auto colour = solidBitmap(8, 8, 0xFF4080C0u);
+    frame([&](RenderContext& c) {
+        c.DrawBitmap(*white, 0, 0, 0xFF00FF00u);
+        c.DrawBitmap(*white, 10, 0, 0x80FFFFFFu);
+        c.DrawBitmap(*white, 20, 0, 0x00FFFFFFu);
+        c.DrawBitmap(*colour, 30, 0, 0xFF808080u);
+        c.DrawBitmap(*white, 40, 0, 0xFFFFFFFFu);
+        c.DrawBitmap(*colour, 40, 0, 0x80FFFFFFu);  // half over white
+    });
+    auto s = screen();
+    EXPECT_TRUE(near(at(s, 4, 4), 0xFF00FF00u, 2));
+    EXPECT_TRUE(near(at(s, 14, 4), 0xFF808080u, 2));
+    EXPECT_EQ(at(s, 24, 4), 0xFF000000u);
+    EXPECT_TRUE(near(at(s, 34, 4), 0xFF204060u, 2));
+    EXPECT_TRUE(near(at(s, 44, 4), 0xFF9FBFDFu, 2));
+}
+
+TEST_F(Drawing, LinesAndRectanglesTakePlatformColours) {
+    Rect clip{0, 0, 80, kHeight};
+    frame([&](RenderContext& c) {
+        EXPECT_EQ(c.DrawLine(5, 10, 60, 10, 0x000000FFu, 1.0f), 1);  // opaque red
+        c.DrawLine(5, 20, 60, 20, 0x800000FFu, 1.0f);                // half red
+        c.DrawLine(30, 30, 30, 50, 0x0000FF00u, 3.0f);               // green, 3 wide
+        c.DrawLine(70, 60, 150, 60, 0x00FF0000u, 1.0f, &clip);       // blue, cut at x 80
+        c.DrawRect(100, 10, 110, 15, 0x0000FFFFu, true);             // yellow block
+        c.DrawRect(100, 30, 110, 40, 0x80FFFFFFu, false);            // outline: always opaque
+    });
+    auto s = screen();
+    EXPECT_TRUE(near(at(s, 30, 10), 0xFFFF0000u, 2));
+    EXPECT_TRUE(near(at(s, 5, 10), 0xFFFF0000u, 2));
+    EXPECT_EQ(at(s, 30, 12), 0xFF000000u);
+    EXPECT_EQ(at(s, 30, 8), 0xFF000000u);
+    EXPECT_TRUE(near(at(s, 30, 20), 0xFF800000u, 2));
+    EXPECT_TRUE(near(at(s, 29, 40), 0xFF00FF00u, 2));
+    EXPECT_TRUE(near(at(s, 31, 40), 0xFF00FF00u, 2));
+    EXPECT_EQ(at(s, 33, 40), 0xFF000000u);
+    EXPECT_TRUE(near(at(s, 75, 60), 0xFF0000FFu, 2));
+    EXPECT_EQ(at(s, 82, 60), 0xFF000000u);
+    EXPECT_EQ(at(s, 100, 10), 0xFFFFFF00u);
+    EXPECT_EQ(at(s, 109, 14), 0xFFFFFF00u);
+    EXPECT_EQ(at(s, 110, 12), 0xFF000000u);
+    EXPECT_EQ(at(s, 105, 15), 0xFF000000u);
+    EXPECT_TRUE(near(at(s, 100, 30), 0xFFFFFFFFu, 2));
+    EXPECT_TRUE(near(at(s, 109, 39), 0xFFFFFFFFu, 2));
+    EXPECT_TRUE(near(at(s, 105, 30), 0xFFFFFFFFu, 2));
+    EXPECT_TRUE(near(at(s, 100, 35), 0xFFFFFFFFu, 2));
+    EXPECT_EQ(at(s, 105, 35), 0xFF000000u);
+}
+
+TEST_F(Drawing, EllipsesAndArcsFollowTheirRims) {
+    frame([&](RenderContext& c) {
+        c.DrawEllipse(20, 20, 60, 60, 0x00FFFFFFu, 1.0f);                      // centre 40,40, radius 20
+        c.DrawArc(110.0f, 60.0f, 30.0f, 0.0f, 1.5707963f, 0x00FFFFFFu, 1.0f);  // top to right
+    });
+    auto s = screen();
+    auto lit = [&](int x, int y) { return (at(s, x, y) & 0xFF) > 0x60; };
+    EXPECT_TRUE(lit(40, 20));
+    EXPECT_TRUE(lit(40, 60) || lit(40, 59));
+    EXPECT_TRUE(lit(20, 40) || lit(21, 40));
+    EXPECT_FALSE(lit(40, 40));
+    EXPECT_TRUE(lit(110, 30));
+    EXPECT_TRUE(lit(140, 60) || lit(139, 60));
+    EXPECT_FALSE(lit(80, 60));
+    EXPECT_FALSE(lit(110, 90));
+}
+
+TEST_F(Drawing, TextIsCutToTheClipAndMeasured) {
+    render::FreeTypeFont::Options options;
+    options.pixelSize = 16;
+    options.color = 0xFFFFFFFFu;
+    auto font = render::FreeTypeFont::Open(options);
+    ASSERT_TRUE(font) << "no system font found";
+    const char text[] = "Hello \xE9t\xE9";  // Windows-1252 e acute
+    const int32_t len = int32_t(sizeof text - 1);
+
+    RenderContext measuring;  // no size: measures, draws nothing
+    EXPECT_EQ(measuring.MeasureText(text, len).width, 0);
+    measuring.SetFont(font.get());
+    render::TextSize size = measuring.MeasureText(text, len);
+    EXPECT_GT(size.width, 50);
+    EXPECT_EQ(size.height, font->LineHeight());
+    EXPECT_GT(measuring.MeasureText("\xE9", 1).width, 4);
+    int32_t extent = 0;
+    int32_t index = measuring.HitTestText(text, len, size.width / 2, extent);
+    EXPECT_GT(index, 0);
+    EXPECT_LT(index, len);
+    EXPECT_LE(extent, size.width / 2);
+    EXPECT_EQ(measuring.FitText(text, len, 10000), len);
+
+    Rect clip{0, 0, 40, kHeight};
+    frame([&](RenderContext& c) {
+        c.SetFont(font.get());
+        c.DrawText(10, 10, text, len, &clip);
+        c.DrawText(10, 50, text, len);
+        c.PushFont();
+        c.SetFont(nullptr);
+        c.DrawText(10, 90, text, len);  // no font: nothing
+        c.PopFont();
+        EXPECT_EQ(c.GetFont(), font.get());
+    });
+    auto s = screen();
+    auto litIn = [&](int x0, int x1, int y0, int y1) {
+        int n = 0;
+        for (int y = y0; y < y1; ++y)
+            for (int x = x0; x < x1; ++x) n += (at(s, x, y) & 0xFF) > 0x80;
+        return n;
+    };
+    EXPECT_GT(litIn(10, 40, 10, 10 + size.height), 20);
+    EXPECT_EQ(litIn(40, kWidth, 10, 10 + size.height), 0);
+    EXPECT_GT(litIn(40, kWidth, 50, 50 + size.height), 20);
+    EXPECT_EQ(litIn(0, kWidth, 90, kHeight), 0);
+    EXPECT_EQ(litIn(0, 10, 0, kHeight), 0);  // nothing left of the pen
+}
+
+TEST_F(Drawing, RenderTargetsDrawMidFrameAndComeBackEmptyAfterReset) {
+    GraphicsDevice& device = GraphicsDevice::Get();
+    render::Bitmap target;
+    ASSERT_TRUE(target.CreateRenderTarget(16, 8));
+    auto tile = solidBitmap(4, 4, 0xFF0000FFu);
+
+    // Paint the whole screen green, then a frame of a small dirty rectangle
+    // that draws into the target and then onto the screen.
+    frame([&](RenderContext& c) { c.DrawRect(0, 0, kWidth, kHeight, 0x0000FF00u, true); });
+    Rect dirty{40, 40, 80, 60};
+    frame(
+        [&](RenderContext& c) {
+            RenderContext* t = target.BeginRender();
+            ASSERT_TRUE(t);
+            t->BeginScene();
+            t->DrawRect(0, 0, 16, 8, 0x000000FFu, true);  // red
+            t->DrawBitmap(*tile, 12, 0, 0xFFFFFFFFu);     // blue corner
+            t->EndScene();
+            target.EndRender();
+            // Back on the screen: the frame's scissor and size are back too.
+            c.DrawRect(0, 0, kWidth, kHeight, 0x00000000u, true);
+            c.DrawBitmap(target, 50, 45, 0xFFFFFFFFu);
+        },
+        dirty);
+    auto s = screen();
+    EXPECT_EQ(at(s, 50, 45), 0xFFFF0000u);
+    EXPECT_EQ(at(s, 62, 45), 0xFF0000FFu);  // the target's top row is its first row
+    EXPECT_EQ(at(s, 62, 52), 0xFFFF0000u);
+    EXPECT_EQ(at(s, 45, 41), 0xFF000000u);
+    EXPECT_EQ(at(s, 10, 10), 0xFF00FF00u);  // outside the dirty rectangle: untouched
+    EXPECT_EQ(at(s, 80, 50), 0xFF00FF00u);
+
+    ASSERT_TRUE(target.Lock());
+    EXPECT_EQ(target.GetPixel(0, 0, true), 0xFFFF0000u);
+    EXPECT_EQ(target.GetPixel(15, 3, true), 0xFF0000FFu);
+    target.Unlock();
+
+    RenderContext scenes(false, kWidth, kHeight);
+    scenes.BeginScene();
+    scenes.BeginScene();
+    EXPECT_EQ(device.SceneDepth(), 2);
+    scenes.EndScene();
+    EXPECT_EQ(device.SceneDepth(), 1);
+    scenes.EndScene();
+    EXPECT_EQ(device.SceneDepth(), 0);
+
+    ASSERT_EQ(device.Reset(), 0);
+    EXPECT_FALSE(device.IsResetting());
+    EXPECT_EQ(device.DirtyRect(), (Rect{0, 0, kWidth, kHeight}));
+    EXPECT_EQ(target.GetState(), render::Bitmap::RenderTarget);
+    ASSERT_TRUE(target.Lock());
+    for (uint32_t p : target.Pixels()) ASSERT_EQ(p, 0u);
+    target.Unlock();
+    // Pictures of the other kinds survive.
+    frame([&](RenderContext& c) { c.DrawBitmap(*tile, 0, 0, 0xFFFFFFFFu); });
+    EXPECT_EQ(at(screen(), 3, 3), 0xFF0000FFu);
+}
+
+TEST_F(Drawing, PixelAccessOnWritableBitmaps) {
+    render::Bitmap b;
+    ASSERT_TRUE(b.CreateEmpty(4, 4, false));
+    ASSERT_TRUE(b.Lock());
+    b.SetPixelRgb(1, 2, 0x00FF8040u);  // platform colour: red 0x40
+    b.SetPixelAlpha(1, 2, 0xFF);
+    b.SetPixelRgb(9, 9, 0x00FFFFFFu);  // outside: ignored
+    EXPECT_EQ(b.GetPixel(1, 2, true), 0xFF4080FFu);
+    EXPECT_EQ(b.GetPixel(1, 2, false), 0x004080FFu);
+    EXPECT_EQ(b.GetPixelAlpha(0, 0), 0);
+    b.Unlock();
+    frame([&](RenderContext& c) { c.DrawBitmap(b, 20, 20, 0xFFFFFFFFu); });
+    auto s = screen();
+    EXPECT_EQ(at(s, 21, 22), 0xFF4080FFu);
+    EXPECT_EQ(at(s, 20, 20), 0xFF000000u);  // alpha 0: nothing
+
+    EXPECT_FALSE(b.LoadFromPixels(0, 4, nullptr));
+    EXPECT_TRUE(b.IsEmpty());
+    frame([&](RenderContext& c) { c.DrawBitmap(b, 20, 20, 0xFFFFFFFFu); });  // empty: draws nothing
+    EXPECT_EQ(at(screen(), 21, 22), 0xFF000000u);
+}
+
+}  // namespace
+}  // namespace lh::test

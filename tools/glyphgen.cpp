@@ -2,7 +2,6 @@
 // each code 32..255 of Windows-1252, every glyph a cell of the full line
 // height so that glyphs drawn with their tops on one line share a baseline.
 // Usage: lh_glyphgen "FONTCONFIG PATTERN" PIXEL_SIZE OUTPUT.gly
-#include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
@@ -12,33 +11,15 @@
 #include <string>
 
 #include "platform/Encoding.h"
+#include "platform/SystemFonts.h"
 #include "ui/GlyphFile.h"
-
-namespace {
-
-std::string findFontFile(const char* pattern) {
-    FcInit();
-    FcPattern* pat = FcNameParse(reinterpret_cast<const FcChar8*>(pattern));
-    FcConfigSubstitute(nullptr, pat, FcMatchPattern);
-    FcDefaultSubstitute(pat);
-    FcResult result;
-    FcPattern* match = FcFontMatch(nullptr, pat, &result);
-    std::string path;
-    FcChar8* file = nullptr;
-    if (match && FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch) path = reinterpret_cast<char*>(file);
-    if (match) FcPatternDestroy(match);
-    FcPatternDestroy(pat);
-    return path;
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
     if (argc != 4) {
         std::fprintf(stderr, "usage: %s PATTERN PIXEL_SIZE OUTPUT.gly\n", argv[0]);
         return 2;
     }
-    std::string file = findFontFile(argv[1]);
+    std::string file = lh::platform::findFontFile(argv[1]);
     int pixels = std::atoi(argv[2]);
     FT_Library ft;
     FT_Face face;

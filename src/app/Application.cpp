@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/AppState.h"
+#include "app/WayIn.h"
 #include "app/WindowPlacement.h"
 #include "app/WorkDir.h"
 #include "db/XmlParse.h"
@@ -21,28 +22,18 @@ namespace {
 constexpr int kClientWidth = 1024;
 constexpr int kClientHeight = 768;
 
-// Until the launcher exists, the command line stands in for it. A way in that
-// the flags leave open counts as a cancelled launcher.
+// The flags settle what they can; the launcher's dialogs ask for the rest.
 bool chooseWayIn(const CommandLine& cl) {
     AppState& a = app();
     if (cl.port) a.listenPort = *cl.port;
-    if (!cl.sessionMode) {
-        std::fprintf(stderr, "No way in was chosen: give --host, --join ADDRESS or --local (see --help).\n");
-        return false;
+    WayIn wayIn;
+    if (!wayInFromCommandLine(cl, wayIn)) {
+        net::HostOptionsServices services;
+        if (runLauncherDialogs(wayIn, services) == 0) return false;
     }
-    a.sessionMode = *cl.sessionMode;
+    a.sessionMode = wayIn.sessionMode;
     switch (a.sessionMode) {
-    case 0:
-        if (cl.campaignName.empty()) {
-            std::fprintf(stderr, "Hosting needs a Campaign: give --campaign NAME.\n");
-            return false;
-        }
-        return true;
     case 1:
-        if (cl.userName.empty()) {
-            std::fprintf(stderr, "Joining needs a user name: give --user NAME.\n");
-            return false;
-        }
         // FIXME: connecting to the host arrives with the session layer; until
         // then a join ends as a failed connection does.
         platform::messageBox("Network Error", "Could not connect to the host. Check the address and try again.");

@@ -130,7 +130,8 @@ TEST(DiceWorld, AReceivedThrowFollowsTheThrowersPathExactly) {
         for (int s = 0; s <= kMaxStepsPerThrow && !held->atRest; ++s) {
             thrower.Step();
             receiver.Step();
-            ASSERT_TRUE(bitEqual(positionsOf(*held), positionsOf(*copy))) << "shape " << shape << " step " << s;
+            ASSERT_TRUE(bitEqual(positionsOf(*held), positionsOf(*copy)))
+                << "shape " << shape << " step " << s;
         }
         EXPECT_TRUE(copy->atRest);
         EXPECT_EQ(thrownValue, receivedValue);

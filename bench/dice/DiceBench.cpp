@@ -43,7 +43,8 @@ void BM_TenMixedDiceThrowToRest(benchmark::State& state) {
         }
         benchmark::DoNotOptimize(world.dice().back()->center);
     }
-    state.counters["steps"] = benchmark::Counter(static_cast<double>(steps), benchmark::Counter::kAvgIterations);
+    state.counters["steps"] =
+        benchmark::Counter(static_cast<double>(steps), benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(BM_TenMixedDiceThrowToRest)->Unit(benchmark::kMillisecond);
 

@@ -90,10 +90,14 @@ float reproducibleSin(float a) {
     if (!(a >= -kLargestAngle && a <= kLargestAngle)) return 0.0f;
     float r = 0.0f;
     switch (reduce(a, r)) {
-        case 0: return sinKernel(r);
-        case 1: return cosKernel(r);
-        case 2: return -sinKernel(r);
-        default: return -cosKernel(r);
+        case 0:
+            return sinKernel(r);
+        case 1:
+            return cosKernel(r);
+        case 2:
+            return -sinKernel(r);
+        default:
+            return -cosKernel(r);
     }
 }
 
@@ -101,10 +105,14 @@ float reproducibleCos(float a) {
     if (!(a >= -kLargestAngle && a <= kLargestAngle)) return 1.0f;
     float r = 0.0f;
     switch (reduce(a, r)) {
-        case 0: return cosKernel(r);
-        case 1: return -sinKernel(r);
-        case 2: return -cosKernel(r);
-        default: return sinKernel(r);
+        case 0:
+            return cosKernel(r);
+        case 1:
+            return -sinKernel(r);
+        case 2:
+            return -cosKernel(r);
+        default:
+            return sinKernel(r);
     }
 }
 

@@ -17,18 +17,34 @@ struct Vec3 {
     float z = 0.0f;
 };
 
-inline Vec3 operator+(Vec3 a, Vec3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-inline Vec3 operator-(Vec3 a, Vec3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-inline Vec3 operator*(Vec3 a, float s) { return {a.x * s, a.y * s, a.z * s}; }
-inline Vec3 operator*(float s, Vec3 a) { return {s * a.x, s * a.y, s * a.z}; }
-inline Vec3& operator+=(Vec3& a, Vec3 b) { return a = a + b; }
-inline Vec3& operator-=(Vec3& a, Vec3 b) { return a = a - b; }
+inline Vec3 operator+(Vec3 a, Vec3 b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline Vec3 operator-(Vec3 a, Vec3 b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline Vec3 operator*(Vec3 a, float s) {
+    return {a.x * s, a.y * s, a.z * s};
+}
+inline Vec3 operator*(float s, Vec3 a) {
+    return {s * a.x, s * a.y, s * a.z};
+}
+inline Vec3& operator+=(Vec3& a, Vec3 b) {
+    return a = a + b;
+}
+inline Vec3& operator-=(Vec3& a, Vec3 b) {
+    return a = a - b;
+}
 
-inline float dot(Vec3 a, Vec3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+inline float dot(Vec3 a, Vec3 b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
 inline Vec3 cross(Vec3 a, Vec3 b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
-inline float length(Vec3 a) { return std::sqrt(dot(a, a)); }
+inline float length(Vec3 a) {
+    return std::sqrt(dot(a, a));
+}
 
 // A zero vector normalizes to zero, as the pair constraints rely on.
 inline Vec3 normalized(Vec3 a) {
@@ -37,8 +53,12 @@ inline Vec3 normalized(Vec3 a) {
     return a * (1.0f / len);
 }
 
-inline bool isFinite(float v) { return std::isfinite(v); }
-inline bool isFinite(Vec3 a) { return isFinite(a.x) && isFinite(a.y) && isFinite(a.z); }
+inline bool isFinite(float v) {
+    return std::isfinite(v);
+}
+inline bool isFinite(Vec3 a) {
+    return isFinite(a.x) && isFinite(a.y) && isFinite(a.z);
+}
 
 // A 4x4 matrix for row vectors (v' = v M), stored row by row: the translation
 // is in m[12], m[13], m[14]. This is the layout that travels in a throw record

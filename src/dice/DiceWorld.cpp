@@ -15,7 +15,8 @@ constexpr float kGoneDepth = 2.0f;  // z below the table at which a sunk die is 
 }  // namespace
 
 void DiceWorld::Step() {
-    for (auto& die : diceList) die->Step();
+    // By index: a finished die's report may add dice to the list.
+    for (size_t i = 0; i < diceList.size(); ++i) diceList[i]->Step();
 
     // Dice of a roll sink through the table after reporting, and go. The
     // permanent dice never do. Each die sinks once per step, also when one

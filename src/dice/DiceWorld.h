@@ -45,7 +45,8 @@ public:
     // Holding a die, either way, clears its rest; `heldCount` follows.
     void SetHeld(DieBody& die, bool held);
 
-    // Called by a die's Step when it comes to rest, with its reading.
+    // Called by a die's Step when it comes to rest, with its reading. The
+    // callback may add dice but must not remove any.
     void OnDieFinished(DieBody& die, int32_t value);
 
     const std::vector<std::unique_ptr<DieBody>>& dice() const { return diceList; }

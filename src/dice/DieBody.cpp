@@ -12,9 +12,9 @@ namespace lh::dice {
 
 namespace {
 
-constexpr float kGravity = 0.011f;       // added to z velocity per step
-constexpr float kAirDamping = 0.9995f;   // per step
-constexpr float kStiffness = 0.3f;       // of the pair springs
+constexpr float kGravity = 0.011f;      // added to z velocity per step
+constexpr float kAirDamping = 0.9995f;  // per step
+constexpr float kStiffness = 0.3f;      // of the pair springs
 constexpr float kPairDamping = 0.35f;
 constexpr float kBounceKeep = 0.8f;      // share of speed kept at a bounce
 constexpr float kSlowTangential = 0.5f;  // further tangential loss when slow
@@ -35,10 +35,27 @@ enum CollisionFlag : int {
     kHardHit = 32,
 };
 
+// A plane that a vertex bounces on: the floor or one of the four walls.
+struct Plane {
+    int axis;  // 0 x, 1 y, 2 z
+    float at;
+    bool beyondIsGreater;  // whether a vertex past the plane has the greater coordinate
+    int flag;
+};
+
+float& component(Vec3& v, int axis) {
+    return axis == 0 ? v.x : axis == 1 ? v.y : v.z;
+}
+float component(const Vec3& v, int axis) {
+    return axis == 0 ? v.x : axis == 1 ? v.y : v.z;
+}
+
 // Time of impact as a share of the step. A vertex that is already beyond
 // the plane without moving towards it has no time of impact: 0 keeps the
 // arithmetic finite.
-float impactShare(float distance, float speed) { return speed == 0.0f ? 0.0f : distance / speed; }
+float impactShare(float distance, float speed) {
+    return speed == 0.0f ? 0.0f : distance / speed;
+}
 
 // Cosine and sine that turn unit vector `from` into unit vector `to` about
 // `axis`, taken from the dot and the (signed) cross product rather than from
@@ -204,51 +221,33 @@ void DieBody::applyPairConstraints() {
 }
 
 int DieBody::collide(int vertex, float f) {
+    // Floor first, then the walls top, bottom, left, right, each seeing the
+    // position and stored velocity as the one before left them.
     const Bounds& b = collisionBounds();
+    const Plane planes[5] = {{2, 0.0f, true, kHitFloor},
+                             {1, b.top, true, kHitTop},
+                             {1, b.bottom, false, kHitBottom},
+                             {0, b.left, false, kHitLeft},
+                             {0, b.right, true, kHitRight}};
     Vec3& p = positions[vertex];
     Vec3& stored = velocities[vertex];
     const Vec3 v = stored;  // every test moves by the velocity before the bounces
     int flags = 0;
-
-    if (p.z + v.z > 0.0f) {
-        flags = std::abs(stored.z) > kHardHitSpeed ? kHitFloor | kHardHit : kHitFloor;
-        float t = impactShare(-p.z, v.z);
+    for (const Plane& plane : planes) {
+        float reach = component(p, plane.axis) + component(v, plane.axis);
+        if (plane.beyondIsGreater ? !(reach > plane.at) : !(reach < plane.at)) continue;
+        flags |= std::abs(component(stored, plane.axis)) > kHardHitSpeed ? plane.flag | kHardHit : plane.flag;
+        float t = impactShare(plane.at - component(p, plane.axis), component(v, plane.axis));
         p += t * v;
-        stored = Vec3{stored.x * f, stored.y * f, -stored.z} * kBounceKeep;
+        for (int axis = 0; axis < 3; ++axis) {
+            float& c = component(stored, axis);
+            c = axis == plane.axis ? -c : c * f;
+        }
+        stored = stored * kBounceKeep;
+        // The rest of the step goes on with the velocity from before the bounce.
         p += (1.0f - t) * v;
-        if (p.z > 0.0f) p.z = 0.0f;
-    }
-    if (p.y + v.y > b.top) {
-        flags |= std::abs(stored.y) > kHardHitSpeed ? kHitTop | kHardHit : kHitTop;
-        float t = impactShare(b.top - p.y, v.y);
-        p += t * v;
-        stored = Vec3{stored.x * f, -stored.y, stored.z * f} * kBounceKeep;
-        p += (1.0f - t) * v;
-        if (p.y > b.top) p.y = b.top;
-    }
-    if (p.y + v.y < b.bottom) {
-        flags |= std::abs(stored.y) > kHardHitSpeed ? kHitBottom | kHardHit : kHitBottom;
-        float t = impactShare(b.bottom - p.y, v.y);
-        p += t * v;
-        stored = Vec3{stored.x * f, -stored.y, stored.z * f} * kBounceKeep;
-        p += (1.0f - t) * v;
-        if (p.y < b.bottom) p.y = b.bottom;
-    }
-    if (p.x + v.x < b.left) {
-        flags |= std::abs(stored.x) > kHardHitSpeed ? kHitLeft | kHardHit : kHitLeft;
-        float t = impactShare(b.left - p.x, v.x);
-        p += t * v;
-        stored = Vec3{-stored.x, stored.y * f, stored.z * f} * kBounceKeep;
-        p += (1.0f - t) * v;
-        if (p.x < b.left) p.x = b.left;
-    }
-    if (p.x + v.x > b.right) {
-        flags |= std::abs(stored.x) > kHardHitSpeed ? kHitRight | kHardHit : kHitRight;
-        float t = impactShare(b.right - p.x, v.x);
-        p += t * v;
-        stored = Vec3{-stored.x, stored.y * f, stored.z * f} * kBounceKeep;
-        p += (1.0f - t) * v;
-        if (p.x > b.right) p.x = b.right;
+        float& pc = component(p, plane.axis);
+        if (plane.beyondIsGreater ? pc > plane.at : pc < plane.at) pc = plane.at;
     }
     if (flags == 0) p += v;
     return flags;

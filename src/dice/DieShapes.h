@@ -42,7 +42,9 @@ struct ShapeInfo {
     float drawOffsetZ;  // added to z in the world matrix only
 };
 
-inline bool isValidShape(int32_t shape) { return shape >= 0 && shape < kShapeCount; }
+inline bool isValidShape(int32_t shape) {
+    return shape >= 0 && shape < kShapeCount;
+}
 
 // The shape's description; `shape` must be valid.
 const ShapeInfo& shapeInfo(int32_t shape);

@@ -15,8 +15,12 @@ constexpr float kMaxCoordinate = 1000.0f;
 constexpr float kMaxSpeed = 1000.0f;
 constexpr float kRotationTolerance = 0.001f;
 
-bool within(float v, float limit) { return v >= -limit && v <= limit; }
-bool near(float v, float target) { return within(v - target, kRotationTolerance); }
+bool within(float v, float limit) {
+    return v >= -limit && v <= limit;
+}
+bool near(float v, float target) {
+    return within(v - target, kRotationTolerance);
+}
 
 std::string validateOrientation(const Matrix4& m) {
     for (float v : m.m)

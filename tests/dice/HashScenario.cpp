@@ -70,7 +70,8 @@ ScenarioResult runHashScenario() {
             float fr = static_cast<float>(roll);
             for (int j = 0; j < count; ++j) {
                 float fj = static_cast<float>(j);
-                Vec3 velocity{0.0005f * (300.0f * fr - 1900.0f + 170.0f * fj), 0.0005f * (900.0f - 130.0f * fr), 0.0f};
+                Vec3 velocity{0.0005f * (300.0f * fr - 1900.0f + 170.0f * fj),
+                              0.0005f * (900.0f - 130.0f * fr), 0.0f};
                 int32_t mode = (count == 1 && roll % 3 == 0) ? kThrowSpin : kThrowRolling;
                 if (roll % 4 == 1 && j == 0) {
                     // A permanent die, thrown from the hand.
@@ -97,7 +98,8 @@ ScenarioResult runHashScenario() {
         world.Step();
         hashWorld(world, fnv);
         bool settled = roll == kRolls && world.dice().size() == kPermanentDice;
-        for (int i = 0; i < kPermanentDice && settled; ++i) settled = world.dice()[static_cast<size_t>(i)]->atRest;
+        for (int i = 0; i < kPermanentDice && settled; ++i)
+            settled = world.dice()[static_cast<size_t>(i)]->atRest;
         if (settled) break;
     }
     result.hash = fnv.value();

@@ -137,7 +137,7 @@ std::string SaveScreenshot() {
     std::string name = nextScreenshotName(dir);
     if (name.empty()) return {};
     if (!render::writePng(dir / name, uint32_t(taken.width()), uint32_t(taken.height()), pixels.data(),
-                          false)) {
+                          render::PngLayout::Rgb)) {
         return {};
     }
     return name;

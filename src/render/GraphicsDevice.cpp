@@ -32,14 +32,18 @@ GraphicsDevice& GraphicsDevice::Get() {
 }
 
 int GraphicsDevice::Create(platform::Window& win) {
+    Destroy();
     window = &win;
     std::string error;
     context = platform::GlContext::create(win, error);
     if (!context) {
+        renderer = "none (" + error + ")";
         std::fprintf(stderr, "OpenGL context: %s\n", error.c_str());
         return fail(-2, kNeedsDevice);
     }
     if (epoxy_gl_version() < 33) {
+        const char* old = reinterpret_cast<const char*>(glGetString(GL_VERSION));
+        renderer = std::string("OpenGL ") + (old ? old : "?") + ", older than 3.3";
         delete context;
         context = nullptr;
         return fail(-1, kNeedsDevice);

@@ -38,6 +38,8 @@ Bitmap::~Bitmap() {
 
 void Bitmap::releaseGl() {
     if (deviceUp()) {
+        // Quads of this texture may wait in the batch: they go first.
+        if (texture) GraphicsDevice::Get().pipeline().flush();
         if (framebuffer) glDeleteFramebuffers(1, &framebuffer);
         if (texture) glDeleteTextures(1, &texture);
     }

@@ -85,6 +85,8 @@ TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
         c.DrawBitmap(*colour, 30, 0, 0xFF808080u);
         c.DrawBitmap(*white, 40, 0, 0xFFFFFFFFu);
         c.DrawBitmap(*colour, 40, 0, 0x80FFFFFFu);  // half over white
+        auto shortLived = solidBitmap(4, 4, 0xFF123456u);
+        c.DrawBitmap(*shortLived, 60, 0, 0xFFFFFFFFu);  // gone before the batch is sent
     });
     auto s = screen();
     EXPECT_TRUE(near(at(s, 4, 4), 0xFF00FF00u, 2));
@@ -92,6 +94,7 @@ TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
     EXPECT_EQ(at(s, 24, 4), 0xFF000000u);
     EXPECT_TRUE(near(at(s, 34, 4), 0xFF204060u, 2));
     EXPECT_TRUE(near(at(s, 44, 4), 0xFF9FBFDFu, 2));
+    EXPECT_EQ(at(s, 61, 1), 0xFF123456u);
 }
 
 TEST_F(Drawing, LinesAndRectanglesTakePlatformColours) {

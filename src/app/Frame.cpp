@@ -109,9 +109,9 @@ int DrawFrame() {
         drawFrameLayers(context);
         context.EndScene();
     }
-    // Lost devices do not happen to a GL context in use here; a context
-    // that is thrown away is rebuilt by GraphicsDevice::RecreateContext.
-    device.Present(dirty);
+    // A GPU reset loses the context: the frame still counts as drawn, and
+    // the device is rebuilt at once (everything dirty again).
+    if (device.Present(dirty) != 0) device.RecreateContext();
     return 1;
 }
 
@@ -137,7 +137,7 @@ std::string SaveScreenshot() {
     std::string name = nextScreenshotName(dir);
     if (name.empty()) return {};
     if (!render::writePng(dir / name, uint32_t(taken.width()), uint32_t(taken.height()), pixels.data(),
-                          false)) {
+                          render::PngLayout::Rgb)) {
         return {};
     }
     return name;

@@ -16,7 +16,18 @@ GlContext* GlContext::create(Window& window, std::string& error) {
     // window: those live in the device's FBO) were set by Window::create and
     // stay in force for a context made again after a lost one.
     auto* w = static_cast<SDL_Window*>(window.nativeHandle());
-    SDL_GLContext c = w ? SDL_GL_CreateContext(w) : nullptr;
+    if (!w) {
+        error = "no window";
+        return nullptr;
+    }
+    // First ask for a context that reports a reset of the GPU (the loss that
+    // the device must recover from); drivers without robustness get a plain one.
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_FLAGS, SDL_GL_CONTEXT_ROBUST_ACCESS_FLAG);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_RESET_NOTIFICATION, SDL_GL_CONTEXT_RESET_LOSE_CONTEXT);
+    SDL_GLContext c = SDL_GL_CreateContext(w);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_FLAGS, 0);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_RESET_NOTIFICATION, SDL_GL_CONTEXT_RESET_NO_NOTIFICATION);
+    if (!c) c = SDL_GL_CreateContext(w);
     if (!c) {
         const char* why = SDL_GetError();
         error = why && *why ? why : "no OpenGL context";

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "render/GraphicsDevice.h"
+#include "render/PngWriter.h"
 #include "render/RenderContext.h"
 
 namespace lh::render {
@@ -37,6 +38,8 @@ Bitmap::~Bitmap() {
 
 void Bitmap::releaseGl() {
     if (deviceUp()) {
+        // Quads of this texture may wait in the batch: they go first.
+        if (texture) GraphicsDevice::Get().pipeline().flush();
         if (framebuffer) glDeleteFramebuffers(1, &framebuffer);
         if (texture) glDeleteTextures(1, &texture);
     }
@@ -187,6 +190,27 @@ uint32_t Bitmap::GetPixel(uint32_t x, uint32_t y, bool withAlpha) const {
 void Bitmap::SetAllAlpha(uint8_t alpha) {
     if (!locked) return;
     for (uint32_t& p : pixels) p = (p & 0x00FFFFFFu) | (uint32_t(alpha) << 24);
+}
+
+namespace {
+
+bool savePicture(Bitmap& bitmap, const std::filesystem::path& path, PngLayout layout) {
+    if (bitmap.IsEmpty()) return false;
+    bool wasLocked = bitmap.IsLocked();
+    if (!wasLocked && !bitmap.Lock()) return false;
+    bool ok = writePng(path, bitmap.GetWidth(), bitmap.GetHeight(), bitmap.Pixels().data(), layout);
+    if (!wasLocked) bitmap.Unlock();
+    return ok;
+}
+
+}  // namespace
+
+bool Bitmap::SavePng(const std::filesystem::path& path) {
+    return savePicture(*this, path, PngLayout::Rgba);
+}
+
+bool Bitmap::SaveGrayscalePng(const std::filesystem::path& path) {
+    return savePicture(*this, path, PngLayout::GrayOfAlpha);
 }
 
 unsigned Bitmap::Texture() {

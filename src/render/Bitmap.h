@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -57,6 +58,11 @@ public:
     // The CPU copy (valid while locked, and always for kinds 1, 2, 4).
     const std::vector<uint32_t>& Pixels() const { return pixels; }
     std::vector<uint32_t>& Pixels() { return pixels; }
+
+    // PNG files of the picture (a render target is read back for it):
+    // colour with alpha, or the alpha alone as grey. False on failure.
+    bool SavePng(const std::filesystem::path& path);
+    bool SaveGrayscalePng(const std::filesystem::path& path);
 
     // Drawing into a render target: binds its FBO and hands out its context,
     // made once and kept; EndRender binds back what was bound before.

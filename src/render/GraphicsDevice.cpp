@@ -32,24 +32,26 @@ GraphicsDevice& GraphicsDevice::Get() {
 }
 
 int GraphicsDevice::Create(platform::Window& win) {
+    Destroy();
     window = &win;
     std::string error;
     context = platform::GlContext::create(win, error);
     if (!context) {
+        renderer = "none (" + error + ")";
         std::fprintf(stderr, "OpenGL context: %s\n", error.c_str());
         return fail(-2, kNeedsDevice);
     }
     if (epoxy_gl_version() < 33) {
+        const char* old = reinterpret_cast<const char*>(glGetString(GL_VERSION));
+        renderer = std::string("OpenGL ") + (old ? old : "?") + ", older than 3.3";
         delete context;
         context = nullptr;
         return fail(-1, kNeedsDevice);
     }
-    // Whether the display is synchronised is the driver's business; headless
-    // drivers refuse and that is fine.
-    context->setSwapInterval(1);
+    afterContextMade();
     const char* name = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
     renderer = name ? name : "unknown";
-    std::fprintf(stderr, "GL_RENDERER: %s\n", renderer.c_str());
+    std::fprintf(stderr, "GL_RENDERER: %s%s\n", renderer.c_str(), robust ? " (reports GPU resets)" : "");
 
     context->drawableSize(backWidth, backHeight);
     if (backWidth <= 0 || backHeight <= 0) {
@@ -146,6 +148,25 @@ void GraphicsDevice::releaseBackBuffer() {
     backFramebuffer = backColor = backDepth = 0;
 }
 
+void GraphicsDevice::afterContextMade() {
+    // Whether the display is synchronised is the driver's business; headless
+    // drivers refuse and that is fine.
+    context->setSwapInterval(1);
+    GLint flags = 0;
+    glGetIntegerv(GL_CONTEXT_FLAGS, &flags);
+    GLint strategy = 0;
+    glGetIntegerv(GL_RESET_NOTIFICATION_STRATEGY_ARB, &strategy);
+    robust = (flags & GL_CONTEXT_FLAG_ROBUST_ACCESS_BIT_ARB) && strategy == GL_LOSE_CONTEXT_ON_RESET_ARB &&
+             (epoxy_gl_version() >= 45 || epoxy_has_gl_extension("GL_ARB_robustness"));
+    glGetError();  // a driver without robustness may call the strategy query an error
+}
+
+bool GraphicsDevice::gpuWasReset() const {
+    if (!robust) return false;
+    GLenum status = epoxy_gl_version() >= 45 ? glGetGraphicsResetStatus() : glGetGraphicsResetStatusARB();
+    return status != GL_NO_ERROR;
+}
+
 void GraphicsDevice::setDepthStates() {
     glEnable(GL_DEPTH_TEST);
     glDepthMask(GL_TRUE);
@@ -197,7 +218,7 @@ int GraphicsDevice::RecreateContext() {
         std::fprintf(stderr, "OpenGL context lost for good: %s\n", error.c_str());
         return 1;
     }
-    context->setSwapInterval(1);
+    afterContextMade();
     context->drawableSize(backWidth, backHeight);
     unsigned status = 0;
     if (!makeBackBuffer(status) || !pipeline2D.create(error)) return 1;
@@ -258,8 +279,8 @@ void GraphicsDevice::SetDepthTest(bool on) {
     }
 }
 
-void GraphicsDevice::Present(const Rect& dirty) {
-    if (!context || !backFramebuffer) return;
+int GraphicsDevice::Present(const Rect& dirty) {
+    if (!context || !backFramebuffer) return 0;
     pipeline2D.flush();
     const Rect whole{0, 0, backWidth, backHeight};
     // The window's buffer holds the picture of `age` presents ago: it lacks
@@ -293,6 +314,7 @@ void GraphicsDevice::Present(const Rect& dirty) {
         std::fprintf(stderr, "GL error 0x%x in a frame\n", error);
     }
 #endif
+    return gpuWasReset() ? 1 : 0;
 }
 
 void GraphicsDevice::PushRenderTarget(unsigned framebuffer, int width, int height) {

@@ -81,7 +81,9 @@ public:
     // window's buffer may be older than the last frame (buffer age): then the
     // parts dirtied since it was drawn go across too, or, when its age is
     // unknown, the whole picture.
-    void Present(const Rect& dirty);
+    // Answers 1 when the GPU reset and the context is lost: the frame counts
+    // as drawn, and the caller rebuilds with RecreateContext.
+    int Present(const Rect& dirty);
 
     // Render targets: draw into another FBO of size w x h and come back. The
     // bound framebuffer, viewport, scissor and projection are kept on a stack.
@@ -104,6 +106,8 @@ private:
     bool makeBackBuffer(unsigned& status);
     void releaseBackBuffer();
     void setDepthStates();
+    void afterContextMade();
+    bool gpuWasReset() const;
     std::vector<DeviceResource*> snapshot() const;
     void applyTarget(unsigned framebuffer, int width, int height, bool scissor, const Rect& scissorRect);
 
@@ -119,6 +123,7 @@ private:
     std::set<DeviceResource*> resources;
     bool resetting = false;
     bool contextLost = false;
+    bool robust = false;  // the context can tell of a GPU reset
     bool closing = false;
     int sceneDepth = 0;
     Rect dirtyRect;

@@ -9,23 +9,29 @@
 namespace lh::render {
 
 bool writePng(const std::filesystem::path& path, uint32_t width, uint32_t height, const uint32_t* argb,
-              bool withAlpha) {
+              PngLayout layout) {
     if (!argb || width == 0 || height == 0) return false;
-    const uint32_t channels = withAlpha ? 4 : 3;
+    const uint32_t channels = layout == PngLayout::Rgba ? 4 : layout == PngLayout::Rgb ? 3 : 1;
     std::vector<uint8_t> bytes(size_t(width) * height * channels);
     uint8_t* out = bytes.data();
     for (size_t i = 0, n = size_t(width) * height; i < n; ++i) {
         uint32_t p = argb[i];
+        if (layout == PngLayout::GrayOfAlpha) {
+            *out++ = uint8_t(p >> 24);
+            continue;
+        }
         *out++ = uint8_t(p >> 16);
         *out++ = uint8_t(p >> 8);
         *out++ = uint8_t(p);
-        if (withAlpha) *out++ = uint8_t(p >> 24);
+        if (layout == PngLayout::Rgba) *out++ = uint8_t(p >> 24);
     }
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = width;
     image.height = height;
-    image.format = withAlpha ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
+    image.format = layout == PngLayout::Rgba  ? PNG_FORMAT_RGBA
+                   : layout == PngLayout::Rgb ? PNG_FORMAT_RGB
+                                              : PNG_FORMAT_GRAY;
     std::filesystem::path temp = path;
     temp += ".part";
     bool ok = png_image_write_to_file(&image, temp.c_str(), 0, bytes.data(), png_int_32(width * channels),

@@ -85,6 +85,8 @@ TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
         c.DrawBitmap(*colour, 30, 0, 0xFF808080u);
         c.DrawBitmap(*white, 40, 0, 0xFFFFFFFFu);
         c.DrawBitmap(*colour, 40, 0, 0x80FFFFFFu);  // half over white
+        auto shortLived = solidBitmap(4, 4, 0xFF123456u);
+        c.DrawBitmap(*shortLived, 60, 0, 0xFFFFFFFFu);  // gone before the batch is sent
     });
     auto s = screen();
     EXPECT_TRUE(near(at(s, 4, 4), 0xFF00FF00u, 2));
@@ -92,6 +94,7 @@ TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
     EXPECT_EQ(at(s, 24, 4), 0xFF000000u);
     EXPECT_TRUE(near(at(s, 34, 4), 0xFF204060u, 2));
     EXPECT_TRUE(near(at(s, 44, 4), 0xFF9FBFDFu, 2));
+    EXPECT_EQ(at(s, 61, 1), 0xFF123456u);
 }
 
 TEST_F(Drawing, LinesAndRectanglesTakePlatformColours) {
@@ -269,6 +272,53 @@ TEST_F(Drawing, PixelAccessOnWritableBitmaps) {
     EXPECT_TRUE(b.IsEmpty());
     frame([&](RenderContext& c) { c.DrawBitmap(b, 20, 20, 0xFFFFFFFFu); });  // empty: draws nothing
     EXPECT_EQ(at(screen(), 21, 22), 0xFF000000u);
+}
+
+}  // namespace
+}  // namespace lh::test
+
+namespace lh::test {
+namespace {
+
+struct Listener : render::DeviceResource {
+    explicit Listener(std::vector<std::string>& l, std::string n) : log(l), name(std::move(n)) {
+        GraphicsDevice::Get().Register(this);
+    }
+    ~Listener() override { GraphicsDevice::Get().Unregister(this); }
+    void OnDeviceLost() override { log.push_back("lost " + name); }
+    void OnDeviceReset() override { log.push_back("reset " + name); }
+    std::vector<std::string>& log;
+    std::string name;
+};
+
+TEST_F(Drawing, ResetTellsEveryResourceInSetOrderAndDirtiesEverything) {
+    GraphicsDevice& device = GraphicsDevice::Get();
+    std::vector<std::string> log;
+    auto a = std::make_unique<Listener>(log, "a");
+    auto b = std::make_unique<Listener>(log, "b");
+    // The set is ordered by address; name them in that order.
+    std::string first = a.get() < b.get() ? "a" : "b", second = first == "a" ? "b" : "a";
+
+    device.ClearDirtyRect();
+    Rect one{10, 10, 20, 20}, two{30, 5, 40, 12};
+    device.Invalidate(&one);
+    device.Invalidate(&two);
+    EXPECT_EQ(device.DirtyRect(), (Rect{10, 5, 40, 20}));
+
+    ASSERT_EQ(device.Reset(), 0);
+    EXPECT_EQ(log, (std::vector<std::string>{"lost " + first, "lost " + second, "reset " + first,
+                                             "reset " + second}));
+    EXPECT_EQ(device.DirtyRect(), (Rect{0, 0, kWidth, kHeight}));
+
+    // While closing, registering does nothing: a resource made then is not told.
+    log.clear();
+    a.reset();
+    b.reset();
+    device.SetClosing(true);
+    Listener late(log, "late");
+    device.SetClosing(false);
+    ASSERT_EQ(device.Reset(), 0);
+    EXPECT_TRUE(log.empty());
 }
 
 }  // namespace

@@ -135,6 +135,42 @@ TEST_F(Frame, PrintScreenWritesTheNextFreeNumberTopRowFirst) {
     EXPECT_EQ(app::nextScreenshotName(dir.path()), "screenshot0004.png");
 }
 
+TEST_F(Frame, BitmapsSaveAsColourOrAlphaPictures) {
+    TempDir dir;
+    render::Bitmap picture;
+    std::vector<uint32_t> src{0x80FF0000u, 0xFF00FF00u, 0x000000FFu, 0x40102030u, 0xFFFFFFFFu, 0x01020304u};
+    ASSERT_TRUE(picture.LoadFromPixels(3, 2, src.data()));
+    ASSERT_TRUE(picture.SavePng(dir.path() / "colour.png"));
+    ASSERT_TRUE(picture.SaveGrayscalePng(dir.path() / "alpha.png"));
+    uint32_t w = 0, h = 0;
+    std::vector<uint32_t> back;
+    ASSERT_TRUE(readPng((dir.path() / "colour.png").string(), w, h, back));
+    EXPECT_EQ(w, 3u);
+    EXPECT_EQ(h, 2u);
+    EXPECT_EQ(back, src);
+    ASSERT_TRUE(readPng((dir.path() / "alpha.png").string(), w, h, back));
+    for (size_t i = 0; i < src.size(); ++i) {
+        uint32_t a = src[i] >> 24;
+        EXPECT_EQ(back[i], 0xFF000000u | a << 16 | a << 8 | a) << i;
+    }
+
+    // A render target is read back from the device for it.
+    render::Bitmap target;
+    ASSERT_TRUE(target.CreateRenderTarget(4, 4));
+    render::RenderContext* c = target.BeginRender();
+    ASSERT_TRUE(c);
+    c->BeginScene();
+    c->DrawRect(1, 1, 3, 3, 0x00FF0000u, true);
+    c->EndScene();
+    target.EndRender();
+    ASSERT_TRUE(target.SavePng(dir.path() / "target.png"));
+    ASSERT_TRUE(readPng((dir.path() / "target.png").string(), w, h, back));
+    EXPECT_EQ(back[0], 0u);
+    EXPECT_EQ(back[5], 0xFF0000FFu);
+    EXPECT_FALSE(render::Bitmap().SavePng(dir.path() / "empty.png"));
+    EXPECT_FALSE(std::filesystem::exists(dir.path() / "empty.png"));
+}
+
 TEST_F(Frame, ALostContextDrawsTheSamePictureAfterwards) {
     useTile(9, 6);
     render::FreeTypeFont::Options options;

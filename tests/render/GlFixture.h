@@ -25,7 +25,7 @@ protected:
         std::string error;
         ASSERT_TRUE(platform::initialize(error)) << "no video layer: " << error;
         window.reset(platform::Window::create("render test", kWidth, kHeight));
-        ASSERT_TRUE(window) << "no window";
+        ASSERT_TRUE(window) << "no OpenGL-capable window, so no GL context and no GL_RENDERER";
         int code = render::GraphicsDevice::Get().Create(*window);
         ASSERT_EQ(code, 0) << "no OpenGL 3.3 context (code " << code
                            << "); GL_RENDERER: " << render::GraphicsDevice::Get().RendererName();

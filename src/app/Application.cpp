@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "app/AppState.h"
+#include "app/Frame.h"
 #include "app/WayIn.h"
 #include "app/WindowPlacement.h"
 #include "app/WorkDir.h"
 #include "db/XmlParse.h"
 #include "platform/Platform.h"
 #include "platform/Window.h"
+#include "render/GraphicsDevice.h"
 
 namespace lh::app {
 
@@ -21,6 +23,7 @@ namespace {
 
 constexpr int kClientWidth = 1024;
 constexpr int kClientHeight = 768;
+constexpr int kKeyPrintScreen = 0x2C;
 
 // The flags settle what they can; the launcher's dialogs ask for the rest.
 bool chooseWayIn(const CommandLine& cl) {
@@ -102,11 +105,21 @@ bool handleEvent(const platform::Event& e, int& exitCode) {
     case EventType::Wake:
         if (hooks().pollSession) hooks().pollSession();
         return false;
+    case EventType::Resized:
+        render::GraphicsDevice::Get().Resize();
+        return false;
+    case EventType::Exposed:
+        render::GraphicsDevice::Get().Invalidate(nullptr);
+        return false;
     default:
         break;
     }
     if (isInput(e.type)) {
         SetMouseIdle(false);
+        if (e.type == EventType::KeyUp && e.keyCode == kKeyPrintScreen) {
+            SaveScreenshot();
+            return false;
+        }
         if (hooks().routeInput) hooks().routeInput(e);
     }
     return false;
@@ -148,6 +161,15 @@ bool InitInstance(const CommandLine& cl) {
     }
     placeMainWindow(*a.mainWindow);
     if (splash) splash->progress(0.2f);
+
+    // The device has told the user what failed.
+    if (render::GraphicsDevice::Get().Create(*a.mainWindow) != 0) {
+        delete splash;
+        return false;
+    }
+    setFrameState({[] { return app().sessionMode; }, [] { return app().sessionMode == 0; }, [] { return false; },
+                   [] { return app().desktopLightColor; }});
+    hooks().drawFrame = DrawFrame;
 
     contentLoad(splash);
 
@@ -224,6 +246,7 @@ int runMain(int argc, char** argv) {
     }
     int code = runMainLoop();
     runExitPath();
+    render::GraphicsDevice::Get().Destroy();
     delete a.mainWindow;
     a.mainWindow = nullptr;
     platform::shutdown();

@@ -37,11 +37,11 @@ void BM_IdleCpu(benchmark::State& state) {
         pid_t pid = fork();
         if (pid == 0) {
             setenv("SDL_VIDEODRIVER", "offscreen", 1);
-            execl(program.c_str(), program.c_str(), "--workdir", work.c_str(), "--host", "--campaign", "Idle",
+            execl(program.c_str(), program.c_str(), "--workdir", work.c_str(), "--host", "--campaign", "Idle", "--gm", "GM",
                   static_cast<char*>(nullptr));
             _exit(127);
         }
-        std::this_thread::sleep_for(std::chrono::seconds(2));  // start-up is not idle time
+        std::this_thread::sleep_for(std::chrono::seconds(5));  // start-up is not idle time
         double before = cpuSeconds(pid);
         auto start = std::chrono::steady_clock::now();
         std::this_thread::sleep_for(std::chrono::seconds(seconds));

@@ -2,6 +2,7 @@
 #include "net/LauncherView.h"
 
 #include <imgui.h>
+#include <imgui_internal.h>
 #include <imgui_stdlib.h>
 
 #include "platform/Encoding.h"
@@ -13,6 +14,17 @@ namespace {
 constexpr float kWidth = 480.0f;
 
 bool keyPressed(ImGuiKey key) { return ImGui::IsKeyPressed(ImGui::GetKeyIndex(key), false); }
+
+// A button that also takes Return while it has the keyboard focus, and that
+// takes the focus itself when `focusNow` (a dialog's default button).
+bool button(const char* label, ImVec2 size = ImVec2(0, 0), bool focusNow = false) {
+    bool pressed = ImGui::Button(label, size);
+    if (focusNow) {
+        ImGui::SetFocusID(ImGui::GetItemID(), ImGui::GetCurrentWindow());
+        GImGui->NavDisableHighlight = false;
+    }
+    return pressed || (ImGui::IsItemFocused() && keyPressed(ImGuiKey_Enter));
+}
 
 // The banner that every launcher dialog shares: the program's name over a
 // gold rule on a dark field.
@@ -89,6 +101,7 @@ bool ImGuiLauncherUi::drawBox() {
 }
 
 int ImGuiLauncherUi::runDialog(const char* title, int closeResult, const std::function<DialogOutcome()>& body) {
+    dialogStart = true;
     for (;;) {
         if (!host.beginFrame()) return closeResult;
         ImGuiViewport* view = ImGui::GetMainViewport();
@@ -101,12 +114,14 @@ int ImGuiLauncherUi::runDialog(const char* title, int closeResult, const std::fu
         // While a box stands, the dialog underneath takes no keys: the Return
         // that closes the box must not press the dialog's button again.
         if (!boxTitle.empty()) {
+            dialogStart = true;  // focus goes back to the dialog's default after the box
             if (drawBox()) {
                 boxTitle.clear();
                 boxText.clear();
             }
         } else {
             outcome = body();
+            dialogStart = false;
         }
         ImGui::End();
         host.endFrame();
@@ -121,15 +136,14 @@ int ImGuiLauncherUi::runDialog(const char* title, int closeResult, const std::fu
 int ImGuiLauncherUi::runMainMenu(MainMenu& menu) {
     return runDialog("Welcome", 0, [&] {
         ImVec2 big(-1, 44);
-        if (ImGui::Button("Host a Game as a Gamemaster", big)) return menu.choose(0);
-        if (ImGui::IsWindowAppearing()) ImGui::SetItemDefaultFocus();
-        if (ImGui::Button("Join a Game as a Player", big)) return menu.choose(1);
-        if (ImGui::Button("Create and View Local Characters", big)) return menu.choose(2);
+        if (button("Host a Game as a Gamemaster", big, dialogStart)) return menu.choose(0);
+        if (button("Join a Game as a Player", big)) return menu.choose(1);
+        if (button("Create and View Local Characters", big)) return menu.choose(2);
         ImGui::Spacing();
         const char* help[] = {"Credits", "View OGL", "Quick Tutorial"};
         for (int i = 0; i < 3; ++i) {
             if (i) ImGui::SameLine();
-            if (ImGui::Button(help[i]) && openHelp) openHelp(i);
+            if (button(help[i]) && openHelp) openHelp(i);
         }
         ImGui::SameLine(ImGui::GetWindowWidth() - 70);
         ImGui::TextDisabled("%s", menu.versionText.c_str());
@@ -150,7 +164,7 @@ int ImGuiLauncherUi::runConnectionProperties(ConnectionProperties& d, LauncherFi
         ImGui::TextUnformatted("User Name");
         focusHere(ConnectionProperties::FieldUser);
         editField("##user", d.userName, d.userEditable ? ImGuiInputTextFlags_AutoSelectAll : ImGuiInputTextFlags_ReadOnly);
-        if (d.showChange && ImGui::Button("Change")) {
+        if (d.showChange && button("Change")) {
             d.pressChange();
             focusPending = true;
         }
@@ -168,9 +182,9 @@ int ImGuiLauncherUi::runConnectionProperties(ConnectionProperties& d, LauncherFi
             ImGui::TextDisabled("The address of the Gamemaster's computer, or its alias.");
         }
         ImGui::Spacing();
-        if (ImGui::Button("<< Back") || keyPressed(ImGuiKey_Escape)) return d.pressBack();
+        if (button("<< Back") || keyPressed(ImGuiKey_Escape)) return d.pressBack();
         ImGui::SameLine();
-        if (ImGui::Button(d.startLabel.c_str()) || keyPressed(ImGuiKey_Enter)) {
+        if (button(d.startLabel.c_str()) || keyPressed(ImGuiKey_Enter)) {
             DialogOutcome o = d.pressStart(fields);
             focusPending = !o.ends;
             return o;
@@ -193,9 +207,9 @@ int ImGuiLauncherUi::runSelectRuleset(SelectRuleset& d, std::string& ruleset) {
             }
             ImGui::EndListBox();
         }
-        if (ImGui::Button("<< Back") || keyPressed(ImGuiKey_Escape)) return d.pressBack();
+        if (button("<< Back") || keyPressed(ImGuiKey_Escape)) return d.pressBack();
         ImGui::SameLine();
-        if (ImGui::Button("Start") || keyPressed(ImGuiKey_Enter) || chosen) return d.pressStart(ruleset);
+        if (button("Start") || keyPressed(ImGuiKey_Enter) || chosen) return d.pressStart(ruleset);
         return DialogOutcome::stay();
     });
 }
@@ -214,6 +228,7 @@ int ImGuiLauncherUi::runHostOptions(HostOptions& d, const HostOptionsServices& s
         ImGui::NextColumn();
         ImGui::BeginDisabled(d.loadMode);
         ImGui::TextUnformatted("Campaign name");
+        if (dialogStart && d.focus == HostOptions::FieldNewName) ImGui::SetKeyboardFocusHere();
         editField("##newname", d.newName);
         ImGui::TextUnformatted("Rules");
         ImGui::EndDisabled();
@@ -231,7 +246,7 @@ int ImGuiLauncherUi::runHostOptions(HostOptions& d, const HostOptionsServices& s
         std::string a = platform::windows1252ToUtf8(d.alias);
         if (ImGui::InputText("##alias", &a)) d.alias = launcherField(platform::utf8ToWindows1252(a));
         ImGui::SameLine();
-        if (ImGui::Button("Generate")) d.pressGenerate(services);
+        if (button("Generate")) d.pressGenerate(services);
         ImGui::TextWrapped("This alias can be used to give out connection information even if your ip changes often.");
         ImGui::EndDisabled();
 
@@ -242,7 +257,9 @@ int ImGuiLauncherUi::runHostOptions(HostOptions& d, const HostOptionsServices& s
         ImGui::EndDisabled();
 
         ImGui::Spacing();
-        if (ImGui::Button("Start", ImVec2(120, 0)) || keyPressed(ImGuiKey_Enter)) return d.pressStart(services, choice);
+        if (button("Start", ImVec2(120, 0), dialogStart && d.loadMode) || keyPressed(ImGuiKey_Enter)) {
+            return d.pressStart(services, choice);
+        }
         if (keyPressed(ImGuiKey_Escape)) return d.close();
         return DialogOutcome::stay();
     });

@@ -42,6 +42,7 @@ private:
 
     DialogHost& host;
     std::string boxTitle, boxText;
+    bool dialogStart = false;  // the first frame of a dialog: focus its default
 };
 
 }  // namespace lh::net

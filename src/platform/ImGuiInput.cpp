@@ -32,16 +32,14 @@ int ImGuiInput::pump(int timeoutMs) {
 
 void ImGuiInput::newFrame() { ImGui_ImplSDL2_NewFrame(); }
 
-void pushKey(const char* keyName) {
+void pushKey(const char* keyName, bool down) {
     SDL_Keycode key = SDL_GetKeyFromName(keyName);
-    for (Uint32 type : {Uint32(SDL_KEYDOWN), Uint32(SDL_KEYUP)}) {
-        SDL_Event e{};
-        e.type = type;
-        e.key.state = type == SDL_KEYDOWN ? SDL_PRESSED : SDL_RELEASED;
-        e.key.keysym.sym = key;
-        e.key.keysym.scancode = SDL_GetScancodeFromKey(key);
-        SDL_PushEvent(&e);
-    }
+    SDL_Event e{};
+    e.type = down ? SDL_KEYDOWN : SDL_KEYUP;
+    e.key.state = down ? SDL_PRESSED : SDL_RELEASED;
+    e.key.keysym.sym = key;
+    e.key.keysym.scancode = SDL_GetScancodeFromKey(key);
+    SDL_PushEvent(&e);
 }
 
 void pushText(const char* utf8) {

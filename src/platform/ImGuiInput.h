@@ -23,8 +23,9 @@ public:
 };
 
 // Test input: events as a person's keyboard would make them, by SDL key
-// name ("Return", "Tab", "Escape", "A") and as typed UTF-8 text.
-void pushKey(const char* keyName);
+// name ("Return", "Tab", "Escape", "A") and as typed UTF-8 text. A press and
+// its release belong in different frames, as a real key's do.
+void pushKey(const char* keyName, bool down);
 void pushText(const char* utf8);
 void pushWindowClose();
 

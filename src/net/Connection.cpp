@@ -57,6 +57,8 @@ void Connection::connectTo(const std::string& hostText, uint16_t port) {
     currentState = ConnectionState::Resolving;
 }
 
+void Connection::capReceiveBuffer(int bytes) { platform::capReceiveBuffer(fd, bytes); }
+
 void Connection::adopt(int socket, uint32_t address, uint16_t port) {
     reset();
     if (socket < 0 || !platform::prepareAcceptedSocket(socket)) {

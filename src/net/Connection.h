@@ -43,6 +43,9 @@ public:
     Connection& operator=(const Connection&) = delete;
 
     void connectTo(const std::string& host, uint16_t port);
+    // Caps the kernel's receive buffer; call between connectTo() and the
+    // first pump().
+    void capReceiveBuffer(int bytes);
     // Takes an accepted socket; peerAddress in host byte order.
     void adopt(int socket, uint32_t peerAddress, uint16_t peerPort);
 

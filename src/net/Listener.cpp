@@ -5,9 +5,9 @@
 
 namespace lh::net {
 
-bool Listener::listenOn(uint16_t port, uint32_t address, int backlog) {
+bool Listener::listenOn(uint16_t port, uint32_t address, int backlog, int receiveBuffer) {
     closeSocket();
-    fd = platform::listenTcp(port, address, backlog);
+    fd = platform::listenTcp(port, address, backlog, receiveBuffer);
     boundPort = fd >= 0 ? platform::boundPort(fd) : 0;
     return fd >= 0;
 }

@@ -17,7 +17,8 @@ public:
 
     // address 0 is every address; port 0 takes a free one (see port()).
     // False leaves the socket at -1: accept() then gives nothing.
-    bool listenOn(uint16_t port, uint32_t address = 0, int backlog = 8);
+    // receiveBuffer > 0 caps the kernel's receive buffer of accepted sockets.
+    bool listenOn(uint16_t port, uint32_t address = 0, int backlog = 8, int receiveBuffer = 0);
     // A Connection in the Connected state, or null when nobody waits.
     std::unique_ptr<Connection> accept(size_t sendLimit = Connection::kDefaultLimit,
                                        size_t receiveLimit = Connection::kDefaultLimit);

@@ -21,6 +21,12 @@ struct Relay {
     MessageTag sent;
     bool toSender;
 };
+// Session sockets keep their kernel receive buffers small: bytes waiting
+// there delay every message behind them, and the game's small messages must
+// stay quick while bigger ones stream. Files travel on connections of their
+// own, without this cap.
+constexpr int kSessionReceiveBuffer = 256 * 1024;
+
 constexpr Relay kRelays[] = {
     {tags::CHATQ, tags::CHATR, true},  {tags::DIETQ, tags::DIETR, false}, {tags::DRSTQ, tags::DRSTR, false},
     {tags::IMMSQ, tags::IMMSR, true},  {tags::PNTRQ, tags::PNTRR, true},  {tags::CHINQ, tags::CHINR, true},
@@ -59,7 +65,7 @@ Session::~Session() = default;
 
 bool Session::openListener(uint16_t listenOn, uint32_t address) {
     currentRole = SessionRole::Host;
-    bool ok = listener.listenOn(listenOn, address, 8);
+    bool ok = listener.listenOn(listenOn, address, 8, kSessionReceiveBuffer);
     port = ok ? listener.port() : listenOn;
     return ok;
 }
@@ -71,6 +77,7 @@ void Session::connectToHost(const std::string& address, uint16_t hostPort) {
     host = std::make_unique<SessionPeer>();
     host->connection = std::make_unique<Connection>(&nameResolver);
     host->connection->connectTo(address, hostPort);
+    host->connection->capReceiveBuffer(kSessionReceiveBuffer);
     port = hostPort;
 }
 

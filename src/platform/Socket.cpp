@@ -21,9 +21,14 @@ bool setNonBlocking(int fd) {
     return flags >= 0 && fcntl(fd, F_SETFL, flags | O_NONBLOCK) == 0;
 }
 
-void setNoDelay(int fd) {
+void setLowLatency(int fd) {
     int one = 1;
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    // Keep little unsent data in the kernel: what waits, waits in our own
+    // buffer, where a poll can see it, and a small message queued behind a
+    // big one is not stuck behind megabytes of kernel buffer.
+    int lowWater = 128 * 1024;
+    setsockopt(fd, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &lowWater, sizeof lowWater);
 }
 
 sockaddr_in makeAddress(uint32_t address, uint16_t port) {
@@ -40,13 +45,13 @@ bool wouldBlock(int err) { return err == EAGAIN || err == EWOULDBLOCK || err == 
 
 int openTcpSocket() {
     int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd >= 0) setNoDelay(fd);
+    if (fd >= 0) setLowLatency(fd);
     return fd;
 }
 
 bool prepareAcceptedSocket(int fd) {
     if (fd < 0 || !setNonBlocking(fd)) return false;
-    setNoDelay(fd);
+    setLowLatency(fd);
     return true;
 }
 
@@ -82,9 +87,10 @@ IoResult receiveSome(int fd, void* buffer, size_t capacity) {
     return {wouldBlock(errno) ? IoStatus::WouldBlock : IoStatus::Failed, 0};
 }
 
-int listenTcp(uint16_t port, uint32_t address, int backlog) {
+int listenTcp(uint16_t port, uint32_t address, int backlog, int receiveBuffer) {
     int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (fd < 0) return -1;
+    if (receiveBuffer > 0) capReceiveBuffer(fd, receiveBuffer);
     int one = 1;
     setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
     sockaddr_in a = makeAddress(address, port);
@@ -110,6 +116,10 @@ uint16_t boundPort(int fd) {
     socklen_t len = sizeof a;
     if (fd < 0 || getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) != 0) return 0;
     return ntohs(a.sin_port);
+}
+
+void capReceiveBuffer(int fd, int bytes) {
+    if (fd >= 0) setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
 }
 
 void shutdownSocket(int fd) {

@@ -43,12 +43,18 @@ IoResult sendSome(int fd, const void* data, size_t length);
 IoResult receiveSome(int fd, void* buffer, size_t capacity);
 
 // A listening socket on `address` (0: every address) and `port` (0: any
-// free one), non-blocking, with the given backlog. -1 on failure.
-int listenTcp(uint16_t port, uint32_t address, int backlog);
+// free one), non-blocking, with the given backlog; accepted sockets inherit
+// a receiveBuffer cap above 0. -1 on failure.
+int listenTcp(uint16_t port, uint32_t address, int backlog, int receiveBuffer = 0);
 // The next waiting connection, or -1 when nobody waits.
 int acceptTcp(int listenFd, uint32_t& peerAddress, uint16_t& peerPort);
 // The port a socket is bound to; 0 if unknown.
 uint16_t boundPort(int fd);
+
+// Caps the kernel's receive buffer (before connect or listen, so that the
+// window is negotiated for it). Bytes waiting there are bytes that a small
+// message sent behind them must wait for.
+void capReceiveBuffer(int fd, int bytes);
 
 void shutdownSocket(int fd);
 void closeSocket(int fd);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "net/MessageCatalogue.h"
 #include "platform/Socket.h"
@@ -45,7 +46,7 @@ void writeEnvelope(Connection& c, const NetMessage& m) {
     uint32_t length = uint32_t(m.body.size());
     uint8_t bytes[kEnvelopeSize] = {uint8_t(length), uint8_t(length >> 8), uint8_t(length >> 16),
                                     uint8_t(length >> 24)};
-    std::copy(m.tag.letters.begin(), m.tag.letters.end(), bytes + 4);
+    std::memcpy(bytes + 4, m.tag.letters.data(), 5);
     c.write(bytes, kEnvelopeSize);
     if (!m.body.empty()) c.write(m.body.data(), m.body.size());
 }

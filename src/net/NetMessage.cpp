@@ -34,11 +34,11 @@ std::vector<uint8_t> encodeMessage(const NetMessage& message) {
     return {q.data(), q.data() + q.size()};
 }
 
-FrameStatus takeMessage(ByteQueue& in, NetMessage& out, uint32_t* badLength) {
+FrameStatus takeMessage(ByteQueue& in, NetMessage& out, uint32_t* badLength, uint32_t maxBody) {
     if (in.size() < 4) return FrameStatus::NeedMore;
     uint32_t length = getLength(in.data());
     if (length == kFileFetchLength) length = 0;
-    if (length > kMaxBodyLength) {
+    if (length > maxBody) {
         if (badLength) *badLength = length;
         return FrameStatus::BadLength;
     }

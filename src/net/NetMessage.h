@@ -42,6 +42,9 @@ constexpr size_t kEnvelopeSize = 9;
 constexpr uint32_t kFileFetchLength = 0xFFFFFFFFu;
 // Larger bodies are garbage: the connection that sends one is closed.
 constexpr uint32_t kMaxBodyLength = 64u << 20;
+// The limit for a connection that has not logged in: a login is small, and
+// a stranger does not get to make the host buffer megabytes.
+constexpr uint32_t kLoginBodyLength = 64u << 10;
 
 // Appends the envelope and body to `out`.
 void encodeMessage(const NetMessage& message, ByteQueue& out);
@@ -50,9 +53,11 @@ std::vector<uint8_t> encodeMessage(const NetMessage& message);
 enum class FrameStatus {
     NeedMore,   // not all bytes are there yet; nothing was taken
     Complete,   // `out` holds the message and its bytes were taken
-    BadLength,  // the length is above kMaxBodyLength; nothing was taken
+    BadLength,  // the length is above the limit; nothing was taken
 };
-// Takes the next whole message from the front of `in`.
-FrameStatus takeMessage(ByteQueue& in, NetMessage& out, uint32_t* badLength = nullptr);
+// Takes the next whole message from the front of `in`. badLength, if given,
+// receives the offending length.
+FrameStatus takeMessage(ByteQueue& in, NetMessage& out, uint32_t* badLength = nullptr,
+                        uint32_t maxBody = kMaxBodyLength);
 
 }  // namespace lh::net

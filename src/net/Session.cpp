@@ -76,7 +76,7 @@ void Session::connectToHost(const std::string& address, uint16_t hostPort) {
     lost = false;
     lostReason.clear();
     host = std::make_unique<SessionPeer>();
-    host->connection = std::make_unique<Connection>(&nameResolver);
+    host->connection = std::make_unique<Connection>(&nameResolver, sendLimit);
     host->connection->connectTo(address, hostPort);
     host->connection->capReceiveBuffer(kSessionReceiveBuffer);
     port = hostPort;
@@ -171,7 +171,7 @@ void Session::flushQueue(SessionPeer& peer) {
 
 void Session::poll() {
     if (currentRole == SessionRole::Host) {
-        while (auto accepted = listener.accept()) addPeer(std::move(accepted));
+        while (auto accepted = listener.accept(sendLimit)) addPeer(std::move(accepted));
         // Handlers may append peers' messages while this walks; the list
         // itself only changes in removeGonePeers().
         for (size_t i = 0; i < peers.size(); ++i) {
@@ -196,7 +196,9 @@ void Session::readMessages(SessionPeer* from, Connection& connection) {
     NetMessage message;
     for (;;) {
         uint32_t badLength = 0;
-        FrameStatus status = takeMessage(connection.received(), message, &badLength);
+        bool stranger = currentRole == SessionRole::Host && from && from->name.empty();
+        FrameStatus status = takeMessage(connection.received(), message, &badLength,
+                                         stranger ? kLoginBodyLength : kMaxBodyLength);
         if (status == FrameStatus::NeedMore) return;
         if (status == FrameStatus::BadLength) {
             // Nothing behind a garbage length can be trusted to line up.

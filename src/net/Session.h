@@ -105,6 +105,11 @@ public:
     // Client: the host connection ended; called once.
     void setHostLostHandler(std::function<void(const std::string& reason)> h) { onHostLost = std::move(h); }
 
+    // Bounds the send buffer of connections made from now on; what does not
+    // fit waits in the peer's queue. It must hold the largest message sent;
+    // the default holds the largest that can be read.
+    void setSendLimit(size_t bytes) { sendLimit = bytes; }
+
     void setHttpServer(std::unique_ptr<HttpServer> server) { http = std::move(server); }
     HttpServer& httpServer() { return *http; }
     Resolver& resolver() { return nameResolver; }
@@ -132,6 +137,7 @@ private:
     Resolver nameResolver;
     Listener listener;
     uint16_t port = 0;
+    size_t sendLimit = Connection::kDefaultLimit;
     std::unique_ptr<HttpServer> http;
     std::vector<std::unique_ptr<SessionPeer>> peers;
     std::unique_ptr<SessionPeer> host;

@@ -121,6 +121,18 @@ TEST(Hardening, NotLoggedInAndWrongRoadAreIgnored) {
     EXPECT_TRUE(a.systemLines.empty());
 }
 
+TEST(Hardening, AStrangerCannotAnnounceABigBody) {
+    Arena a;
+    a.host.users()[1]->name.clear();  // not logged in
+    NetMessage login(tags::CONNQ);
+    login.body.assign(100000, 'x');
+    a.evilSends(login);
+    ASSERT_TRUE(pumpUntil({&a.host, &a.good}, [&] { return a.evil.state() == ConnectionState::Closed; },
+                          {&a.evil}));
+    EXPECT_EQ(a.departed, std::vector<std::string>{""});
+    a.goodStillServed("unbothered");
+}
+
 TEST(Hardening, BodyLargerThanTheOldRingsArrives) {
     Arena a;
     a.host.setHandler(tags::DRSTQ, [](SessionPeer*, const NetMessage&) { return HandlerResult::Handled; });

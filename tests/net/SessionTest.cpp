@@ -174,3 +174,36 @@ TEST(Session, LostConnectionsReachTheirStateWithText) {
     ASSERT_TRUE(pumpUntil({&nobodyThere}, [&] { return nobodyThere.hostLost(); }));
     EXPECT_EQ(nobodyThere.hostLostReason(), "connecting to host");
 }
+
+TEST(Session, MessagesThatDoNotFitQueueAndLeaveInOrder) {
+    Session host;
+    host.setSendLimit(100);  // room for three messages of 28 bytes
+    uint16_t port = openLoopbackHost(host);
+    Session client;
+    client.connectToHost("127.0.0.1", port);
+    std::vector<std::string> got;
+    client.setHandler(tags::CHATR, [&](SessionPeer*, const NetMessage& m) {
+        got.push_back(bodyText(m));
+        return HandlerResult::Handled;
+    });
+    ASSERT_TRUE(pumpUntil({&host, &client}, [&] { return host.users().size() == 1; }));
+    SessionPeer& peer = *host.users()[0];
+    peer.name = "c";
+    std::vector<std::string> sent;
+    for (int i = 0; i < 10; ++i) {
+        sent.push_back("message number " + std::to_string(i) + "...");
+        host.sendToAll(textMessage(tags::CHATR, sent.back()));
+    }
+    EXPECT_EQ(peer.queue.size(), 7u);
+    EXPECT_EQ(host.pendingBytes(peer), 10u * 28);
+    host.poll();  // drains the buffer into the socket, then refills it from the queue
+    ASSERT_LT(peer.queue.size(), 7u);
+    ASSERT_FALSE(peer.queue.empty());
+    // The buffer has room now, yet this one goes behind the queue.
+    sent.push_back("last one, behind the rest");
+    host.sendTo(textMessage(tags::CHATR, sent.back()), peer);
+    EXPECT_EQ(peer.queue.back().body.size(), sent.back().size());
+    ASSERT_TRUE(pumpUntil({&host, &client}, [&] { return got.size() == sent.size(); }));
+    EXPECT_EQ(got, sent);
+    EXPECT_EQ(host.pendingBytes(peer), 0u);
+}

@@ -192,21 +192,24 @@ void Session::poll() {
     sendNow();
 }
 
+bool Session::readMessage(Connection& connection, NetMessage& out, const SessionPeer* from, uint32_t maxBody) {
+    uint32_t badLength = 0;
+    FrameStatus status = takeMessage(connection.received(), out, &badLength, maxBody);
+    if (status == FrameStatus::BadLength) {
+        // Nothing behind a garbage length can be trusted to line up.
+        systemLine("Closed the connection of " + peerLabel(from) + ": message length " +
+                   std::to_string(badLength) + " is above the limit");
+        connection.close(true);
+    }
+    return status == FrameStatus::Complete;
+}
+
 void Session::readMessages(SessionPeer* from, Connection& connection) {
     NetMessage message;
     for (;;) {
-        uint32_t badLength = 0;
+        // The login may name the peer part-way through a burst.
         bool stranger = currentRole == SessionRole::Host && from && from->name.empty();
-        FrameStatus status = takeMessage(connection.received(), message, &badLength,
-                                         stranger ? kLoginBodyLength : kMaxBodyLength);
-        if (status == FrameStatus::NeedMore) return;
-        if (status == FrameStatus::BadLength) {
-            // Nothing behind a garbage length can be trusted to line up.
-            systemLine("Closed the connection of " + peerLabel(from) + ": message length " +
-                       std::to_string(badLength) + " is above the limit");
-            connection.close(true);
-            return;
-        }
+        if (!readMessage(connection, message, from, stranger ? kLoginBodyLength : kMaxBodyLength)) return;
         dispatch(from, message);
         // A handler may have closed or handed the connection over.
         if (from && !from->connection) return;

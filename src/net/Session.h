@@ -88,6 +88,11 @@ public:
                        const SessionPeer* except = nullptr);
 
     void poll();
+    // Takes the next whole message from a connection that the caller pumps
+    // itself (the waits of the login and the file list). False when none is
+    // complete; a length above `maxBody` closes the connection with a line.
+    bool readMessage(Connection& connection, NetMessage& out, const SessionPeer* from = nullptr,
+                     uint32_t maxBody = kMaxBodyLength);
     // Acts on one received message: checks its tag and road, calls the
     // handler, relays. Callable directly, without sockets.
     void dispatch(SessionPeer* from, const NetMessage& message);

@@ -27,7 +27,7 @@ Connection::~Connection() {
     platform::closeSocket(fd);
 }
 
-void Connection::reset() {
+void Connection::dropSocket() {
     platform::shutdownSocket(fd);
     platform::closeSocket(fd);
     fd = -1;
@@ -35,6 +35,10 @@ void Connection::reset() {
     receiveQueue.clear();
     peerIp = 0;
     haveAddress = false;
+}
+
+void Connection::reset() {
+    dropSocket();
     errorText.clear();
     currentState = ConnectionState::Fresh;
 }
@@ -204,12 +208,7 @@ void Connection::close(bool hard) {
     bool active = currentState == ConnectionState::Resolving || currentState == ConnectionState::Connecting ||
                   currentState == ConnectionState::Connected || currentState == ConnectionState::Closing;
     if (!hard && !active) return;
-    platform::shutdownSocket(fd);
-    platform::closeSocket(fd);
-    fd = -1;
-    sendQueue.clear();
-    receiveQueue.clear();
-    peerIp = 0;
+    dropSocket();
     currentState = ConnectionState::Closed;
 }
 

@@ -83,6 +83,7 @@ public:
     void watch(std::vector<platform::WatchedFd>& out, bool moreToSend = false) const;
 
 private:
+    void dropSocket();  // closes it and empties both buffers
     void reset();
     void fail(const char* why);
     void beginConnect();

@@ -135,6 +135,19 @@ TEST(Http, MalformedRequestsAreClosed) {
     EXPECT_EQ(host.httpServer().requestCount(), 0u);
 }
 
+TEST(Http, ARequestWhoseHeaderNeverEndsTimesOut) {
+    Session host;
+    uint16_t port = openLoopbackHost(host);
+    host.httpServer().setTimeoutMs(50);
+    Connection c(static_cast<Resolver*>(nullptr));
+    c.connectTo("127.0.0.1", port);
+    c.writeText(std::string("\xFF\xFF\xFF\xFF" "FILEX", 9) + "GET /slow HTTP/1.0\r\nHost:x\r\n");
+    ASSERT_TRUE(pumpUntil({&host}, [&] { return host.httpServer().requestCount() == 1; }, {&c}));
+    ASSERT_TRUE(pumpUntil({&host}, [&] { return c.state() == ConnectionState::Closed; }, {&c}));
+    EXPECT_EQ(host.httpServer().requestCount(), 0u);
+    EXPECT_TRUE(host.users().empty());
+}
+
 TEST(Http, UrlPartsAndFailures) {
     ParsedUrl u = parseUrl("http://user:pw@example.org:8080/a/b\\c.png");
     EXPECT_EQ(u.host, "example.org");

@@ -16,8 +16,9 @@ Resolver::~Resolver() {
     if (worker.joinable()) worker.join();
 }
 
-Resolver::Answer Resolver::lookup(const std::string& name, uint32_t& address) {
-    if (platform::parseIpv4(name, address)) return Answer::Known;
+Resolver::Answer Resolver::lookup(const std::string& fullName, uint32_t& address) {
+    if (platform::parseIpv4(fullName, address)) return Answer::Known;
+    std::string name = fullName.substr(0, 255);  // as the table keeps it
     // The stamp only orders uses; it is the "time of last use" of the table.
     uint64_t now = ++useClock;
     for (Entry& e : entries) {
@@ -44,7 +45,7 @@ Resolver::Answer Resolver::lookup(const std::string& name, uint32_t& address) {
         if (state == Done && (!slot || e.lastUsed < slot->lastUsed)) slot = &e;
     }
     if (!slot) return Answer::Failed;
-    slot->name = name.substr(0, 255);
+    slot->name = name;
     slot->address = 0;
     slot->failed = false;
     slot->lastUsed = now;

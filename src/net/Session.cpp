@@ -114,7 +114,7 @@ void Session::sendTo(const NetMessage& message, SessionPeer& peer) {
     if (!peer.connection) return;
     if (message.body.size() > kMaxBodyLength) {
         // Our own bug: no peer could read it.
-        reportMalformed(nullptr, message, "body too large to send");
+        systemLine("Did not send a message " + std::string(message.tag.text()) + ": its body is too large");
         return;
     }
     size_t total = kEnvelopeSize + message.body.size();
@@ -288,7 +288,14 @@ void Session::relay(SessionPeer* from, const NetMessage& message) {
 
 // Section: reports and bookkeeping.
 
-void Session::reportMalformed(const SessionPeer* from, const NetMessage& message, std::string_view why) {
+void Session::reportMalformed(SessionPeer* from, const NetMessage& message, std::string_view why) {
+    SessionPeer* sender = from ? from : host.get();
+    if (sender && ++sender->malformedLines > kMaxMalformedLines) {
+        if (sender->malformedLines == kMaxMalformedLines + 1) {
+            systemLine("Further malformed messages from " + peerLabel(from) + " are dropped without a line");
+        }
+        return;
+    }
     std::string tag;
     for (char c : message.tag.letters) tag += (c >= 0x20 && c < 0x7f) ? c : '?';
     systemLine("Dropped a message " + tag + " from " + peerLabel(from) + ": " + std::string(why));

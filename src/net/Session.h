@@ -32,6 +32,7 @@ struct SessionPeer {
     std::unique_ptr<Connection> connection;  // null once handed over
     std::deque<NetMessage> queue;            // did not fit into the send buffer
     size_t queuedBytes = 0;
+    int malformedLines = 0;  // reported so far
 };
 
 enum class SessionRole { Local, Host, Client };
@@ -98,7 +99,10 @@ public:
     void dispatch(SessionPeer* from, const NetMessage& message);
 
     // Drops a message with a line in the system font, naming tag and reason.
-    void reportMalformed(const SessionPeer* from, const NetMessage& message, std::string_view why);
+    // After kMaxMalformedLines from one peer, the rest go without a line, so
+    // that a flood of garbage cannot flood the chat too.
+    static constexpr int kMaxMalformedLines = 20;
+    void reportMalformed(SessionPeer* from, const NetMessage& message, std::string_view why);
     // Closes a peer's connection now; the next poll() runs its departure.
     void disconnect(SessionPeer& peer);
 

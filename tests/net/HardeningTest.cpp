@@ -91,8 +91,19 @@ TEST(Hardening, MalformedBodiesAndUnknownTagsAreDroppedWithALine) {
     // The sender stays connected and the others are served.
     EXPECT_EQ(a.evil.state(), ConnectionState::Connected);
     a.goodStillServed("still here");
+    EXPECT_EQ(a.hostChats.size(), 1u);
     EXPECT_TRUE(a.departed.empty());
     EXPECT_EQ(a.goodChats.size(), 1u);  // nothing malformed was relayed
+
+    // A flood of garbage does not flood the chat.
+    for (int i = 0; i < 100; ++i) a.evilSends(NetMessage(MessageTag("ZZZZZ"), {}));
+    NetMessage last(tags::CHATQ);
+    MessageWriter(last).u32(0).text("evil but well-formed");
+    a.evilSends(last);
+    ASSERT_TRUE(pumpUntil({&a.host, &a.good}, [&] { return a.hostChats.size() == 2; }, {&a.evil}));
+    a.goodStillServed("after the flood");
+    EXPECT_EQ(a.systemLines.size(), size_t(Session::kMaxMalformedLines) + 1);
+    EXPECT_NE(a.systemLines.back().find("without a line"), std::string::npos);
 }
 
 TEST(Hardening, GarbageLengthClosesOnlyThatConnection) {

@@ -1,0 +1,57 @@
+// Looks host names up on a worker thread of its own, so that connecting by
+// name never blocks the main thread. A table of 64 names is shared with the
+// worker without a lock: the state of an entry is published last.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace lh::net {
+
+class Resolver {
+public:
+    static constexpr int kEntries = 64;
+    // A blocking lookup, run on the worker thread: true with the address.
+    using LookupFunction = std::function<bool(const std::string& name, uint32_t& address)>;
+
+    Resolver();  // uses the system's name lookup
+    explicit Resolver(LookupFunction lookupFunction);
+    ~Resolver();
+    Resolver(const Resolver&) = delete;
+    Resolver& operator=(const Resolver&) = delete;
+
+    enum class Answer { Known = 0, Pending = 1, Failed = 2 };
+    // Main thread only. A dotted address is answered at once.
+    Answer lookup(const std::string& name, uint32_t& address);
+
+    // Runs on the worker thread after each finished name, e.g. to wake the
+    // main loop. Set it before the first lookup.
+    void setOnDone(std::function<void()> callback) { onDone = std::move(callback); }
+
+private:
+    enum EntryState : int { Free, Pending, Done };
+    struct Entry {
+        std::atomic<int> state{Free};  // written last by whoever fills the entry
+        uint64_t lastUsed = 0;         // main thread only
+        std::string name;
+        uint32_t address = 0;
+        bool failed = false;
+    };
+
+    void ensureWorker();
+    void workerPass();
+
+    LookupFunction lookupFunction;
+    std::function<void()> onDone;
+    std::array<Entry, kEntries> entries;
+    uint64_t useClock = 0;
+    std::atomic<bool> stopped{true};
+    std::atomic<bool> quitting{false};
+    std::thread worker;
+};
+
+}  // namespace lh::net

@@ -6,11 +6,12 @@
 #include <string>
 #include <string_view>
 
+#include "db/NodePool.h"
 #include "db/NodeValue.h"
 
 namespace lh::db {
 
-class StringValue : public NodeValue {
+class StringValue : public NodeValue, public Pooled<StringValue> {
 public:
     NodeKind kind() const override { return NodeKind::stringValue; }
 

@@ -1,7 +1,9 @@
 // A free list of equally sized blocks for the many small objects of the
 // record tree. A database of 100,000 nodes is read in one go at start-up;
 // taking nodes and values from large chunks instead of one heap call each
-// makes that several times faster. Main thread only, as the tree is.
+// saves most of the time the allocator took. Each thread has its own free lists, so
+// a document parsed off the main thread is safe too; chunks are never given
+// back, so a block may be freed on another thread than the one it came from.
 #pragma once
 
 #include <cstddef>
@@ -26,8 +28,7 @@ private:
     void grow();
 };
 
-// Gives a class operator new and delete from one pool per class. Chunks are
-// kept for the run: the tree lives as long as the program.
+// Gives a class operator new and delete from one pool per class and thread.
 // Sanitizer builds take every object from the heap, so that a node used
 // after its deletion is still caught.
 #if defined(__SANITIZE_ADDRESS__)
@@ -37,7 +38,7 @@ struct Pooled {};
 template <class T>
 struct Pooled {
     static BlockPool& pool() {
-        static BlockPool* blocks = new BlockPool(sizeof(T));
+        static thread_local BlockPool* blocks = new BlockPool(sizeof(T));
         return *blocks;
     }
     static void* operator new(size_t size) { return size == sizeof(T) ? pool().take() : ::operator new(size); }

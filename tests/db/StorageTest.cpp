@@ -194,3 +194,84 @@ TEST(Storage, StaticLoadMarksNodes) {
     EXPECT_TRUE(findNode("g.x", root)->isStatic);
     EXPECT_EQ(databaseText(root), "<root>\n</root>\n");
 }
+
+namespace {
+
+// Renumbers Module records from 00101 on and marks images as taken out.
+class FakeModule : public ModuleLoadHooks {
+public:
+    std::string_view moduleName() const override { return "Crypt"; }
+    std::string translateRecordId(std::string_view group, std::string_view id) override {
+        return std::string(group == "story" ? "001" : "002") + std::string(id.substr(3));
+    }
+    void readImage(XmlElement& element, ImageValueBase& value) override {
+        std::string entry;
+        element.attribute("IMAGE", entry);
+        value.setImagePath("campaigns\\C\\modules\\Crypt\\images\\" + entry);
+    }
+};
+
+class PackedImages : public ExportHooks {
+public:
+    void writeImage(std::string& out, const DbNode& node, int indent) override {
+        out.append(size_t(indent), '\t');
+        out += "<image name=\"" + node.name + "\" image=\"packed\" />\n";
+    }
+};
+
+struct CountingObserver : NodeObserver {
+    int changes = 0;
+    void onChanged(ChangeKind) override { ++changes; }
+    void onNodeDeleted() override {}
+};
+
+}  // namespace
+
+TEST(Storage, ModuleLoadAndExportForms) {
+    DbNode root("", nullptr);
+    DbNode* story = root.addChildQuietly("story");
+    story->addChildQuietly("00102");  // a record of the Campaign itself
+    CountingObserver observer;
+    story->addObserver(&observer);
+
+    XmlParseResult parsed = parseXmlTextChecked(
+        "<root><node name=\"story\">"
+        "<node name=\"00007\"><stringvalue name=\"name\" value=\"Gate\"/><image name=\"map\" image=\"gate.png\"/></node>"
+        "<node name=\"00009\"><intvalue name=\"n\" value=\"4\"/></node>"
+        "</node></root>",
+        "crypt.mod:db.xml");
+    ASSERT_EQ(parsed.status, XmlStatus::ok);
+    FakeModule module;
+    loadNodes(parsed.root.get(), root, false, &module);
+    DbNode* gate = findNode("story.00107", root);
+    ASSERT_NE(gate, nullptr);
+    EXPECT_EQ(gate->module.view(), "Crypt");
+    EXPECT_EQ(findNode("story.00107.name", root)->module.view(), "Crypt");
+    EXPECT_EQ(findNode("story.00107.map", root)->valueAs<ImageValueBase>()->imagePath(),
+              "campaigns\\C\\modules\\Crypt\\images\\gate.png");
+    EXPECT_NE(findNode("story.00109.n", root), nullptr);
+    EXPECT_TRUE(story->module.empty());  // existing groups keep their mark
+    EXPECT_TRUE(loadedModules().count("Crypt"));
+    EXPECT_GE(observer.changes, 2);  // told after each child element
+    story->removeObserver(&observer);
+
+    // The export form: no marks, holders or definitions, no Module nodes,
+    // images by the exporter.
+    story->category = 4;
+    story->addHolder("Ann", true);
+    story->setCategoryDefinition("Ann", "x");
+    DbNode* own = story->child("00102");
+    DbNode* pic = own->addChildQuietly("pic");
+    pic->attachValue(makeValue(NodeKind::image));
+    PackedImages exporter;
+    std::string out;
+    writeNode(out, *story, 1, &exporter);
+    EXPECT_EQ(out,
+              "\t<node name=\"story\">\n"
+              "\t\t<node name=\"00102\">\n"
+              "\t\t\t<image name=\"pic\" image=\"packed\" />\n"
+              "\t\t</node>\n"
+              "\t</node>\n");
+    EXPECT_EQ(root.removeModuleNodes("Crypt"), 0);
+    EXPECT_EQ(story->children.size(), 1u);
+}

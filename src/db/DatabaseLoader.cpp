@@ -31,11 +31,20 @@ uint32_t readUnsigned(const std::string& text) {
 
 bool isTopLevelGroup(const DbNode& node) { return node.parent && !node.parent->parent; }
 
+// A path holds at most 255 characters, so no real node stands deeper than
+// 128 levels; anything deeper in a file is dropped rather than followed
+// down a stack that a hostile file could exhaust.
+constexpr int kMaxDepth = 128;
+
 class Loader {
 public:
     Loader(bool isStatic, ModuleLoadHooks* module) : isStatic(isStatic), module(module) {}
 
     void load(XmlElement& element, DbNode& parent) {
+        if (++depth > kMaxDepth) {
+            --depth;
+            return;
+        }
         size_t count = element.childCount();
         if (count && parent.children.empty()) parent.children.reserve(count);
         for (size_t i = 0; i < count; ++i) {
@@ -65,11 +74,13 @@ public:
             }
             if (module) parent.notify(ChangeKind::children);
         }
+        --depth;
     }
 
 private:
     bool isStatic;
     ModuleLoadHooks* module;
+    int depth = 0;
     std::string tag, name, text;  // reused: one allocation for the whole read
 
     // A new child, marked as this load marks everything it makes. Null when

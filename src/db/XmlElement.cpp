@@ -60,13 +60,19 @@ void appendPiece(pugi::xml_node piece, std::string& utf8) {
     utf8.append(text);
 }
 
-void appendTextBelow(pugi::xml_node node, std::string& utf8) {
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-        if (isTextNode(child)) {
-            appendPiece(child, utf8);
-        } else if (child.type() == pugi::node_element) {
-            appendTextBelow(child, utf8);
+// Walks without recursion: a hostile document may nest deeper than the
+// stack would allow.
+void appendTextBelow(pugi::xml_node top, std::string& utf8) {
+    pugi::xml_node node = top.first_child();
+    while (node) {
+        if (isTextNode(node)) appendPiece(node, utf8);
+        if (node.type() == pugi::node_element && node.first_child()) {
+            node = node.first_child();
+            continue;
         }
+        while (node != top && !node.next_sibling()) node = node.parent();
+        if (node == top) break;
+        node = node.next_sibling();
     }
 }
 

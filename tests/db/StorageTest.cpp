@@ -275,3 +275,15 @@ TEST(Storage, ModuleLoadAndExportForms) {
     EXPECT_EQ(root.removeModuleNodes("Crypt"), 0);
     EXPECT_EQ(story->children.size(), 1u);
 }
+
+TEST(Storage, DeepFilesStopAtTheDeepestPossiblePath) {
+    std::string deep;
+    for (int i = 0; i < 100000; ++i) deep += "<node name=\"n\">";
+    for (int i = 0; i < 100000; ++i) deep += "</node>";
+    DbNode root("", nullptr);
+    loadText("<root>" + deep + "</root>", root);
+    int depth = 0;
+    for (DbNode* n = &root; !n->children.empty(); n = n->children.front().second) ++depth;
+    EXPECT_EQ(depth, 128);
+    EXPECT_EQ(findNode("n.n.n", root)->pathOf(), "n.n.n");
+}

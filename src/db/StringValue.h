@@ -18,6 +18,8 @@ public:
     // Empty or absent text leaves the value null; otherwise the text is
     // stored with its escapes undone.
     void set(std::optional<std::string_view> text);
+    void set(const char* text) { set(text ? std::optional<std::string_view>(text) : std::nullopt); }
+    void set(const std::string& text) { set(std::optional<std::string_view>(text)); }
     bool isNull() const { return value.empty(); }
     // The text, empty for null.
     const std::string& text() const { return value; }

@@ -54,10 +54,9 @@ void DbNode::tearDown(bool nested) {
 
 DbNode* DbNode::addChildQuietly(std::string_view key) {
     if (key.empty() || key.find('.') != std::string_view::npos) return nullptr;
-    auto it = children.find(std::string(key));
-    if (it != children.end()) return it->second;
+    if (DbNode* existing = children.get(key)) return existing;
     auto* node = new DbNode(key, this);
-    children.emplace(node->name, node);
+    children.insert(node->name, node);
     return node;
 }
 
@@ -76,10 +75,7 @@ int DbNode::attachValue(std::unique_ptr<NodeValue> newValue) {
     return 0;
 }
 
-DbNode* DbNode::child(std::string_view key) const {
-    auto it = children.find(std::string(key));
-    return it == children.end() ? nullptr : it->second;
-}
+DbNode* DbNode::child(std::string_view key) const { return children.get(key); }
 
 std::string DbNode::pathOf() const {
     std::vector<const DbNode*> chain;
@@ -129,7 +125,7 @@ void DbNode::setOwner(User* user) {
 
 void DbNode::addHolder(std::string_view userName, bool makeOwner) {
     SessionUser& user = knownUser(userName);
-    if (std::find(holders.begin(), holders.end(), &user) != holders.end()) {
+    if (holders.contains(&user)) {
         if (makeOwner) setOwner(&user);
         return;
     }

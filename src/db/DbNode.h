@@ -10,8 +10,11 @@
 #include <string_view>
 #include <vector>
 
+#include "db/ChildMap.h"
 #include "db/FixedText.h"
+#include "db/HolderList.h"
 #include "db/NodeObserver.h"
+#include "db/NodePool.h"
 #include "db/NodeValue.h"
 #include "db/Users.h"
 
@@ -20,7 +23,7 @@ namespace lh::db {
 // Longest path that messages and the fixed buffers of callers carry.
 constexpr size_t kMaxPathLength = 255;
 
-class DbNode {
+class DbNode : public Pooled<DbNode> {
 public:
     // Takes over the parent's owner and holders. It does not enter itself
     // into the parent's children: the caller does that (see addChild).
@@ -67,15 +70,15 @@ public:
         return dynamic_cast<T*>(value.get());
     }
 
-    std::string name;
+    std::string name;  // never changes: the parent's key is a view of it
     NodeKind kind = NodeKind::node;
     std::unique_ptr<NodeValue> value;
     FixedText<256> module;  // the Module this node came from; empty for ours
     uint32_t isStatic = 0;  // static Ruleset data: not editable, not stored
     uint32_t category = 0;
-    std::map<std::string, DbNode*> children;  // owned
+    ChildMap children;  // owned
     DbNode* parent = nullptr;
-    std::vector<SessionUser*> holders;
+    HolderList holders;
     User* owner = nullptr;
     std::map<std::string, std::string> categoryDefinitions;
     std::vector<NodeObserver*> observers;  // not owned

@@ -7,11 +7,12 @@
 #include <map>
 #include <vector>
 
+#include "db/NodePool.h"
 #include "db/NodeValue.h"
 
 namespace lh::db {
 
-class IntValue : public NodeValue {
+class IntValue : public NodeValue, public Pooled<IntValue> {
 public:
     enum class Operation : int { add = 0, subtract = 1, multiply = 2, divide = 3 };
     enum Mode : int { normal = 0, modifier = 1, readOnly = 2 };

@@ -6,17 +6,20 @@
 #include <string>
 #include <string_view>
 
+#include "db/NodePool.h"
 #include "db/NodeValue.h"
 
 namespace lh::db {
 
-class StringValue : public NodeValue {
+class StringValue : public NodeValue, public Pooled<StringValue> {
 public:
     NodeKind kind() const override { return NodeKind::stringValue; }
 
     // Empty or absent text leaves the value null; otherwise the text is
     // stored with its escapes undone.
     void set(std::optional<std::string_view> text);
+    void set(const char* text) { set(text ? std::optional<std::string_view>(text) : std::nullopt); }
+    void set(const std::string& text) { set(std::optional<std::string_view>(text)); }
     bool isNull() const { return value.empty(); }
     // The text, empty for null.
     const std::string& text() const { return value; }

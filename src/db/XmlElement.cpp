@@ -48,13 +48,31 @@ bool isTextNode(pugi::xml_node node) {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-void appendTextBelow(pugi::xml_node node, std::string& utf8) {
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-        if (isTextNode(child)) {
-            utf8.append(child.value());
-        } else if (child.type() == pugi::node_element) {
-            appendTextBelow(child, utf8);
+// A text piece as callers see it: without its outer white space, as the
+// parsers the callers were written against gave it. CDATA stays whole.
+void appendPiece(pugi::xml_node piece, std::string& utf8) {
+    std::string_view text = piece.value();
+    if (piece.type() == pugi::node_pcdata) {
+        size_t first = text.find_first_not_of(" \t\r\n");
+        if (first == std::string_view::npos) return;
+        text = text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+    }
+    utf8.append(text);
+}
+
+// Walks without recursion: a hostile document may nest deeper than the
+// stack would allow.
+void appendTextBelow(pugi::xml_node top, std::string& utf8) {
+    pugi::xml_node node = top.first_child();
+    while (node) {
+        if (isTextNode(node)) appendPiece(node, utf8);
+        if (node.type() == pugi::node_element && node.first_child()) {
+            node = node.first_child();
+            continue;
         }
+        while (node != top && !node.next_sibling()) node = node.parent();
+        if (node == top) break;
+        node = node.next_sibling();
     }
 }
 
@@ -90,8 +108,14 @@ XmlElement::~XmlElement() = default;
 
 void XmlElement::fetchChildren() {
     childrenFetched = true;
+    size_t count = 0;
+    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) ++count;
+    children.reserve(count);
     for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
-        if (child.type() == pugi::node_element || isTextNode(child)) children.push_back(child.internal_object());
+        pugi::xml_node_type type = child.type();
+        if (type == pugi::node_element || type == pugi::node_pcdata || type == pugi::node_cdata) {
+            children.push_back(child.internal_object());
+        }
     }
 }
 
@@ -144,7 +168,7 @@ std::optional<std::string> XmlElement::text() const {
     pugi::xml_node n(node);
     std::string utf8;
     if (isTextNode(n)) {
-        utf8 = n.value();
+        appendPiece(n, utf8);
     } else {
         appendTextBelow(n, utf8);
     }

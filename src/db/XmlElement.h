@@ -20,6 +20,8 @@
 #include <string_view>
 #include <vector>
 
+#include "db/NodePool.h"
+
 namespace pugi {
 struct xml_node_struct;
 }
@@ -28,7 +30,7 @@ namespace lh::db {
 
 struct XmlDocumentHolder;
 
-class XmlElement {
+class XmlElement : public Pooled<XmlElement> {
 public:
     // Limits of the fixed-buffer forms, as the callers' buffers are sized.
     static constexpr size_t maxTagName = 1024;

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <vector>
 
+#include "db/Box.h"
 #include "db/XmlDocumentHolder.h"
 #include "platform/Encoding.h"
 #include "platform/Paths.h"
@@ -18,10 +19,6 @@ namespace lh::db {
 namespace {
 
 constexpr size_t kMaxErrorText = 511;
-
-void printToStderr(const char* title, const char* text) { std::fprintf(stderr, "%s\n%s", title, text); }
-
-FatalBoxHandler fatalBox = printToStderr;
 
 char lower(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }
 
@@ -92,13 +89,14 @@ std::string utf16ToUtf8(std::string_view bytes, bool bigEndian) {
 
 // Brings any document into the UTF-8 form the parser reads in place. Line
 // breaks stay where they were, so error lines count the same.
-std::string toUtf8Buffer(std::string_view text) {
+std::string toUtf8Buffer(std::string&& bytes) {
+    std::string_view text = bytes;
     if (text.size() >= 3 && text.substr(0, 3) == "\xEF\xBB\xBF") return std::string(text.substr(3));
     if (text.size() >= 2 && text.substr(0, 2) == "\xFF\xFE") return utf16ToUtf8(text.substr(2), false);
     if (text.size() >= 2 && text.substr(0, 2) == "\xFE\xFF") return utf16ToUtf8(text.substr(2), true);
     if (isEightBitEncoding(declaredEncoding(text))) return platform::windows1252ToUtf8(text);
     // Undeclared: UTF-8, where raw 8-bit bytes pass through unchanged.
-    return std::string(text);
+    return std::move(bytes);
 }
 
 // Tag names still open at `end`, by a light scan of the text before it. Used
@@ -216,20 +214,23 @@ size_t strayContentOffset(const pugi::xml_document& document) {
     return std::string::npos;
 }
 
-XmlParseResult parseBuffer(std::string_view text, const std::string& title) {
+// Parses `utf8` in place. `original` gives the text again for locating an
+// error, as the in-place parse writes over the buffer.
+template <class Original>
+XmlParseResult parseBuffer(std::string utf8, const std::string& title, Original original) {
     XmlParseResult result;
     auto holder = std::make_shared<XmlDocumentHolder>();
-    holder->buffer = toUtf8Buffer(text);
-    unsigned options = pugi::parse_default | pugi::parse_trim_pcdata;
+    holder->buffer = std::move(utf8);
+    // Text pieces are kept whole here and trimmed when asked for (see
+    // XmlElement::text), so that markup kept verbatim keeps its blanks.
+    unsigned options = pugi::parse_default;
     pugi::xml_parse_result parsed = holder->document.load_buffer_inplace(
         holder->buffer.data(), holder->buffer.size(), options, pugi::encoding_utf8);
     pugi::xml_node root = holder->document.document_element();
-    // The in-place parse has written over the buffer: errors are located in
-    // a fresh copy of the text.
-    if (!parsed) return malformed(title, parsed.status, toUtf8Buffer(text), size_t(parsed.offset));
-    if (!root) return malformed(title, pugi::status_no_document_element, toUtf8Buffer(text), text.size());
+    if (!parsed) return malformed(title, parsed.status, original(), size_t(parsed.offset));
+    if (!root) return malformed(title, pugi::status_no_document_element, original(), std::string::npos);
     size_t stray = strayContentOffset(holder->document);
-    if (stray != std::string::npos) return malformed(title, pugi::status_bad_pcdata, toUtf8Buffer(text), stray);
+    if (stray != std::string::npos) return malformed(title, pugi::status_bad_pcdata, original(), stray);
     result.status = XmlStatus::ok;
     result.root = std::make_unique<XmlElement>(std::move(holder), root.internal_object());
     return result;
@@ -262,21 +263,36 @@ XmlParseResult parseXmlFileChecked(std::string_view path) {
         return result;
     }
     std::filesystem::path file = platform::diskPath(path);
+    std::error_code ec;
+    if (std::filesystem::is_directory(file, ec)) {
+        reportOpenFailure(EISDIR);
+        return result;
+    }
     std::ifstream in(file, std::ios::binary);
     if (!in) {
         reportOpenFailure(errno);
         return result;
     }
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) {
+    in.seekg(0, std::ios::end);
+    std::streamoff size = in.tellg();
+    in.seekg(0, std::ios::beg);
+    std::string text(size_t(size > 0 ? size : 0), '\0');
+    if (size < 0 || !in.read(text.data(), size)) {
         reportOpenFailure(errno);
         return result;
     }
-    return parseBuffer(text, file.string() + " :");
+    std::string utf8 = toUtf8Buffer(std::move(text));
+    // On an error the file is read again to locate it.
+    auto original = [&file] {
+        std::ifstream again(file, std::ios::binary);
+        return toUtf8Buffer(std::string((std::istreambuf_iterator<char>(again)), std::istreambuf_iterator<char>()));
+    };
+    return parseBuffer(std::move(utf8), file.string() + " :", original);
 }
 
 XmlParseResult parseXmlTextChecked(std::string_view text, const char* displayName) {
-    return parseBuffer(text, std::string(displayName ? displayName : "<unknown>") + " :");
+    return parseBuffer(toUtf8Buffer(std::string(text)), std::string(displayName ? displayName : "<unknown>") + " :",
+                       [text] { return toUtf8Buffer(std::string(text)); });
 }
 
 std::unique_ptr<XmlElement> parseXmlFile(std::string_view path) {
@@ -291,10 +307,10 @@ std::unique_ptr<XmlElement> parseXmlText(std::string_view text, const char* disp
     return std::move(result.root);
 }
 
-void setFatalBoxHandler(FatalBoxHandler handler) { fatalBox = handler ? handler : printToStderr; }
+void setFatalBoxHandler(FatalBoxHandler handler) { setBoxHandler(handler); }
 
 void failOnMalformedXml(const XmlParseError& error) {
-    fatalBox(error.title.c_str(), error.message().c_str());
+    showBox(error.title.c_str(), error.message().c_str());
     std::exit(-1);
 }
 

@@ -47,9 +47,9 @@ struct XmlParseResult {
 std::unique_ptr<XmlElement> parseXmlFile(std::string_view path);
 std::unique_ptr<XmlElement> parseXmlText(std::string_view text, const char* displayName);
 
-// Where the box for a malformed local document goes. The program points this
-// at the platform's message box; the default prints to stderr. The process
-// exits with -1 after the handler returns.
+// Where the box for a malformed local document goes: the same hook as every
+// box of the data layer (db/Box.h). The process exits with -1 after the
+// handler returns.
 using FatalBoxHandler = void (*)(const char* title, const char* text);
 void setFatalBoxHandler(FatalBoxHandler handler);
 

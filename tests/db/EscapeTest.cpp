@@ -42,7 +42,8 @@ TEST(Escape, DecodingLeavesStrayHashesAlone) {
     StringValue value;
     value.set("");
     EXPECT_TRUE(value.isNull());
-    value.set(std::nullopt);
+    value.set("x");
+    value.set(static_cast<const char*>(nullptr));
     EXPECT_TRUE(value.isNull());
     value.set("x#0Ay");
     EXPECT_EQ(value.text(), "x\ny");

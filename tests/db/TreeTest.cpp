@@ -121,7 +121,7 @@ TEST_F(Tree, PathsLookupsAndRecordNumbering) {
     group->addChild("Zed");
     group->addChild("abc");
     std::vector<std::string> keys;
-    for (auto& [key, node] : group->children) keys.push_back(key);
+    for (auto& [key, node] : group->children) keys.push_back(std::string(key));
     EXPECT_EQ(keys.back(), "\xE9t\xE9");
     EXPECT_LT(std::find(keys.begin(), keys.end(), "Zed"), std::find(keys.begin(), keys.end(), "abc"));
 

@@ -166,3 +166,13 @@ TEST(Xml, FilesMissingAndMalformed) {
                 "broken.xml :\n Error on line 3\\. Found \"</root>\" while expecting \"</a>\"");
     EXPECT_EXIT(parseXmlText("<a>", "net"), testing::ExitedWithCode(255), "net :");
 }
+
+TEST(Xml, DeepNestingIsNoThreatToTheStack) {
+    std::string deep;
+    for (int i = 0; i < 200000; ++i) deep += "<node name=\"n\">";
+    deep += "text";
+    for (int i = 0; i < 200000; ++i) deep += "</node>";
+    auto root = parseOk("<root>" + deep + "</root>");
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->text().value_or(""), "text");
+}

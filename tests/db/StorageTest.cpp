@@ -1,0 +1,289 @@
+// The stored form of the record tree: the exact grammar, round trips of
+// every node kind and odd bytes, and a hand-written file.
+#include <gtest/gtest.h>
+
+#include "SampleTree.h"
+#include "db/DatabaseLoader.h"
+#include "db/DatabaseWriter.h"
+#include "db/DbContext.h"
+#include "db/DbNode.h"
+#include "db/IntValue.h"
+#include "db/KeptValues.h"
+#include "db/StringValue.h"
+#include "db/TextEscape.h"
+#include "db/XmlParse.h"
+#include "support/TestSupport.h"
+
+using namespace lh::db;
+
+namespace {
+
+// Everything stored about a subtree, one line per node, for comparing trees.
+void describe(const DbNode& node, std::string& out, const std::string& indent) {
+    if (node.isStatic) return;
+    out += indent + escapeText(node.name) + " kind=" + std::to_string(int(node.kind)) +
+           " cat=" + std::to_string(node.category) + " module=" + escapeText(node.module.view());
+    if (auto* v = node.valueAs<IntValue>()) out += " int=" + std::to_string(v->base());
+    if (auto* v = node.valueAs<StringValue>()) out += v->isNull() ? " null" : " text=" + escapeText(v->text());
+    if (auto* v = node.valueAs<KeptFormattedText>()) out += " markup=" + escapeText(v->markup);
+    if (auto* v = node.valueAs<KeptImage>()) out += " paths=" + v->image.str() + "|" + v->mask.str() + "|" + v->drawing.str();
+    out += " holders=";
+    for (auto* h : node.holders) out += escapeText(h->name.view()) + ",";
+    out += " owner=" + (node.owner ? escapeText(node.owner->name.view()) : std::string("-"));
+    for (auto& [holder, def] : node.categoryDefinitions) out += " def[" + escapeText(holder) + "]=" + escapeText(def);
+    out += "\n";
+    for (auto& [key, child] : node.children) describe(*child, out, indent + " ");
+}
+
+std::string describe(const DbNode& root) {
+    std::string out;
+    describe(root, out, "");
+    return out;
+}
+
+void loadText(const std::string& text, DbNode& root) {
+    XmlParseResult parsed = parseXmlTextChecked(text, "db.xml");
+    ASSERT_EQ(parsed.status, XmlStatus::ok) << parsed.error.message();
+    EXPECT_EQ(loadNodes(parsed.root.get(), root, false), 0);
+}
+
+}  // namespace
+
+TEST(Storage, GrammarLineByLine) {
+    DbNode root("", nullptr);
+    EXPECT_EQ(databaseText(root), "<root>\n</root>\n");
+
+    DbNode* group = root.addChildQuietly("grp");
+    group->category = 3;
+    group->module.set("Mod");
+    DbNode* number = group->addChildQuietly("n");
+    number->attachValue(makeValue(NodeKind::intValue));
+    number->valueAs<IntValue>()->set(-3);
+    DbNode* text = group->addChildQuietly("t");
+    text->attachValue(makeValue(NodeKind::stringValue));
+    text->valueAs<StringValue>()->set(escapeText("a\nb\"c"));
+    DbNode* none = group->addChildQuietly("u");
+    none->attachValue(makeValue(NodeKind::stringValue));
+    group->addChildQuietly("empty");
+    group->addChildQuietly("hidden")->isStatic = 1;
+    group->addHolder("Ann", false);
+    group->addHolder("Bo", true);
+    EXPECT_EQ(databaseText(root),
+              "<root>\n"
+              "\t<node name=\"grp\" category=\"3\" module=\"Mod\">\n"
+              "\t\t<holder name=\"Ann\" />\n"
+              "\t\t<holder name=\"Bo\" owner=\"true\" />\n"
+              "\t\t<node name=\"empty\">\n"
+              "\t\t\t<holder name=\"Ann\" />\n"
+              "\t\t\t<holder name=\"Bo\" owner=\"true\" />\n"
+              "\t\t</node>\n"
+              "\t\t<intvalue name=\"n\" value=\"-3\" />\n"
+              "\t\t<stringvalue name=\"t\" value=\"a#0ab#22c\" />\n"
+              "\t\t<stringvalue name=\"u\" value=\"\" />\n"
+              "\t</node>\n"
+              "</root>\n");
+
+    DbNode other("", nullptr);
+    DbNode* rec = other.addChildQuietly("r");
+    rec->setCategoryDefinition("Ann", "x|y");
+    DbNode* notes = rec->addChildQuietly("notes");
+    notes->attachValue(makeValue(NodeKind::formattedText));
+    notes->valueAs<KeptFormattedText>()->markup = "<p>Hi</p>\n";
+    DbNode* image = rec->addChildQuietly("pic");
+    image->attachValue(makeValue(NodeKind::image));
+    image->valueAs<KeptImage>()->image.set("campaigns\\C\\images\\a.png");
+    DbNode* withChild = rec->addChildQuietly("v");
+    withChild->attachValue(makeValue(NodeKind::intValue));
+    withChild->addChildQuietly("sub");
+    EXPECT_EQ(databaseText(other),
+              "<root>\n"
+              "\t<node name=\"r\">\n"
+              "\t\t<categorydef holder=\"Ann\" definition=\"x|y\" />\n"
+              "\t\t<formattedtext name=\"notes\">\n"
+              "\t\t\t<p>Hi</p>\n"
+              "\t\t</formattedtext>\n"
+              "\t\t<image name=\"pic\" image=\"campaigns\\C\\images\\a.png\" />\n"
+              "\t\t<intvalue name=\"v\" value=\"0\">\n"
+              "\t\t\t<node name=\"sub\">\n"
+              "\t\t\t</node>\n"
+              "\t\t</intvalue>\n"
+              "\t</node>\n"
+              "</root>\n");
+}
+
+TEST(Storage, EveryKindAndOddBytesRoundTrip) {
+    DbNode original("", nullptr);
+    lh::test::buildSampleTree(original, 40);
+    lh::test::applyGeneration(original, 7);
+    std::string text = databaseText(original);
+    EXPECT_EQ(text.find("rulesetdata"), std::string::npos);
+
+    DbNode loaded("", nullptr);
+    loadText(text, loaded);
+    EXPECT_EQ(describe(loaded), describe(original));
+    EXPECT_EQ(databaseText(loaded), text);
+
+    // The key with control, quote and high bytes came back exactly.
+    std::string allBytes;
+    for (int b = 1; b < 256; ++b) allBytes.push_back(char(b));
+    DbNode* odd = loaded.child("\x01odd \"key\" <&> \xE9\xFF");
+    ASSERT_NE(odd, nullptr);
+    EXPECT_EQ(odd->module.view(), "Sunken \xC3\xA9 Temple");
+    EXPECT_EQ(odd->child("k\xE9y\t2")->valueAs<StringValue>()->text(), allBytes);
+    EXPECT_TRUE(loadedModules().count("Sunken \xC3\xA9 Temple"));
+
+    // Reading the same file again merges: nothing doubles.
+    loadText(text, loaded);
+    EXPECT_EQ(describe(loaded), describe(original));
+}
+
+TEST(Storage, HandWrittenFileReadsIntoTheExpectedTree) {
+    std::string text = lh::test::readFile(std::string(LOREHAVEN_TEST_DATA) + "/db/handwritten.xml");
+    DbNode root("", nullptr);
+    loadText(text, root);
+
+    DbNode* sheets = root.child("charsheet");
+    ASSERT_NE(sheets, nullptr);
+    EXPECT_EQ(sheets->categoryDefinitions.at("Pell"), "Heroes|Villains");
+    DbNode* record = findNode("charsheet.00001", root);
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->category, 2u);
+    EXPECT_EQ(record->owner, findKnownUser("Pell"));
+    ASSERT_EQ(record->holders.size(), 1u);
+    EXPECT_EQ(findNode("charsheet.00001.name", root)->valueAs<StringValue>()->text(), "Bj\xF6rn \"Axe\"");
+    EXPECT_EQ(findNode("charsheet.00001.level", root)->valueAs<IntValue>()->base(), -3);
+    DbNode* notes = findNode("charsheet.00001.notes", root);
+    EXPECT_EQ(notes->kind, NodeKind::formattedText);
+    EXPECT_EQ(notes->valueAs<KeptFormattedText>()->markup, "<p>Plain <b>bold</b></p>\n");
+    EXPECT_EQ(findNode("charsheet.00001.skills", root)->owner, findKnownUser("Pell"));
+
+    auto* image = findNode("image.00001.image", root)->valueAs<KeptImage>();
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->image.view(), "campaigns\\Test\\images\\map.png");
+    EXPECT_EQ(image->mask.view(), "campaigns\\Test\\maskedimages\\0000002a.png");
+    EXPECT_TRUE(image->drawing.empty());
+    EXPECT_EQ(findNode("image.00001", root)->module.view(), "Sunken Temple");
+
+    // Tags and attributes in any case; atoi-like numbers; a missing value is
+    // null; unknown tags, nameless holders and definitions without text are
+    // skipped.
+    DbNode* mixed = root.child("mixed");
+    EXPECT_EQ(mixed->child("a")->valueAs<IntValue>()->base(), 42);
+    EXPECT_TRUE(mixed->child("noValue")->valueAs<StringValue>()->isNull());
+    EXPECT_EQ(mixed->child("skipped"), nullptr);
+    EXPECT_TRUE(mixed->holders.empty());
+    EXPECT_TRUE(mixed->categoryDefinitions.empty());
+
+    // An existing node keeps its kind: a number for a text node is dropped.
+    std::string clash = "<root><node name=\"mixed\"><stringvalue name=\"a\" value=\"x\"/></node></root>";
+    loadText(clash, root);
+    EXPECT_EQ(mixed->child("a")->kind, NodeKind::intValue);
+    EXPECT_EQ(mixed->child("a")->valueAs<IntValue>()->base(), 42);
+
+    EXPECT_EQ(loadNodes(nullptr, root, false), 1);
+}
+
+TEST(Storage, StaticLoadMarksNodes) {
+    DbNode root("", nullptr);
+    XmlParseResult parsed = parseXmlTextChecked("<root><node name=\"g\"><intvalue name=\"x\" value=\"1\"/></node>"
+                                                "<stringvalue name=\"s\" value=\"v\"/></root>",
+                                                "static");
+    ASSERT_EQ(parsed.status, XmlStatus::ok);
+    loadNodes(parsed.root.get(), root, true);
+    EXPECT_TRUE(root.child("g")->isStatic);
+    EXPECT_TRUE(findNode("g.x", root)->isStatic);
+    EXPECT_EQ(databaseText(root), "<root>\n</root>\n");
+}
+
+namespace {
+
+// Renumbers Module records from 00101 on and marks images as taken out.
+class FakeModule : public ModuleLoadHooks {
+public:
+    std::string_view moduleName() const override { return "Crypt"; }
+    std::string translateRecordId(std::string_view group, std::string_view id) override {
+        return std::string(group == "story" ? "001" : "002") + std::string(id.substr(3));
+    }
+    void readImage(XmlElement& element, ImageValueBase& value) override {
+        std::string entry;
+        element.attribute("IMAGE", entry);
+        value.setImagePath("campaigns\\C\\modules\\Crypt\\images\\" + entry);
+    }
+};
+
+class PackedImages : public ExportHooks {
+public:
+    void writeImage(std::string& out, const DbNode& node, int indent) override {
+        out.append(size_t(indent), '\t');
+        out += "<image name=\"" + node.name + "\" image=\"packed\" />\n";
+    }
+};
+
+struct CountingObserver : NodeObserver {
+    int changes = 0;
+    void onChanged(ChangeKind) override { ++changes; }
+    void onNodeDeleted() override {}
+};
+
+}  // namespace
+
+TEST(Storage, ModuleLoadAndExportForms) {
+    DbNode root("", nullptr);
+    DbNode* story = root.addChildQuietly("story");
+    story->addChildQuietly("00102");  // a record of the Campaign itself
+    CountingObserver observer;
+    story->addObserver(&observer);
+
+    XmlParseResult parsed = parseXmlTextChecked(
+        "<root><node name=\"story\">"
+        "<node name=\"00007\"><stringvalue name=\"name\" value=\"Gate\"/><image name=\"map\" image=\"gate.png\"/></node>"
+        "<node name=\"00009\"><intvalue name=\"n\" value=\"4\"/></node>"
+        "</node></root>",
+        "crypt.mod:db.xml");
+    ASSERT_EQ(parsed.status, XmlStatus::ok);
+    FakeModule module;
+    loadNodes(parsed.root.get(), root, false, &module);
+    DbNode* gate = findNode("story.00107", root);
+    ASSERT_NE(gate, nullptr);
+    EXPECT_EQ(gate->module.view(), "Crypt");
+    EXPECT_EQ(findNode("story.00107.name", root)->module.view(), "Crypt");
+    EXPECT_EQ(findNode("story.00107.map", root)->valueAs<ImageValueBase>()->imagePath(),
+              "campaigns\\C\\modules\\Crypt\\images\\gate.png");
+    EXPECT_NE(findNode("story.00109.n", root), nullptr);
+    EXPECT_TRUE(story->module.empty());  // existing groups keep their mark
+    EXPECT_TRUE(loadedModules().count("Crypt"));
+    EXPECT_GE(observer.changes, 2);  // told after each child element
+    story->removeObserver(&observer);
+
+    // The export form: no marks, holders or definitions, no Module nodes,
+    // images by the exporter.
+    story->category = 4;
+    story->addHolder("Ann", true);
+    story->setCategoryDefinition("Ann", "x");
+    DbNode* own = story->child("00102");
+    DbNode* pic = own->addChildQuietly("pic");
+    pic->attachValue(makeValue(NodeKind::image));
+    PackedImages exporter;
+    std::string out;
+    writeNode(out, *story, 1, &exporter);
+    EXPECT_EQ(out,
+              "\t<node name=\"story\">\n"
+              "\t\t<node name=\"00102\">\n"
+              "\t\t\t<image name=\"pic\" image=\"packed\" />\n"
+              "\t\t</node>\n"
+              "\t</node>\n");
+    EXPECT_EQ(root.removeModuleNodes("Crypt"), 0);
+    EXPECT_EQ(story->children.size(), 1u);
+}
+
+TEST(Storage, DeepFilesStopAtTheDeepestPossiblePath) {
+    std::string deep;
+    for (int i = 0; i < 100000; ++i) deep += "<node name=\"n\">";
+    for (int i = 0; i < 100000; ++i) deep += "</node>";
+    DbNode root("", nullptr);
+    loadText("<root>" + deep + "</root>", root);
+    int depth = 0;
+    for (DbNode* n = &root; !n->children.empty(); n = n->children.front().second) ++depth;
+    EXPECT_EQ(depth, 128);
+    EXPECT_EQ(findNode("n.n.n", root)->pathOf(), "n.n.n");
+}

@@ -12,7 +12,14 @@
 #include "app/WayIn.h"
 #include "app/WindowPlacement.h"
 #include "app/WorkDir.h"
+#include "app/SystemLines.h"
+#include "db/Box.h"
+#include "db/Campaign.h"
+#include "db/DbContext.h"
+#include "db/DbNode.h"
+#include "db/Users.h"
 #include "db/XmlParse.h"
+#include "platform/Paths.h"
 #include "platform/Platform.h"
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
@@ -25,23 +32,64 @@ constexpr int kClientWidth = 1024;
 constexpr int kClientHeight = 768;
 constexpr int kKeyPrintScreen = 0x2C;
 
+// The ruleset a new Campaign gets when the command line names none.
+constexpr const char* kDefaultRuleset = "Lorehaven";
+
+bool campaignHasDatabase(const std::string& name) {
+    std::error_code ec;
+    return std::filesystem::is_regular_file(
+        platform::diskPath(platform::joinProgramPath({"campaigns", name, "db.xml"})), ec);
+}
+
+// "Load campaign" and "Create new campaign" of the host's dialog.
+net::HostOptionsServices campaignServices() {
+    net::HostOptionsServices services;
+    services.openCampaign = [](const std::string& name) { return db::openCampaign(name) == 0; };
+    services.createCampaignFolder = [](const std::string& name, const std::string& ruleset) {
+        db::campaign().name.set(name);
+        db::campaign().ruleset.set(ruleset);
+        return db::createCampaignFolder() == 0;
+    };
+    return services;
+}
+
+// A host settled by the command line: an existing Campaign opens, any other
+// name becomes a new one on the given Ruleset.
+bool openCampaignFromCommandLine(const WayIn& wayIn) {
+    const std::string& name = wayIn.campaign.name;
+    if (campaignHasDatabase(name)) return db::openCampaign(name) == 0;
+    db::campaign().name.set(name);
+    db::campaign().ruleset.set(wayIn.campaign.ruleset.empty() ? kDefaultRuleset : wayIn.campaign.ruleset);
+    return db::createCampaignFolder() == 0;
+}
+
 // The flags settle what they can; the launcher's dialogs ask for the rest.
 bool chooseWayIn(const CommandLine& cl) {
     AppState& a = app();
     if (cl.port) a.listenPort = *cl.port;
     WayIn wayIn;
-    if (!wayInFromCommandLine(cl, wayIn)) {
-        net::HostOptionsServices services;
-        if (runLauncherDialogs(wayIn, services) == 0) return false;
-    }
+    bool settled = wayInFromCommandLine(cl, wayIn);
+    if (!settled && runLauncherDialogs(wayIn, campaignServices()) == 0) return false;
     a.sessionMode = wayIn.sessionMode;
+    db::localUser().name.set(wayIn.fields.userName);
     switch (a.sessionMode) {
+    case 0:
+        db::dbContext().isHost = true;
+        if (settled && !openCampaignFromCommandLine(wayIn)) {
+            platform::messageBox("Error", "The Campaign \"" + wayIn.campaign.name + "\" cannot be used as a folder.");
+            return false;
+        }
+        db::campaign().password.set(wayIn.campaign.password);
+        db::campaign().alias.set(wayIn.campaign.alias);
+        db::localUser().identities.push_back(wayIn.fields.gamemasterName);
+        return true;
     case 1:
-        // FIXME: connecting to the host arrives with the session layer; until
-        // then a join ends as a failed connection does.
+        // FIXME: connecting to the host arrives with the login; until then a
+        // join ends as a failed connection does.
         platform::messageBox("Network Error", "Could not connect to the host. Check the address and try again.");
         return false;
     default:
+        db::campaign().ruleset.set(wayIn.localRuleset);
         return true;
     }
 }
@@ -56,9 +104,10 @@ void placeMainWindow(platform::Window& window) {
 }
 
 void contentLoad(platform::SplashWindow* splash) {
-    // Token folders, the Ruleset, the database and the characters load here
-    // as their subsystems arrive; each step moves the splash along.
+    // Token folders, the Ruleset and the characters load here as their
+    // subsystems arrive; each step moves the splash along.
     if (splash) splash->progress(0.5f);
+    if (app().sessionMode == 0) db::loadCampaignDatabase(db::rootNode());
     platform::setTimer(kTimerAutosave, kAutosaveMs);
     if (splash) splash->progress(1.0f);
 }
@@ -76,7 +125,7 @@ void onTimer(int id) {
         SetMouseIdle(true);
         break;
     case kTimerAutosave:
-        if (hooks().autosave) hooks().autosave();
+        if (db::autosaveCampaign()) postSystemLine("Campaign saved.");
         break;
     default:
         break;
@@ -204,6 +253,7 @@ int runMainLoop() {
 }
 
 void runExitPath() {
+    if (app().sessionMode == 0) db::saveCampaignOnExit();
     if (hooks().exitSave) hooks().exitSave();
 }
 
@@ -240,6 +290,7 @@ int runMain(int argc, char** argv) {
     }
     // A malformed local document ends the program through this box.
     db::setFatalBoxHandler([](const char* title, const char* text) { platform::messageBox(title, text); });
+    db::setBoxHandler([](const char* title, const char* text) { platform::messageBox(title, text); });
     if (!InitInstance(cl)) {
         platform::shutdown();
         return -1;

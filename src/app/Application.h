@@ -35,10 +35,9 @@ struct SpineHooks {
     std::function<void()> stepDice;                 // idle-time step of the dice world
     std::function<void()> pollSession;              // read and dispatch network messages
     std::function<void()> onTick;                   // tokens and light fade, every 30 ms
-    std::function<void()> autosave;                 // timer 6
     std::function<void(uint8_t)> sendIdleState;     // 0 back, 2 idle; clients with an Identity
     std::function<void(const platform::Event&)> routeInput;
-    std::function<void()> exitSave;                 // the host's save and the character save
+    std::function<void()> exitSave;                 // the character save of a player
 };
 SpineHooks& hooks();
 

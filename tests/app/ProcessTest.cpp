@@ -4,6 +4,7 @@
 #include <signal.h>
 
 #include <filesystem>
+#include <thread>
 
 #include "support/TestSupport.h"
 
@@ -56,4 +57,43 @@ TEST(Process, RunsItsLoopAndEndsOnEachQuitPath) {
     EXPECT_EQ(cancelled.wait(1500ms), -1) << cancelled.errors();
     cancelled.signal(SIGTERM);
     EXPECT_EQ(cancelled.wait(30s), 255);
+}
+
+TEST(Process, CampaignSurvivesCleanEndsAndReportsAnUncleanOne) {
+    TempDir work;
+    auto host = [&](const char* ticks) {
+        std::vector<std::string> args = {"--workdir", work.str(), "--host", "--campaign", "Saga", "--gm", "GM"};
+        if (ticks) {
+            args.push_back("--quit-after-ticks");
+            args.push_back(ticks);
+        }
+        return args;
+    };
+    std::filesystem::path folder = work.path() / "campaigns" / "Saga";
+
+    // A new Campaign, ended cleanly: its database is written and the
+    // recovery copy is gone.
+    ChildProcess first(program(), host("3"));
+    ASSERT_EQ(first.wait(60s), 0) << first.errors();
+    EXPECT_TRUE(std::filesystem::exists(folder / "db.xml"));
+    EXPECT_TRUE(std::filesystem::exists(folder / "campaign.xml"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "db.restore.xml"));
+    std::string database = lh::test::readFile(folder / "db.xml");
+
+    // Opened again and killed: the recovery copy stays behind.
+    ChildProcess crashed(program(), host(nullptr));
+    for (int i = 0; i < 600 && !std::filesystem::exists(folder / "db.restore.xml"); ++i) {
+        std::this_thread::sleep_for(50ms);
+    }
+    crashed.signal(SIGKILL);
+    crashed.wait(30s);
+    EXPECT_TRUE(std::filesystem::exists(folder / "db.restore.xml"));
+    EXPECT_EQ(lh::test::readFile(folder / "db.xml"), database);
+
+    // The next opening reports it, keeps it as the backup, and ends cleanly.
+    ChildProcess third(program(), host("3"));
+    ASSERT_EQ(third.wait(60s), 0) << third.errors();
+    EXPECT_NE(third.errors().find("Possible campaign database corruption"), std::string::npos);
+    EXPECT_TRUE(std::filesystem::exists(folder / "db.backup.xml"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "db.restore.xml"));
 }

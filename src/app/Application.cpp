@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/AppState.h"
+#include "app/SessionSetup.h"
 #include "app/Frame.h"
 #include "app/WayIn.h"
 #include "app/WindowPlacement.h"
@@ -82,14 +83,13 @@ bool chooseWayIn(const CommandLine& cl) {
         db::campaign().password.set(wayIn.campaign.password);
         db::campaign().alias.set(wayIn.campaign.alias);
         db::localUser().identities.push_back(wayIn.fields.gamemasterName);
+        startHostSession(uint16_t(a.listenPort));
         return true;
     case 1:
-        // FIXME: connecting to the host arrives with the login; until then a
-        // join ends as a failed connection does.
-        platform::messageBox("Network Error", "Could not connect to the host. Check the address and try again.");
-        return false;
+        return joinHostSession(wayIn, uint16_t(a.listenPort));
     default:
         db::campaign().ruleset.set(wayIn.localRuleset);
+        startLocalSession();
         return true;
     }
 }
@@ -221,6 +221,7 @@ bool InitInstance(const CommandLine& cl) {
     hooks().drawFrame = DrawFrame;
 
     contentLoad(splash);
+    if (a.sessionMode == 1) requestStartIdentity(cl.identityName);
 
     delete splash;
     a.mainWindow->show();
@@ -253,6 +254,7 @@ int runMainLoop() {
 }
 
 void runExitPath() {
+    if (app().connectionLost) return;
     if (app().sessionMode == 0) db::saveCampaignOnExit();
     if (hooks().exitSave) hooks().exitSave();
 }

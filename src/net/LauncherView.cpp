@@ -265,4 +265,21 @@ int ImGuiLauncherUi::runHostOptions(HostOptions& d, const HostOptionsServices& s
     });
 }
 
+bool ImGuiLauncherUi::askPassword(std::string& password) {
+    std::string typed;
+    return runDialog("Enter password", 0, [&] {
+        ImGui::TextWrapped("The session you are connecting to is password protected.");
+        ImGui::TextUnformatted("Please enter the password:");
+        if (dialogStart) ImGui::SetKeyboardFocusHere();
+        editField("##password", typed, ImGuiInputTextFlags_Password);
+        if (button("OK", ImVec2(100, 0)) || keyPressed(ImGuiKey_Enter)) {
+            password = launcherField(typed);
+            return DialogOutcome::end(1);
+        }
+        ImGui::SameLine();
+        if (button("Cancel", ImVec2(100, 0)) || keyPressed(ImGuiKey_Escape)) return DialogOutcome::end(0);
+        return DialogOutcome::stay();
+    }) == 1;
+}
+
 }  // namespace lh::net

@@ -30,6 +30,9 @@ public:
     int runSelectRuleset(SelectRuleset& dialog, std::string& ruleset) override;
     int runHostOptions(HostOptions& dialog, const HostOptionsServices& services, CampaignChoice& choice) override;
 
+    // The "Enter password" dialog of a login: true with the text on OK.
+    bool askPassword(std::string& password);
+
     // The help buttons of the main menu: "Credits", "View OGL", "Quick Tutorial".
     std::function<void(int which)> openHelp;
 

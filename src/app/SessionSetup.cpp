@@ -1,0 +1,116 @@
+// The session of this run.
+#include "app/SessionSetup.h"
+
+#include <memory>
+
+#include "app/Application.h"
+#include "app/AppState.h"
+#include "app/LauncherWindow.h"
+#include "app/SystemLines.h"
+#include "db/DbNode.h"
+#include "net/ClientLogin.h"
+#include "net/HostLogin.h"
+#include "net/LauncherView.h"
+#include "net/LoginMessages.h"
+#include "net/MainLoopHook.h"
+#include "net/MessageCatalogue.h"
+#include "net/Session.h"
+#include "platform/Platform.h"
+
+namespace lh::app {
+
+namespace {
+
+std::unique_ptr<net::Session>& current() {
+    static std::unique_ptr<net::Session> s;
+    return s;
+}
+
+net::Session& makeSession() {
+    current() = std::make_unique<net::Session>();
+    net::Session& s = *current();
+    s.setSystemLineSink([](const std::string& text) { postSystemLine(text); });
+    hooks().pollSession = [] { current()->poll(); };
+    return s;
+}
+
+// A lost host ends the client at once: the box, then exit code -1, and no
+// save of any kind runs.
+void onHostLost(const std::string&) {
+    platform::killTimer(kTimerTyping);
+    platform::killTimer(kTimerIdle);
+    platform::messageBox("Network error", net::Session::kHostLostText);
+    app().connectionLost = true;
+    platform::postQuit(-1);
+}
+
+// The login's waits: the session's sockets or a short timeout; a quit
+// (window closed, process told to stop) ends the wait for good.
+bool loginWait(int timeoutMs) {
+    platform::Event e;
+    if (!platform::waitEvent(e, timeoutMs)) return true;
+    return e.type != platform::EventType::Quit && e.type != platform::EventType::QuitRequest;
+}
+
+// The "Enter password" dialog, in the launcher's window.
+bool askPassword(std::string& password) {
+    if (platform::isHeadless()) {
+        std::fprintf(stderr, "Enter password: The session you are connecting to is password protected.\n");
+        std::fflush(stderr);
+    }
+    std::string error;
+    std::unique_ptr<LauncherWindow> window = LauncherWindow::create(error);
+    if (!window) return false;
+    net::ImGuiLauncherUi ui(*window);
+    return ui.askPassword(password);
+}
+
+}  // namespace
+
+net::Session& session() { return *current(); }
+bool hasSession() { return current() != nullptr; }
+
+void startHostSession(uint16_t port) {
+    net::Session& s = makeSession();
+    net::attachToMainLoop(s);
+    net::HostLoginHooks login;
+    login.postLine = [](const std::string& text) { postSystemLine(text); };
+    net::attachHostLogin(s, std::move(login));
+    s.openListener(port);
+}
+
+bool joinHostSession(const WayIn& wayIn, uint16_t port) {
+    net::Session& s = makeSession();
+    net::attachToMainLoop(s);
+    s.setHostLostHandler(onHostLost);
+    net::ClientLoginHooks hooks;
+    hooks.wait = loginWait;
+    hooks.askPassword = askPassword;
+    hooks.showBox = [](const std::string& title, const std::string& text) { platform::messageBox(title, text); };
+    int result = net::connectToHost(s, wayIn.fields.hostAddress, port, wayIn.fields.userName,
+                                    wayIn.campaign.password, hooks);
+    if (result != net::kLoggedIn) {
+        std::string title, text;
+        net::connectResultBox(result, title, text);
+        if (!title.empty()) platform::messageBox(title, text);
+        return false;
+    }
+    net::ClientJoinHooks join;
+    join.postLine = [](const std::string& text) { postSystemLine(text); };
+    join.identityAnswer = [](bool accepted) {
+        postSystemLine(accepted ? "Identity accepted." : "That name is in use; choose another.");
+    };
+    net::attachClientJoin(s, std::move(join));
+    // FIXME: the Ruleset's file list is fetched here, before IDLSQ, once the
+    // file exchange is in.
+    s.sendToHost(net::NetMessage(net::tags::IDLSQ));
+    return true;
+}
+
+void startLocalSession() { makeSession(); }
+
+void requestStartIdentity(const std::string& identity) {
+    if (!identity.empty() && hasSession()) net::requestIdentity(session(), identity, false);
+}
+
+}  // namespace lh::app

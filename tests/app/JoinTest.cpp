@@ -1,0 +1,245 @@
+// Host and clients as real processes on loopback: logins, the name and
+// password rules, the version check, departures and lost connections; and a
+// peer that speaks only the protocol, by hand.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/TestSupport.h"
+
+using lh::test::ChildProcess;
+using lh::test::TempDir;
+using namespace std::chrono_literals;
+
+namespace {
+
+std::string program() { return lh::test::builtProgram("lorehaven"); }
+
+bool waitForText(ChildProcess& child, const std::string& text, std::chrono::milliseconds timeout = 30s) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (child.errors().find(text) != std::string::npos) return true;
+        std::this_thread::sleep_for(20ms);
+    }
+    return false;
+}
+
+// A plain TCP peer that knows nothing but the wire format.
+struct RawPeer {
+    int fd = -1;
+    static RawPeer adopt(int socket) {
+        RawPeer p;
+        p.fd = socket;
+        return p;
+    }
+    RawPeer() = default;
+    RawPeer(RawPeer&& other) noexcept : fd(other.fd) { other.fd = -1; }
+    explicit RawPeer(uint16_t port) {
+        for (int i = 0; i < 600 && fd < 0; ++i) {
+            int s = socket(AF_INET, SOCK_STREAM, 0);
+            sockaddr_in a{};
+            a.sin_family = AF_INET;
+            a.sin_port = htons(port);
+            a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            if (connect(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0) {
+                fd = s;
+            } else {
+                close(s);
+                std::this_thread::sleep_for(50ms);
+            }
+        }
+    }
+    ~RawPeer() {
+        if (fd >= 0) close(fd);
+    }
+    void send(const char* tag, const std::string& body) {
+        std::string m(4, '\0');
+        uint32_t n = uint32_t(body.size());
+        for (int i = 0; i < 4; ++i) m[size_t(i)] = char(n >> (8 * i));
+        m.append(tag, 5);
+        m += body;
+        ASSERT_EQ(::send(fd, m.data(), m.size(), MSG_NOSIGNAL), ssize_t(m.size()));
+    }
+    bool readExact(std::string& out, size_t n) {
+        out.clear();
+        while (out.size() < n) {
+            pollfd p{fd, POLLIN, 0};
+            if (poll(&p, 1, 20000) <= 0) return false;
+            char buf[4096];
+            ssize_t got = ::recv(fd, buf, std::min(sizeof buf, n - out.size()), 0);
+            if (got <= 0) return false;
+            out.append(buf, size_t(got));
+        }
+        return true;
+    }
+    // The next message: tag and body; false when none comes.
+    bool receive(std::string& tag, std::string& body) {
+        std::string head;
+        if (!readExact(head, 9)) return false;
+        uint32_t n = 0;
+        for (int i = 0; i < 4; ++i) n |= uint32_t(uint8_t(head[size_t(i)])) << (8 * i);
+        tag = head.substr(4, 5);
+        return readExact(body, n);
+    }
+};
+
+std::string connectBody(const std::string& user, const std::string& password) {
+    return std::string(20, '\0') + user + '\0' + password + '\0';
+}
+
+std::vector<std::string> hostArgs(const TempDir& dir, uint16_t port, const char* password = nullptr) {
+    std::vector<std::string> a = {"--workdir", dir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper",
+                                  "--user", "Boss", "p" + std::to_string(port)};
+    if (password) {
+        a.push_back("--password");
+        a.push_back(password);
+    }
+    return a;
+}
+
+std::vector<std::string> clientArgs(const TempDir& dir, uint16_t port, const std::string& user,
+                                    const char* identity = nullptr) {
+    std::vector<std::string> a = {"--workdir", dir.str(), "--join", "127.0.0.1", "--user", user,
+                                  "p" + std::to_string(port)};
+    if (identity) {
+        a.push_back("--identity");
+        a.push_back(identity);
+    }
+    return a;
+}
+
+void waitUntilListening(uint16_t port) { RawPeer probe(port); }
+
+}  // namespace
+
+TEST(Join, ClientsJoinLeaveAndLoseTheirHost) {
+    TempDir h, a, b, c;
+    uint16_t port = lh::test::freeTcpPort();
+    ChildProcess host(program(), hostArgs(h, port));
+    waitUntilListening(port);
+
+    ChildProcess ann(program(), clientArgs(a, port, "Ann", "Hero"));
+    ChildProcess bo(program(), clientArgs(b, port, "Bo"));
+    ASSERT_TRUE(waitForText(host, "'Ann' connected")) << host.errors();
+    ASSERT_TRUE(waitForText(host, "'Bo' connected")) << host.errors();
+    ASSERT_TRUE(waitForText(host, "'Ann' identified as 'Hero'")) << host.errors();
+    ASSERT_TRUE(waitForText(ann, "Identity accepted.")) << ann.errors();
+    // The client made its Campaign folder from the login answer.
+    EXPECT_TRUE(std::filesystem::exists(a.path() / "campaigns/Saga/clientsession.xml"));
+
+    // A client killed outright leaves, and the host serves the others on.
+    ann.signal(SIGKILL);
+    ASSERT_TRUE(waitForText(host, "'Ann' disconnected")) << host.errors();
+    ASSERT_TRUE(waitForText(bo, "'Hero' disconnected")) << bo.errors();
+    ChildProcess cy(program(), clientArgs(c, port, "Cy"));
+    ASSERT_TRUE(waitForText(host, "'Cy' connected")) << host.errors();
+
+    // A host that goes away ends every client with the box and -1.
+    host.signal(SIGKILL);
+    EXPECT_EQ(bo.wait(30s), 255);
+    EXPECT_EQ(cy.wait(30s), 255);
+    EXPECT_NE(bo.errors().find("Network error: The connection to the host was lost. Restart to reconnect."),
+              std::string::npos)
+        << bo.errors();
+}
+
+TEST(Join, NamesPasswordsAndVersionsGetTheirResults) {
+    TempDir h, a, b, c, d;
+    uint16_t port = lh::test::freeTcpPort();
+    ChildProcess host(program(), hostArgs(h, port, "secret"));
+    waitUntilListening(port);
+
+    ChildProcess ann(program(), clientArgs(a, port, "Ann"));
+    // No password: the host asks for one; giving up is "no connection".
+    ASSERT_TRUE(waitForText(ann, "password protected")) << ann.errors();
+    ann.signal(SIGTERM);
+    EXPECT_EQ(ann.wait(30s), 255);
+    EXPECT_NE(ann.errors().find("Network Error: Could not connect to the host. Check the address and try again."),
+              std::string::npos);
+
+    std::vector<std::string> withPassword = clientArgs(b, port, "Bo");
+    withPassword.insert(withPassword.end(), {"--password", "secret"});
+    ChildProcess bo(program(), withPassword);
+    ASSERT_TRUE(waitForText(host, "'Bo' connected")) << host.errors();
+
+    // Bo's name again, and the Gamemaster's user name: both are in use.
+    std::vector<std::string> again = clientArgs(c, port, "Bo");
+    again.insert(again.end(), {"--password", "secret"});
+    ChildProcess twin(program(), again);
+    EXPECT_EQ(twin.wait(30s), 255);
+    EXPECT_NE(twin.errors().find("Error: User name already in use. You must restart and choose another user name."),
+              std::string::npos);
+    ChildProcess boss(program(), clientArgs(d, port, "Boss"));  // taken beats a wrong password
+    EXPECT_EQ(boss.wait(30s), 255);
+    EXPECT_NE(boss.errors().find("User name already in use"), std::string::npos);
+    EXPECT_TRUE(bo.running());
+}
+
+TEST(Join, AnOlderHostGetsTheVersionBox) {
+    TempDir a;
+    int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+    socklen_t len = sizeof addr;
+    getsockname(listener, reinterpret_cast<sockaddr*>(&addr), &len);
+    listen(listener, 1);
+    uint16_t port = ntohs(addr.sin_port);
+
+    ChildProcess ann(program(), clientArgs(a, port, "Ann"));
+    pollfd p{listener, POLLIN, 0};
+    ASSERT_GT(poll(&p, 1, 30000), 0);
+    RawPeer host = RawPeer::adopt(accept(listener, nullptr, nullptr));
+    std::string tag, body;
+    ASSERT_TRUE(host.receive(tag, body));
+    EXPECT_EQ(tag, "CONNQ");
+    EXPECT_EQ(body, connectBody("Ann", ""));  // the first try has an empty password
+    host.send("CONNR", std::string("\x01\x02\x00", 3) + "Saga" + '\0' + '\0' + "Core" + '\0');
+    EXPECT_EQ(ann.wait(30s), 255);
+    EXPECT_NE(ann.errors().find("Application version error: The host is running version 1.02 of the software.\n"
+                                "The local version is 1.03.\nPlease update to the latest version."),
+              std::string::npos)
+        << ann.errors();
+    EXPECT_NE(ann.errors().find("Could not connect to the host."), std::string::npos);
+    close(listener);
+}
+
+TEST(Join, APeerThatSpeaksOnlyTheProtocol) {
+    TempDir h;
+    uint16_t port = lh::test::freeTcpPort();
+    ChildProcess host(program(), hostArgs(h, port));
+    {
+        // A malformed login is dropped and that peer closed; the host goes on.
+        RawPeer garbage(port);
+        garbage.send("CONNQ", "\x01\x02");
+        std::string tag, body;
+        EXPECT_FALSE(garbage.receive(tag, body));
+    }
+    RawPeer peer(port);
+    peer.send("CONNQ", connectBody("Raw", ""));
+    std::string tag, body;
+    ASSERT_TRUE(peer.receive(tag, body));
+    EXPECT_EQ(tag, "CONNR");
+    EXPECT_EQ(body, std::string("\x01\x03\x00", 3) + "Saga" + '\0' + '\0' + "Lorehaven" + '\0');
+    peer.send("IDLSQ", "");
+    peer.send("IDENQ", std::string("Rogue") + '\0' + '\x00');
+    ASSERT_TRUE(peer.receive(tag, body));
+    EXPECT_EQ(tag, "IDENR");
+    EXPECT_EQ(body, std::string(1, '\0'));
+    ASSERT_TRUE(peer.receive(tag, body));
+    EXPECT_EQ(tag, "LGINR");
+    EXPECT_EQ(body, std::string("Rogue") + '\0' + "Raw" + '\0' + '\0');
+    EXPECT_TRUE(waitForText(host, "'Raw' identified as 'Rogue'")) << host.errors();
+    EXPECT_NE(host.errors().find("Dropped a message CONNQ"), std::string::npos) << host.errors();
+}

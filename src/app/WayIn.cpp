@@ -29,20 +29,22 @@ void openHelpPage(int which) {
     }
 }
 
+// The client's test of the address: an alias goes to the address server.
+int resolveHostAddress(std::string& address) {
+    if (net::looksLikeAddress(address)) return 0;
+    // FIXME: aliases go to the address server, which arrives later; until
+    // then an alias fails as an unreachable server does.
+    platform::messageBox("Network error", "Could not access the address server.\nCheck your internet connection.");
+    return -1;
+}
+
 net::LauncherContext launcherContext() {
     net::LauncherContext context;
     platform::ScreenSize screen = platform::primaryScreen();
     context.screenWidth = screen.width;
     context.screenHeight = screen.height;
     context.archiveRulesets = [] { return ui::archiveRulesetFolders(); };
-    context.resolveHostAddress = [](std::string& address) {
-        if (net::looksLikeAddress(address)) return 0;
-        // FIXME: aliases go to the address server, which arrives later; until
-        // then an alias fails as an unreachable server does.
-        platform::messageBox("Network error",
-                             "Could not access the address server.\nCheck your internet connection.");
-        return -1;
-    };
+    context.resolveHostAddress = resolveHostAddress;
     return context;
 }
 
@@ -64,7 +66,10 @@ bool wayInFromCommandLine(const CommandLine& cl, WayIn& w) {
         if (w.fields.userName.empty()) w.fields.userName = w.fields.gamemasterName;
         return !w.campaign.name.empty() && !w.fields.gamemasterName.empty();
     case 1:
-        return !w.fields.userName.empty() && !w.fields.hostAddress.empty();
+        // An alias that the address server cannot translate sends the user
+        // to the launcher's main menu, as the dialogs' own test does.
+        return !w.fields.userName.empty() && !w.fields.hostAddress.empty() &&
+               resolveHostAddress(w.fields.hostAddress) == 0;
     default:
         return !w.localRuleset.empty();
     }

@@ -243,3 +243,15 @@ TEST(Join, APeerThatSpeaksOnlyTheProtocol) {
     EXPECT_TRUE(waitForText(host, "'Raw' identified as 'Rogue'")) << host.errors();
     EXPECT_NE(host.errors().find("Dropped a message CONNQ"), std::string::npos) << host.errors();
 }
+
+TEST(Join, AnAliasWithoutAnAddressServerGoesBackToTheMenu) {
+    TempDir a;
+    // No dot and not "localhost": an alias, which no address server
+    // translates here; the launcher's main menu then asks again.
+    ChildProcess ann(program(), {"--workdir", a.str(), "--join", "dragonslair", "--user", "Ann"});
+    ASSERT_TRUE(waitForText(ann, "Could not access the address server.\nCheck your internet connection."))
+        << ann.errors();
+    EXPECT_TRUE(ann.running());
+    ann.signal(SIGTERM);
+    EXPECT_EQ(ann.wait(30s), 255);
+}

@@ -34,7 +34,12 @@ TEST(CrashSafety, KilledSavesLeaveAWholeDatabase) {
     for (int kill = 0; kill < kKills; ++kill) {
         lh::test::ChildProcess saver(lh::test::builtProgram("db_save_loop"),
                                      {work.str(), std::to_string(kill * 100000), std::to_string(kRecords)});
-        std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 120));
+        // Wait (bounded) until the saver is in its loop, then kill it at a
+        // random moment among its saves.
+        for (int i = 0; i < 2000 && saver.output().empty() && saver.running(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 60));
         saver.signal(SIGKILL);
         ASSERT_EQ(saver.wait(std::chrono::seconds(10)), 128 + SIGKILL) << saver.errors();
         if (!fs::exists(database)) continue;  // killed before its first save

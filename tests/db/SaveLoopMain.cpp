@@ -24,6 +24,12 @@ int main(int argc, char** argv) {
     for (int generation = first; generation < first + 100000; ++generation) {
         lh::test::applyGeneration(lh::db::rootNode(), generation);
         if (lh::db::saveCampaignDatabase() != 0) return 1;
+        if (generation == first) {
+            // Tells the test that saves are under way, so that its kill
+            // lands among them however slow the machine is.
+            std::printf("saving\n");
+            std::fflush(stdout);
+        }
     }
     return 0;
 }

@@ -9,4 +9,9 @@ namespace lh::platform {
 // "DejaVu Sans:bold"; empty when fontconfig finds nothing at all.
 std::string findFontFile(const std::string& pattern);
 
+// The file fontconfig picks for a family in a weight and slant. With
+// `exactFamily` a substitute of another family counts as no match (""), so
+// that the caller can fall back on a family of its own choice.
+std::string findFontFile(const std::string& family, bool bold, bool italic, bool exactFamily);
+
 }  // namespace lh::platform

@@ -1,7 +1,6 @@
-// fontconfig lookup and FreeType rasterisation into a glyph atlas.
+// System fonts: FreeType rasterisation into a glyph atlas.
 #include "render/FreeTypeFont.h"
 
-#include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "platform/Encoding.h"
+#include "platform/SystemFonts.h"
 #include "render/RenderContext.h"
 
 namespace lh::render {
@@ -26,43 +26,14 @@ FT_Library library() {
     return lib;
 }
 
-// The file fontconfig picks for a family, or "" when nothing matches it well.
-std::string matchFile(const std::string& family, bool bold, bool italic, bool exactFamily) {
-    if (!FcInit()) return {};
-    FcPattern* pattern = FcPatternCreate();
-    FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
-    FcPatternAddInteger(pattern, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
-    FcPatternAddInteger(pattern, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
-    FcPatternAddBool(pattern, FC_SCALABLE, FcTrue);
-    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
-    FcDefaultSubstitute(pattern);
-    FcResult result = FcResultNoMatch;
-    FcPattern* match = FcFontMatch(nullptr, pattern, &result);
-    std::string path;
-    if (match) {
-        FcChar8* file = nullptr;
-        FcChar8* got = nullptr;
-        bool familyOk = !exactFamily;
-        if (exactFamily && FcPatternGetString(match, FC_FAMILY, 0, &got) == FcResultMatch) {
-            familyOk = FcStrCmpIgnoreCase(got, reinterpret_cast<const FcChar8*>(family.c_str())) == 0;
-        }
-        if (familyOk && FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch) {
-            path = reinterpret_cast<const char*>(file);
-        }
-        FcPatternDestroy(match);
-    }
-    FcPatternDestroy(pattern);
-    return path;
-}
-
 constexpr int32_t kAtlasWidth = 512;
 
 }  // namespace
 
 std::unique_ptr<FreeTypeFont> FreeTypeFont::Open(const Options& options) {
     std::string path;
-    if (!options.face.empty()) path = matchFile(options.face, options.bold, options.italic, true);
-    if (path.empty()) path = matchFile("DejaVu Sans", options.bold, options.italic, false);
+    if (!options.face.empty()) path = platform::findFontFile(options.face, options.bold, options.italic, true);
+    if (path.empty()) path = platform::findFontFile("DejaVu Sans", options.bold, options.italic, false);
     if (path.empty()) return nullptr;
     return OpenFile(path, options);
 }

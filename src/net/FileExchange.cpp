@@ -16,8 +16,10 @@ namespace {
 constexpr size_t kMaxPathLength = 260;
 
 std::string failedLine(const std::string& path) {
-    std::string line = FileExchange::kTransferFailedText;
-    line.replace(line.find("%s"), 2, path);
+    std::string_view text = FileExchange::kTransferFailedText;
+    size_t at = text.find("%s");
+    std::string line(text.substr(0, at));
+    line.append(path).append(text.substr(at + 2));
     return line;
 }
 }  // namespace
@@ -90,7 +92,9 @@ void FileExchange::showFront() {
     const FileFetch& f = *downloads.front();
     dialog.fileName = f.localPath();
     dialog.text = f.localPath();
-    dialog.sizeText = std::to_string(f.received() / 1024) + " kb";
+    char size[32];
+    std::snprintf(size, sizeof size, "%u kb", unsigned(f.received() / 1024));
+    dialog.sizeText = size;
     dialog.fetchedBytes = finishedBytes + f.received();
 }
 

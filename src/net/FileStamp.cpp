@@ -1,6 +1,7 @@
 // File sizes and times in the announced form; see FileStamp.h.
 #include "net/FileStamp.h"
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <system_error>
@@ -30,7 +31,11 @@ bool readFileStamp(const fs::path& file, FileStamp& out) {
 }
 
 bool setFileWriteTime(const fs::path& file, FileTime time) {
-    Ticks sinceEpoch(int64_t(time.value()) - kUnixEpochAsFileTime);
+    // The disk keeps nanoseconds since 1970 in 64 bits: times before 1970
+    // or after 2262 (from a careless or hostile host) are clamped.
+    constexpr int64_t kLatest = 9000000000000000000LL / 100;
+    int64_t ticks = int64_t(std::min<uint64_t>(time.value(), uint64_t(INT64_MAX))) - kUnixEpochAsFileTime;
+    Ticks sinceEpoch(std::clamp<int64_t>(ticks, 0, kLatest));
     std::chrono::sys_time<Ticks> sys(sinceEpoch);
     std::error_code ec;
     fs::last_write_time(file, std::chrono::file_clock::from_sys(sys), ec);

@@ -132,6 +132,21 @@ TEST_F(FileExchangeTest, TheListIsFetchedWholeWithTheHostsTimesAndOnlyOnce) {
     ASSERT_TRUE(p.runDialog());
     EXPECT_EQ(p.files->view().totalBytes, 0u);
     EXPECT_EQ(p.files->view().text, "Done.");
+    // A fetch to memory, queued outside the dialog; its drive letter goes.
+    std::string got;
+    int ended = 0;
+    p.files->setEndHandler(FetchKind::TokenBitmap, [&](FileFetch& f, int result) {
+        ended = result;
+        got.assign(f.buffer().begin(), f.buffer().end());
+    });
+    p.files->enqueue(std::make_unique<FileFetch>("127.0.0.1", p.host.listenPort(), "C:\\rulesets\\R\\base.xml",
+                                                 FetchKind::TokenBitmap, FileTime{}, p.clientRoot.path()));
+    EXPECT_TRUE(lh::test::pumpUntil({&p.host, &p.client}, [&] {
+        p.files->stepDownloads();
+        return ended != 0;
+    }));
+    EXPECT_EQ(ended, 1);
+    EXPECT_EQ(got, "<root version=\"2.0\"/>");
 }
 
 TEST_F(FileExchangeTest, CopiesWithinTwoSecondsAreKeptAndOthersFetched) {
@@ -248,7 +263,9 @@ TEST_F(FileExchangeTest, TheClientWritesOnlyContentBelowItsRoot) {
     fs::create_directories(p.clientRoot.path() / "rulesets");
     fs::create_directory_symlink(outside.path(), p.clientRoot.path() / "rulesets/out");
     fs::create_directory_symlink(outside.path(), p.clientRoot.path() / "portraits");
-    std::vector<std::string> paths = {"..\\..\\etc\\passwd", "/etc/passwd", "C:\\x", "rulesets\\..\\..\\x",
+    // Beside the client's folder, under a name nobody else uses.
+    std::string escaped = p.clientRoot.path().filename().string() + "-escaped";
+    std::vector<std::string> paths = {"..\\..\\etc\\passwd", "/etc/passwd", "C:\\x", "rulesets\\..\\..\\" + escaped,
                                       "rulesets\\out\\x", "portraits\\x", "settings\\S\\db.xml",
                                       "campaigns\\C\\db.xml", "x", "rulesets\\R\\good.xml"};
     p.host.setHandler(tags::CNDBQ, [&](SessionPeer* from, const NetMessage&) {
@@ -263,7 +280,7 @@ TEST_F(FileExchangeTest, TheClientWritesOnlyContentBelowItsRoot) {
     ASSERT_TRUE(p.runDialog());
     EXPECT_EQ(readFile(p.atClient("rulesets\\R\\good.xml")), "evil");
     EXPECT_TRUE(fs::is_empty(outside.path()));
-    EXPECT_FALSE(fs::exists(p.clientRoot.path().parent_path() / "x"));
+    EXPECT_FALSE(fs::exists(p.clientRoot.path().parent_path() / escaped));
     EXPECT_FALSE(fs::exists(p.clientRoot.path() / "settings"));
     EXPECT_FALSE(fs::exists(p.clientRoot.path() / "campaigns"));
     EXPECT_FALSE(fs::exists(p.clientRoot.path() / "x"));

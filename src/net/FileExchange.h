@@ -52,7 +52,9 @@ public:
     FileExchange(const FileExchange&) = delete;
     FileExchange& operator=(const FileExchange&) = delete;
 
-    // Sends CNDBQ; stepFileList() then runs the dialog.
+    // Sends CNDBQ; stepFileList() then runs the dialog. While it runs the
+    // dialog reads the host connection itself: do not poll() the session
+    // meanwhile, or the end of the list would go to the session's handler.
     void requestFileList();
     // One round of the dialog: reads the host's answer and moves the file
     // under way. Between rounds wait on collectWatchedFds() and the

@@ -1,0 +1,132 @@
+// The content rule of the file service; see ContentPaths.h.
+#include "net/ContentPaths.h"
+
+#include <algorithm>
+#include <cctype>
+#include <initializer_list>
+#include <system_error>
+#include <vector>
+
+#include "platform/Paths.h"
+
+namespace lh::net {
+namespace fs = std::filesystem;
+namespace {
+
+std::vector<std::string> pieces(std::string_view path) {
+    std::vector<std::string> out;
+    std::string piece;
+    for (char c : path) {
+        if (c == '\\' || c == '/') {
+            if (!piece.empty()) out.push_back(std::move(piece));
+            piece.clear();
+        } else {
+            piece.push_back(c);
+        }
+    }
+    if (!piece.empty()) out.push_back(std::move(piece));
+    return out;
+}
+
+bool sameName(const std::string& a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+           });
+}
+
+bool oneOf(const std::string& name, std::initializer_list<std::string_view> names) {
+    return std::any_of(names.begin(), names.end(), [&](std::string_view n) { return sameName(name, n); });
+}
+
+// The rule on the pieces of a path. `folderOnly` accepts a folder on the
+// way to content (e.g. "campaigns\\Name"), for checking where a file lands.
+bool contentPieces(const std::vector<std::string>& p, bool folderOnly) {
+    if (p.empty()) return folderOnly;
+    for (const std::string& piece : p) {
+        if (piece.front() == '.') return false;  // ".", "..", hidden files
+    }
+    size_t n = p.size();
+    if (oneOf(p[0], {"rulesets", "tokens", "portraits"})) return folderOnly || n >= 2;
+    if (sameName(p[0], "characters")) {
+        if (n >= 3 && !sameName(p[2], "portraits")) return false;
+        return folderOnly || n >= 4;
+    }
+    if (sameName(p[0], "campaigns")) {
+        if (n >= 3 && !oneOf(p[2], {"images", "tokens", "portraits", "maskedimages", "drawings", "modules"})) {
+            return false;
+        }
+        return folderOnly || n >= 4;
+    }
+    return false;
+}
+
+// `disk` as a program path relative to `root`, or false when it lies
+// outside. Both must be canonical.
+bool relativeInside(const fs::path& root, const fs::path& disk, std::vector<std::string>& out) {
+    fs::path relative = disk.lexically_relative(root);
+    if (relative.empty()) return false;
+    out.clear();
+    for (const fs::path& part : relative) {
+        std::string s = part.string();
+        if (s == "..") return false;
+        if (s.empty() || s == ".") continue;
+        out.push_back(s);
+    }
+    return true;
+}
+
+bool safeWords(std::string_view programPath) {
+    return platform::isSafeRelativePath(programPath) && contentPieces(pieces(programPath), false);
+}
+
+}  // namespace
+
+bool isContentPath(std::string_view programPath) { return safeWords(programPath); }
+
+fs::path diskPathBelow(const fs::path& root, std::string_view programPath) {
+    std::string absolute = fs::absolute(root).generic_string();
+    absolute += '/';
+    absolute.append(programPath);
+    return platform::diskPath(absolute);
+}
+
+fs::path resolveContentFile(const fs::path& root, std::string_view programPath) {
+    if (!safeWords(programPath)) return {};
+    std::error_code ec;
+    fs::path canonicalRoot = fs::canonical(root, ec);
+    if (ec) return {};
+    fs::path file = fs::canonical(diskPathBelow(root, programPath), ec);
+    if (ec || !fs::is_regular_file(file, ec)) return {};
+    std::vector<std::string> where;
+    if (!relativeInside(canonicalRoot, file, where) || !contentPieces(where, false)) return {};
+    return file;
+}
+
+fs::path prepareContentTarget(const fs::path& root, std::string_view programPath) {
+    if (!safeWords(programPath)) return {};
+    std::error_code ec;
+    fs::path canonicalRoot = fs::canonical(root, ec);
+    if (ec) return {};
+    fs::path target = diskPathBelow(root, programPath);
+    fs::path folder = target.parent_path();
+    // The deepest folder that exists already decides where new ones go: a
+    // symlink on the way must not lead out of the content.
+    fs::path existing = folder;
+    while (!fs::exists(existing, ec)) {
+        if (!existing.has_relative_path() || existing == existing.parent_path()) return {};
+        existing = existing.parent_path();
+    }
+    std::vector<std::string> where;
+    fs::path canonicalExisting = fs::canonical(existing, ec);
+    if (ec || !relativeInside(canonicalRoot, canonicalExisting, where) || !contentPieces(where, true)) return {};
+    fs::create_directories(folder, ec);
+    if (ec) return {};
+    fs::path canonicalFolder = fs::canonical(folder, ec);
+    if (ec || !fs::is_directory(canonicalFolder, ec)) return {};
+    if (!relativeInside(canonicalRoot, canonicalFolder, where)) return {};
+    where.push_back(target.filename().string());
+    if (!contentPieces(where, false)) return {};
+    return canonicalFolder / target.filename();
+}
+
+}  // namespace lh::net

@@ -9,12 +9,16 @@
 #include "app/SystemLines.h"
 #include "db/DbNode.h"
 #include "net/ClientLogin.h"
+#include "net/FileExchange.h"
+#include "net/FileServer.h"
 #include "net/HostLogin.h"
 #include "net/LauncherView.h"
 #include "net/LoginMessages.h"
 #include "net/MainLoopHook.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
+#include "platform/FdWatcher.h"
+#include "platform/Paths.h"
 #include "platform/Platform.h"
 
 namespace lh::app {
@@ -24,6 +28,55 @@ namespace {
 std::unique_ptr<net::Session>& current() {
     static std::unique_ptr<net::Session> s;
     return s;
+}
+
+// A client's transfers: the Ruleset during the join, pictures later.
+std::unique_ptr<net::FileExchange>& files() {
+    static std::unique_ptr<net::FileExchange> f;
+    return f;
+}
+
+// The loop wakes on the session's sockets and on those of the transfers.
+void watchSessionAndFiles(std::vector<platform::WatchedFd>& fds) {
+    if (current()) current()->collectWatchedFds(fds);
+    if (files()) files()->collectWatchedFds(fds);
+}
+
+// The Ruleset's files of the host, before anything is loaded: the dialog
+// "Retrieving data..." moves the files as fast as the sockets allow and
+// draws between. False when the user cancelled (the join stops: what is on
+// disk may not be the host's Ruleset); a lost host ends as everywhere.
+bool fetchRulesetFiles(net::FileExchange& exchange) {
+    std::string error;
+    std::unique_ptr<LauncherWindow> window = LauncherWindow::create(error);
+    if (!window) return false;
+    window->idleWaitMs = 0;
+    net::ImGuiLauncherUi ui(*window);
+    exchange.requestFileList();
+    int result = ui.runProgress("Retrieving data...", [&](net::ImGuiLauncherUi::Progress& p) {
+        uint64_t until = platform::tickMs() + 30;  // a frame's worth of moving bytes
+        bool running = true;
+        do {
+            running = exchange.stepFileList();
+            if (!running) break;
+            std::vector<platform::WatchedFd> fds;
+            watchSessionAndFiles(fds);
+            uint64_t now = platform::tickMs();
+            platform::pollDescriptors(fds, -1, int(until > now ? until - now : 0));
+        } while (platform::tickMs() < until);
+        const net::FileListView& v = exchange.view();
+        p.text = v.fileName.empty() ? v.text : v.fileName;
+        p.sizeText = v.sizeText;
+        p.fraction = v.totalBytes ? float(double(v.fetchedBytes) / double(v.totalBytes)) : 0.0f;
+        if (v.hostLost) return -1;
+        return running ? 0 : 1;
+    });
+    if (result == 0) exchange.cancel();
+    if (exchange.view().hostLost || result == -1) {
+        platform::messageBox("Network error", net::Session::kHostLostText);
+        return false;
+    }
+    return result == 1 && exchange.view().done;
 }
 
 net::Session& makeSession() {
@@ -73,6 +126,7 @@ bool hasSession() { return current() != nullptr; }
 void startHostSession(uint16_t port) {
     net::Session& s = makeSession();
     net::attachToMainLoop(s);
+    net::installFileService(s, platform::workingDirectory());
     net::HostLoginHooks login;
     login.postLine = [](const std::string& text) { postSystemLine(text); };
     net::attachHostLogin(s, std::move(login));
@@ -83,12 +137,12 @@ bool joinHostSession(const WayIn& wayIn, uint16_t port) {
     net::Session& s = makeSession();
     net::attachToMainLoop(s);
     s.setHostLostHandler(onHostLost);
-    net::ClientLoginHooks hooks;
-    hooks.wait = loginWait;
-    hooks.askPassword = askPassword;
-    hooks.showBox = [](const std::string& title, const std::string& text) { platform::messageBox(title, text); };
+    net::ClientLoginHooks login;
+    login.wait = loginWait;
+    login.askPassword = askPassword;
+    login.showBox = [](const std::string& title, const std::string& text) { platform::messageBox(title, text); };
     int result = net::connectToHost(s, wayIn.fields.hostAddress, port, wayIn.fields.userName,
-                                    wayIn.campaign.password, hooks);
+                                    wayIn.campaign.password, login);
     if (result != net::kLoggedIn) {
         std::string title, text;
         net::connectResultBox(result, title, text);
@@ -101,8 +155,14 @@ bool joinHostSession(const WayIn& wayIn, uint16_t port) {
         postSystemLine(accepted ? "Identity accepted." : "That name is in use; choose another.");
     };
     net::attachClientJoin(s, std::move(join));
-    // FIXME: the Ruleset's file list is fetched here, before IDLSQ, once the
-    // file exchange is in.
+    files() = std::make_unique<net::FileExchange>(s, platform::workingDirectory());
+    files()->setSystemLineSink([](const std::string& text) { postSystemLine(text); });
+    platform::setFdProvider(watchSessionAndFiles);
+    if (!fetchRulesetFiles(*files())) return false;
+    hooks().pollSession = [] {
+        current()->poll();
+        files()->stepDownloads();
+    };
     s.sendToHost(net::NetMessage(net::tags::IDLSQ));
     return true;
 }

@@ -282,4 +282,19 @@ bool ImGuiLauncherUi::askPassword(std::string& password) {
     }) == 1;
 }
 
+int ImGuiLauncherUi::runProgress(const char* title, const std::function<int(Progress&)>& step) {
+    Progress progress;
+    return runDialog(title, 0, [&] {
+        int state = step(progress);
+        if (state != 0) return DialogOutcome::end(state);
+        std::string text = platform::windows1252ToUtf8(progress.text);
+        editField("##file", text, ImGuiInputTextFlags_ReadOnly);
+        ImGui::TextUnformatted(progress.sizeText.c_str());
+        ImGui::ProgressBar(progress.fraction, ImVec2(-1, 0));
+        ImGui::Spacing();
+        if (button("Cancel", ImVec2(100, 0)) || keyPressed(ImGuiKey_Escape)) return DialogOutcome::end(0);
+        return DialogOutcome::stay();
+    });
+}
+
 }  // namespace lh::net

@@ -33,6 +33,16 @@ public:
     // The "Enter password" dialog of a login: true with the text on OK.
     bool askPassword(std::string& password);
 
+    // A progress dialog with a Cancel button. `step` runs once a frame and
+    // may use the frame's time for work: 0 going on, 1 done, -1 failed. The
+    // result is 1 or -1 from `step`, or 0 for Cancel (or a closed window).
+    struct Progress {
+        std::string text;      // a status, or the file under way
+        std::string sizeText;  // "%u kb"
+        float fraction = 0;
+    };
+    int runProgress(const char* title, const std::function<int(Progress&)>& step);
+
     // The help buttons of the main menu: "Credits", "View OGL", "Quick Tutorial".
     std::function<void(int which)> openHelp;
 

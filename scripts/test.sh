@@ -10,10 +10,11 @@ jobs=$(nproc)
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Debug -DLOREHAVEN_SANITIZE=ON -DLOREHAVEN_WERROR=ON \
       -DLOREHAVEN_TESTS=ON -DLOREHAVEN_BENCH=ON
 cmake --build "$build" -j "$jobs"
-export SDL_VIDEODRIVER=offscreen
-ctest --test-dir "$build" --output-on-failure -j "$jobs" --timeout 600
 
-# Bounded fuzzing of the network parsers, when the fuzz targets exist.
+# Bounded fuzzing of the network parsers, with the sanitizers.
 if [ -f fuzz/CMakeLists.txt ] && command -v clang++ >/dev/null; then
   bash scripts/fuzz.sh "${LOREHAVEN_FUZZ_SECONDS:-60}"
 fi
+
+export SDL_VIDEODRIVER=offscreen
+ctest --test-dir "$build" --output-on-failure -j "$jobs" --timeout 600

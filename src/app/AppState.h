@@ -42,6 +42,7 @@ struct AppState {
     char windowTitle[100] = {};
     char windowClassName[100] = {};
     uint32_t quitAfterTicks = 0;
+    bool quitAfterFirstFrame = false;
     bool connectionLost = false;  // the host went away: no save of any kind
 };
 

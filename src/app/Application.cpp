@@ -248,6 +248,7 @@ int runMainLoop() {
         // sleep until the next event or timer instead of spinning.
         if (hooks().stepDice) hooks().stepDice();
         int drew = hooks().drawFrame ? hooks().drawFrame() : 0;
+        if (drew && app().quitAfterFirstFrame) platform::postQuit(0);
         if (drew) continue;
         if (platform::waitEvent(e, -1) && handleEvent(e, exitCode)) return exitCode;
     }
@@ -280,6 +281,7 @@ int runMain(int argc, char** argv) {
     std::snprintf(a.windowTitle, sizeof a.windowTitle, "%s", "Lorehaven");
     std::snprintf(a.windowClassName, sizeof a.windowClassName, "%s", "ZENTHAR");
     a.quitAfterTicks = cl.quitAfterTicks;
+    a.quitAfterFirstFrame = cl.quitAfterFirstFrame;
 
     std::string error;
     if (!enterWorkDirectory(cl.workDir.empty() ? std::filesystem::current_path() : std::filesystem::path(cl.workDir), error)) {

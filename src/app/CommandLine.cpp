@@ -69,6 +69,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
         } else if (a == "--join") {
             cl.sessionMode = 1;
             needValue(cl.joinAddress);
+        } else if (a == "--quit-after-first-frame") {
+            cl.quitAfterFirstFrame = true;
         } else if (a == "--quit-after-ticks") {
             std::string n;
             needValue(n);
@@ -121,6 +123,7 @@ const char* commandLineHelp() {
            "  pPORT, -pPORT, /pPORT  the TCP port of the session (default 1802)\n"
            "\n"
            "  --quit-after-ticks N   end with exit code 0 after N ticks of 30 ms (for tests)\n"
+           "  --quit-after-first-frame  end with exit code 0 once the first frame is shown\n"
            "  --help                 show this text\n"
            "  --version              show the version\n"
            "\n"

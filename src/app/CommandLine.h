@@ -21,6 +21,7 @@ struct CommandLine {
     std::string identityName;
     std::string workDir;
     uint32_t quitAfterTicks = 0;         // 0: run until told to stop
+    bool quitAfterFirstFrame = false;    // for measuring start-up
     bool showHelp = false;
     bool showVersion = false;
     std::string error;                   // set when a flag lacks its value or is unknown

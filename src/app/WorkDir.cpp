@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "platform/Paths.h"
+#include "ui/ResourceFile.h"
 
 namespace lh::app {
 
@@ -23,6 +24,12 @@ bool enterWorkDirectory(const fs::path& dir, std::string& error) {
     platform::setWorkingDirectory(fs::current_path());
     for (const char* folder : kWorkFolders) {
         fs::create_directory(platform::diskPath(folder), ec);
+    }
+    // The resource archive belongs in the working directory; a working
+    // directory without one uses the archive installed beside the program.
+    fs::path beside = platform::programDirectory() / "resource.pak";
+    if (!fs::exists(platform::diskPath("resource.pak"), ec) && fs::exists(beside, ec)) {
+        ui::ResourceFile::setArchivePath(beside.string());
     }
     // The program writes no error log of its own; an old one is only noise.
     fs::remove(platform::diskPath("errorlog.html"), ec);

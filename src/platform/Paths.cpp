@@ -75,6 +75,12 @@ fs::path diskPath(std::string_view programPath) {
     return found;
 }
 
+fs::path programDirectory() {
+    std::error_code ec;
+    fs::path exe = fs::read_symlink("/proc/self/exe", ec);
+    return ec ? fs::current_path() : exe.parent_path();
+}
+
 std::string joinProgramPath(std::initializer_list<std::string_view> pieces) {
     std::string out;
     for (std::string_view p : pieces) {

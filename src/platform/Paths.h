@@ -19,6 +19,9 @@ const std::filesystem::path& workingDirectory();
 // matches, the plain mapping is returned, ready for creating the file.
 std::filesystem::path diskPath(std::string_view programPath);
 
+// The folder that holds the running program.
+std::filesystem::path programDirectory();
+
 // Joins pieces with backslashes, as paths are kept in files and messages.
 std::string joinProgramPath(std::initializer_list<std::string_view> pieces);
 

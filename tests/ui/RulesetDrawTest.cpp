@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "RulesetFixture.h"
+#include "app/Frame.h"
 #include "db/XmlParse.h"
 #include "platform/Paths.h"
 #include "render/GlFixture.h"
@@ -120,6 +121,16 @@ TEST_F(RulesetDraw, GlyphFontPlacesGlyphsTopAtYByTheirAdvance) {
     EXPECT_TRUE(near(at(px, 26, 31), 0xFF804000u, 2));
     EXPECT_EQ(at(px, 27, 30), 0xFF000000u);
     EXPECT_EQ(at(px, 26, 32), 0xFF000000u);
+}
+
+TEST_F(RulesetDraw, TheRulesetsDesktopImageShowsInTheFrame) {
+    render::Bitmap* desktop = ruleset().desktopImage.get();
+    ASSERT_NE(desktop, nullptr);
+    app::setDesktopImage(desktop);
+    auto px = frame([](RenderContext& c) { app::drawFrameLayers(c); });
+    app::setDesktopImage(nullptr);
+    EXPECT_TRUE(near(at(px, 0, 0), 0xFF304050u, 1));
+    EXPECT_TRUE(near(at(px, kWidth - 1, kHeight - 1), 0xFF304050u, 1));
 }
 
 TEST(RulesetTiling, OnePixelPiecesOverAWholeScreenCostFewDraws) {

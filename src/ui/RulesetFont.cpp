@@ -148,6 +148,7 @@ bool RulesetFont::LoadGlyphs(const void* bytes, size_t length, uint32_t argb) {
         if (!set.present[c]) continue;
         const Glyph& g = set.glyphs[c];
         glyphs[c].present = true;
+        glyphs[c].width = g.width;
         if (g.width == 0 || g.height == 0) continue;
         if (x + g.width > kAtlasRow) {
             x = 0;
@@ -180,7 +181,7 @@ bool RulesetFont::IsLoaded() const {
 }
 
 int32_t RulesetFont::advance(unsigned char c) const {
-    return glyphs[c].present ? glyphs[c].atlas.width() - glyphOverlap : 0;
+    return glyphs[c].present ? glyphs[c].width - glyphOverlap : 0;
 }
 
 int32_t RulesetFont::LineHeight() const {
@@ -212,7 +213,7 @@ void RulesetFont::DrawText(render::RenderContext& context, int32_t x, int32_t y,
         const GlyphSlot& g = glyphs[static_cast<unsigned char>(text[i])];
         if (!g.present) continue;
         if (!g.atlas.isEmpty()) context.DrawBitmapPart(atlas, g.atlas, x, y, fontColor, clip);
-        x += g.atlas.width() - glyphOverlap;
+        x += g.width - glyphOverlap;
     }
 }
 

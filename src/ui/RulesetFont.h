@@ -59,6 +59,7 @@ public:
 private:
     struct GlyphSlot {
         render::Rect atlas;  // its pixels in the atlas; empty for a glyph of no size
+        int32_t width = 0;   // as the file gives it, even with no rows
         bool present = false;
     };
     int32_t advance(unsigned char c) const;

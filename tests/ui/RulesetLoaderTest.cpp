@@ -10,6 +10,7 @@
 #include "db/XmlParse.h"
 #include "platform/Paths.h"
 #include "render/FreeTypeFont.h"
+#include "render/RecordingRenderContext.h"
 #include "support/TestSupport.h"
 #include "ui/ResourceFile.h"
 #include "ui/RulesetData.h"
@@ -261,6 +262,40 @@ TEST_F(RulesetLoad, DefaultRulesetFromTheBuiltArchive) {
     EXPECT_NE(findFrame(ruleset().settings.chatWindow.frameName), nullptr);
     EXPECT_NE(findIcon(ruleset().settings.dieBox.secretIcon), nullptr);
     EXPECT_TRUE(rulesetFiles().empty());  // all of it is inside the archive
+}
+
+}  // namespace
+}  // namespace lh::test
+
+namespace lh::test {
+namespace {
+
+TEST(RulesetHostile, OddValuesNeitherCrashNorHang) {
+    TempDir dir;
+    platform::setWorkingDirectory(dir.path());
+    writeFile(dir.path() / "f.png", pngBytes(4, 4, std::vector<uint32_t>(16, 0xFF102030u)));
+    auto root = db::parseXmlText(
+        "<framedef name=\"odd\"><bitmap file=\"f.png\"/><topleft rect=\"-5,-5,100000,1\"/>"
+        "<top rect=\"4294967295,0,2147483647,1\"/><middle rect=\"1,1,1\"/><left rect=\"0,0,-3,2\"/>"
+        "<right rect=\"3,0,1,1\"/></framedef>",
+        "odd");
+    FrameDef frame;
+    ASSERT_TRUE(frame.Load(*root));
+    EXPECT_TRUE(frame.source(Middle).empty());  // three numbers are no rectangle
+    EXPECT_TRUE(frame.source(Left).empty());
+    render::RecordingRenderContext context;
+    context.SetClipRect({0, 0, 4096, 4096});
+    EXPECT_LT(frame.Draw(context, {-100000, -100000, 100000, 100000}, 0xFFFFFFFF, nullptr), 1000);
+    EXPECT_EQ(frame.Draw(context, {10, 10, 5, 5}, 0xFFFFFFFF, nullptr), 1);  // inverted: the corner only
+
+    // Glyph files cut anywhere keep the whole records before the cut.
+    std::string bytes = glyphFileBytes(0, {{' ', 2, 3, std::vector<uint8_t>(6, 0)}, {'A', 3, 4, std::vector<uint8_t>(12, 9)}});
+    for (size_t cut = 0; cut < bytes.size(); ++cut) {
+        RulesetFont font;
+        font.LoadGlyphs(bytes.data(), cut, 0xFFFFFFFFu);
+        int32_t width = font.MeasureText("A A", 3).width;
+        EXPECT_TRUE(width == 0 || width == 2 || width == 8) << cut;
+    }
 }
 
 }  // namespace

@@ -62,7 +62,8 @@ void FrameDef::makeTiledCopies(const PixelImage& image) {
         const Rect& s = sources[part];
         if (!(across || down) || s.empty()) continue;
         const Rect inside = intersect(s, bounds);
-        if (inside.left != s.left || inside.top != s.top || inside.right != s.right || inside.bottom != s.bottom)
+        if (inside.left != s.left || inside.top != s.top || inside.right != s.right ||
+            inside.bottom != s.bottom)
             continue;  // a piece that leaves the picture is drawn as the picture has it
         const int w = s.width(), h = s.height();
         const int nx = across && w < kSmallPiece ? (kTileTarget + w - 1) / w : 1;
@@ -72,7 +73,8 @@ void FrameDef::makeTiledCopies(const PixelImage& image) {
         std::vector<uint32_t> pixels(size_t(tw) * size_t(th));
         for (int y = 0; y < th; ++y)
             for (int x = 0; x < tw; ++x)
-                pixels[size_t(y) * tw + x] = image.pixels[size_t(s.top + y % h) * image.width + size_t(s.left + x % w)];
+                pixels[size_t(y) * tw + x] =
+                    image.pixels[size_t(s.top + y % h) * image.width + size_t(s.left + x % w)];
         auto copy = std::make_unique<render::Bitmap>();
         if (copy->LoadFromPixels(uint32_t(tw), uint32_t(th), pixels.data()))
             tiled[part] = {std::move(copy), render::Rect{0, 0, tw, th}};

@@ -119,7 +119,8 @@ void RulesetFont::openSystemFont(const std::string& filePath) {
     options.pixelSize = std::clamp(pointsToPixels(size), 1, 512);
     options.bold = fontWeight >= 600;
     options.italic = isItalic;
-    options.color = 0xFF000000u | ((fontColor & 0xFF) << 16) | (fontColor & 0xFF00) | ((fontColor >> 16) & 0xFF);
+    options.color =
+        0xFF000000u | ((fontColor & 0xFF) << 16) | (fontColor & 0xFF00) | ((fontColor >> 16) & 0xFF);
     if (!filePath.empty()) {
         ResourceFile file;
         if (openRulesetFile(filePath, file)) {
@@ -177,7 +178,8 @@ bool RulesetFont::LoadGlyphs(const void* bytes, size_t length, uint32_t argb) {
 
 bool RulesetFont::IsLoaded() const {
     if (system) return system->IsLoaded();
-    return glyphFont && std::any_of(glyphs.begin(), glyphs.end(), [](const GlyphSlot& g) { return g.present; });
+    return glyphFont &&
+           std::any_of(glyphs.begin(), glyphs.end(), [](const GlyphSlot& g) { return g.present; });
 }
 
 int32_t RulesetFont::advance(unsigned char c) const {
@@ -206,8 +208,8 @@ int32_t RulesetFont::HitTestText(const char* text, int32_t length, int32_t x, in
     return std::max(length, 0);
 }
 
-void RulesetFont::DrawText(render::RenderContext& context, int32_t x, int32_t y, const char* text, int32_t length,
-                           const render::Rect* clip) {
+void RulesetFont::DrawText(render::RenderContext& context, int32_t x, int32_t y, const char* text,
+                           int32_t length, const render::Rect* clip) {
     if (system) return system->DrawText(context, x, y, text, length, clip);
     for (int32_t i = 0; i < length && text; ++i) {
         const GlyphSlot& g = glyphs[static_cast<unsigned char>(text[i])];

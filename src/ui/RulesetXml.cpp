@@ -19,7 +19,8 @@ bool scanOne(std::string_view text, size_t& pos, int32_t& out) {
     if (pos < text.size() && (text[pos] == '-' || text[pos] == '+')) negative = text[pos++] == '-';
     uint32_t value = 0;
     size_t start = pos;
-    while (pos < text.size() && text[pos] >= '0' && text[pos] <= '9') value = value * 10u + uint32_t(text[pos++] - '0');
+    while (pos < text.size() && text[pos] >= '0' && text[pos] <= '9')
+        value = value * 10u + uint32_t(text[pos++] - '0');
     if (pos == start) return false;
     out = int32_t(negative ? 0u - value : value);
     return true;

@@ -60,7 +60,8 @@ bool WindowClass::Load(db::XmlElement& element) {
                 minTopMargin = margins.x;
                 minBottomMargin = margins.y;
             }
-            if (readText(*c, "RESIZE", text)) resizeAxis = text == "vertical" ? 1 : text == "horizontal" ? 2 : 0;
+            if (readText(*c, "RESIZE", text))
+                resizeAxis = text == "vertical" ? 1 : text == "horizontal" ? 2 : 0;
             if (readText(*c, "CONTROL", text)) hostSized = text == "host";
         } else if (tag == "SHEETDATA") {
             sheetData = std::move(c);

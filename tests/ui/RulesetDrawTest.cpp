@@ -100,7 +100,8 @@ TEST_F(RulesetDraw, GlyphFontPlacesGlyphsTopAtYByTheirAdvance) {
     // A: 3 x 4, all but the bottom row opaque; its file stores rows bottom-up.
     std::vector<uint8_t> a(12, 255);
     for (int x = 0; x < 3; ++x) a[size_t(9 + x)] = 0;
-    std::string bytes = glyphFileBytes(1, {{' ', 2, 5, std::vector<uint8_t>(10, 0)}, {'A', 3, 4, a},
+    std::string bytes = glyphFileBytes(1, {{' ', 2, 5, std::vector<uint8_t>(10, 0)},
+                                           {'A', 3, 4, a},
                                            {0xC9, 2, 2, std::vector<uint8_t>(4, 128)}});
     RulesetFont font;
     ASSERT_TRUE(font.LoadGlyphs(bytes.data(), bytes.size(), 0xFFFF8000u));

@@ -126,15 +126,18 @@ RulesetFileList testRulesetFiles() {
     }
     // Six parts of two pixels each way; every pixel its own colour.
     std::vector<uint32_t> frame(36);
-    for (int i = 0; i < 36; ++i) frame[size_t(i)] = 0xFF000000u | uint32_t(i * 7) << 16 | uint32_t(255 - i * 5) << 8 | uint32_t(i * 3);
+    for (int i = 0; i < 36; ++i)
+        frame[size_t(i)] = 0xFF000000u | uint32_t(i * 7) << 16 | uint32_t(255 - i * 5) << 8 | uint32_t(i * 3);
     files.push_back({"rulesets/Test/graphics/frame.png", pngBytes(6, 6, frame)});
     files.push_back({"rulesets/Test/graphics/d6.png", solidPng(5, 4, 0xFF20C040)});
     files.push_back({"rulesets/Test/graphics/unnamed.png", solidPng(1, 1, 0xFF000000)});
     files.push_back({"rulesets/Test/graphics/first.png", solidPng(2, 2, 0xFFFFFFFF)});
     files.push_back({"rulesets/Test/graphics/desktop.png", solidPng(8, 3, 0xFF304050)});
     std::vector<uint8_t> block(12, 255);
-    files.push_back({"rulesets/Test/fonts/body.gly",
-                     glyphFileBytes(1, {{' ', 2, 5, std::vector<uint8_t>(10, 0)}, {'A', 3, 4, block}, {0xE9, 2, 4, std::vector<uint8_t>(8, 200)}})});
+    files.push_back(
+        {"rulesets/Test/fonts/body.gly", glyphFileBytes(1, {{' ', 2, 5, std::vector<uint8_t>(10, 0)},
+                                                            {'A', 3, 4, block},
+                                                            {0xE9, 2, 4, std::vector<uint8_t>(8, 200)}})});
     return files;
 }
 
@@ -156,16 +159,19 @@ std::string summarizeRuleset() {
     for (const auto& [name, f] : d.fonts)
         out << "font " << name << " " << f->isGlyphFont() << " " << std::hex << f->color() << std::dec << " "
             << f->LineHeight() << " " << f->MeasureText("A\xE9 ", 3).width << "\n";
-    for (const auto& [name, b] : d.icons) out << "icon " << name << " " << b->GetWidth() << "x" << b->GetHeight() << "\n";
+    for (const auto& [name, b] : d.icons)
+        out << "icon " << name << " " << b->GetWidth() << "x" << b->GetHeight() << "\n";
     for (const auto& [name, c] : d.windowClasses)
-        out << "class " << name << " " << c->frameName << " " << (c->sheetData ? c->sheetData->childCount() : 0) << "\n";
+        out << "class " << name << " " << c->frameName << " "
+            << (c->sheetData ? c->sheetData->childCount() : 0) << "\n";
     for (const auto& [name, die] : d.dieTypes) {
         out << "die " << name << " " << die->homeX << "," << die->homeY;
         for (const auto& v : die->values) out << " " << v;
         out << "\n";
     }
     for (const auto& name : d.exportNames) out << "export " << name << "\n";
-    if (d.desktopImage) out << "desktop " << d.desktopImage->GetWidth() << "x" << d.desktopImage->GetHeight() << "\n";
+    if (d.desktopImage)
+        out << "desktop " << d.desktopImage->GetWidth() << "x" << d.desktopImage->GetHeight() << "\n";
     return out.str();
 }
 

@@ -62,9 +62,13 @@ TEST_F(RulesetLoad, FolderFillsTheMapsInDocumentOrder) {
     EXPECT_TRUE(body->isGlyphFont());
     EXPECT_EQ(body->color(), 0xFFFF8000u);
     EXPECT_EQ(body->LineHeight(), 5);
-    EXPECT_EQ(body->MeasureText("AA", 2).width, 4);          // (3 - 1) each
-    EXPECT_EQ(body->MeasureText("A\x01" "A", 3).width, 4);  // no glyph, no width
-    EXPECT_EQ(body->MeasureText("\xE9", 1).width, 1);       // Windows-1252 e acute
+    EXPECT_EQ(body->MeasureText("AA", 2).width, 4);  // (3 - 1) each
+    EXPECT_EQ(body->MeasureText("A\x01"
+                                "A",
+                                3)
+                  .width,
+              4);                                      // no glyph, no width
+    EXPECT_EQ(body->MeasureText("\xE9", 1).width, 1);  // Windows-1252 e acute
     int32_t extent = -1;
     EXPECT_EQ(body->HitTestText("AAA", 3, 3, extent), 1);
     EXPECT_EQ(extent, 2);
@@ -97,7 +101,7 @@ TEST_F(RulesetLoad, FolderFillsTheMapsInDocumentOrder) {
     EXPECT_EQ(sheet->dataSource, "charsheet");
     EXPECT_TRUE(sheet->sharable && !sheet->allowTokens && sheet->canMinimize);
     EXPECT_EQ(sheet->minimizedIcon, nullptr);  // looked up as the class is read: d6 comes later
-    EXPECT_EQ(sheet->minWidth, 50);  // drops to the default width
+    EXPECT_EQ(sheet->minWidth, 50);            // drops to the default width
     EXPECT_EQ(sheet->minHeight, 120);
     EXPECT_EQ(sheet->maxWidth, 1025);
     EXPECT_TRUE(sheet->dynamic && sheet->hostSized);
@@ -205,8 +209,10 @@ TEST_F(RulesetLoad, LocalModeIgnoresTheHotkeyBarAndNullDocumentsDoNothing) {
     EXPECT_EQ(LoadRulesetFile(nullptr, 0), 1);
 
     auto doc = db::parseXmlText(
-        "<r><DIEBOX><frame name=\"f\"/><margin value=\"6\" numbertailmargin=\"4\"/><secreticon name=\"s\"/></DIEBOX>"
-        "<modcollector><base name=\"b\" focus=\"f\" position=\"3,4\"/><counters icon=\"c\" offset=\"1,2\" spacing=\"9\" "
+        "<r><DIEBOX><frame name=\"f\"/><margin value=\"6\" numbertailmargin=\"4\"/><secreticon "
+        "name=\"s\"/></DIEBOX>"
+        "<modcollector><base name=\"b\" focus=\"f\" position=\"3,4\"/><counters icon=\"c\" offset=\"1,2\" "
+        "spacing=\"9\" "
         "limit=\"5\"/></modcollector><font name=\"x\"><glyfile name=\"missing.gly\"/></font></r>",
         "inline");
     EXPECT_EQ(LoadRulesetFile(std::move(doc), 0), 0);
@@ -289,7 +295,8 @@ TEST(RulesetHostile, OddValuesNeitherCrashNorHang) {
     EXPECT_EQ(frame.Draw(context, {10, 10, 5, 5}, 0xFFFFFFFF, nullptr), 1);  // inverted: the corner only
 
     // Glyph files cut anywhere keep the whole records before the cut.
-    std::string bytes = glyphFileBytes(0, {{' ', 2, 3, std::vector<uint8_t>(6, 0)}, {'A', 3, 4, std::vector<uint8_t>(12, 9)}});
+    std::string bytes = glyphFileBytes(
+        0, {{' ', 2, 3, std::vector<uint8_t>(6, 0)}, {'A', 3, 4, std::vector<uint8_t>(12, 9)}});
     for (size_t cut = 0; cut < bytes.size(); ++cut) {
         RulesetFont font;
         font.LoadGlyphs(bytes.data(), cut, 0xFFFFFFFFu);

@@ -124,6 +124,29 @@ TEST_F(RulesetDraw, GlyphFontPlacesGlyphsTopAtYByTheirAdvance) {
     EXPECT_EQ(at(px, 26, 32), 0xFF000000u);
 }
 
+TEST_F(RulesetDraw, FontWithoutGlyphFileDrawsThroughTheSystemFontInItsColour) {
+    RulesetFont* font = findFont("system");
+    ASSERT_NE(font, nullptr);
+    const int32_t height = font->LineHeight();
+    const int32_t width = font->MeasureText("H\xE9\x80", 3).width;
+    auto px = frame([&](RenderContext& c) {
+        c.DrawRect(0, 60, kWidth, kHeight, 0xFFFFFF, true);
+        c.SetFont(font);
+        c.DrawText(10, 70, "H\xE9\x80", 3);
+    });
+    int inked = 0, outside = 0;
+    for (int y = 60; y < kHeight; ++y)
+        for (int x = 0; x < kWidth; ++x) {
+            if (at(px, x, y) == 0xFFFFFFFFu) continue;
+            // Two pixels of slack for the italic slant.
+            bool inside = x >= 8 && x < 12 + width && y >= 70 && y < 70 + height;
+            (inside ? inked : outside)++;
+            if (inside && near(at(px, x, y), 0xFF102030u, 4)) inked += 1000;  // full coverage in the colour
+        }
+    EXPECT_GT(inked, 1000);
+    EXPECT_EQ(outside, 0);
+}
+
 TEST_F(RulesetDraw, TheRulesetsDesktopImageShowsInTheFrame) {
     render::Bitmap* desktop = ruleset().desktopImage.get();
     ASSERT_NE(desktop, nullptr);

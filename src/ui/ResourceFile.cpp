@@ -5,7 +5,9 @@
 
 #include <cctype>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
+#include <unordered_map>
 
 #include "platform/Paths.h"
 
@@ -48,6 +50,76 @@ bool isDirectChildFolder(const std::string& prefix, const std::string& entry) {
     if (!rest.empty() && (rest.back() == '/' || rest.back() == '\\')) rest.pop_back();
     if (rest.empty()) return false;
     return rest.find_first_of("/\\") == std::string::npos;
+}
+
+// One open handle for single reads, kept while the archive on disk stays the
+// same file: a Ruleset load reads dozens of entries and asks of as many more
+// whether the archive holds them, and opening means reading the whole
+// central directory each time. Main thread only, as all resource reading is.
+class SharedArchive {
+public:
+    ~SharedArchive() { close(); }
+    unzFile get() {
+        namespace fs = std::filesystem;
+        std::string disk = platform::diskPath(archiveLocation()).string();
+        std::error_code error;
+        uintmax_t size = fs::file_size(disk, error);
+        fs::file_time_type time = error ? fs::file_time_type{} : fs::last_write_time(disk, error);
+        if (error) {
+            close();
+            return nullptr;
+        }
+        if (zip && disk == path && size == fileSize && time == fileTime) return zip;
+        close();
+        zip = unzOpen64(disk.c_str());
+        path = disk;
+        fileSize = size;
+        fileTime = time;
+        buildIndex();
+        return zip;
+    }
+
+    // Stands the archive on the entry of that name (ASCII case aside, either
+    // slash): one header read instead of a walk over the whole directory.
+    // Null when the archive or the entry is not there.
+    unzFile locate(const std::string& name) {
+        if (!get()) return nullptr;
+        auto it = index.find(indexKey(name));
+        return it != index.end() && unzGoToFilePos64(zip, &it->second) == UNZ_OK ? zip : nullptr;
+    }
+
+private:
+    static std::string indexKey(const std::string& name) {
+        std::string key = name;
+        for (char& c : key) c = c == '\\' ? '/' : char(std::toupper(static_cast<unsigned char>(c)));
+        return key;
+    }
+    void buildIndex() {
+        index.clear();
+        if (!zip) return;
+        for (int more = unzGoToFirstFile(zip); more == UNZ_OK; more = unzGoToNextFile(zip)) {
+            std::string name;
+            uint64_t size = 0;
+            unz64_file_pos where;
+            if (!currentEntry(zip, name, size) || unzGetFilePos64(zip, &where) != UNZ_OK) continue;
+            index.emplace(indexKey(name), where);  // the first of equal names wins, as a walk finds it
+        }
+    }
+    void close() {
+        if (zip) unzClose(zip);
+        zip = nullptr;
+        index.clear();
+    }
+    unzFile zip = nullptr;
+    std::unordered_map<std::string, unz64_file_pos> index;
+    std::string path;
+    uintmax_t fileSize = 0;
+    std::filesystem::file_time_type fileTime{};
+};
+
+SharedArchive& sharedArchive() {
+    static SharedArchive archive;
+    return archive;
 }
 
 }  // namespace
@@ -111,10 +183,8 @@ bool ResourceFile::readCurrentEntry(void* handle) {
 bool ResourceFile::Open(const std::string& path) {
     Release();
     std::string zipName = toZipName(path);
-    if (unzFile zip = openArchive()) {
-        bool found = unzLocateFile(zip, zipName.c_str(), 2) == UNZ_OK && readCurrentEntry(zip);
-        unzClose(zip);
-        if (found) {
+    if (unzFile zip = sharedArchive().locate(zipName)) {
+        if (readCurrentEntry(zip)) {
             fileName = path;
             return true;
         }
@@ -135,12 +205,7 @@ bool ResourceFile::Open(const std::string& path) {
 }
 
 bool ResourceFile::Exists(const std::string& path) {
-    unzFile zip = openArchive();
-    if (!zip) return false;
-    std::string zipName = toZipName(path);
-    bool found = unzLocateFile(zip, zipName.c_str(), 2) == UNZ_OK;
-    unzClose(zip);
-    return found;
+    return sharedArchive().locate(toZipName(path)) != nullptr;
 }
 
 bool ResourceFile::FirstFile(const std::string& wanted) {

@@ -105,3 +105,18 @@ TEST(ResourceFile, DamagedOrMissingArchiveFindsNothing) {
         }
     }
 }
+
+TEST(ResourceFile, ReplacedOrRemovedArchiveIsReadAnew) {
+    ArchiveSandbox box;
+    ResourceFile r;
+    ASSERT_TRUE(r.Open("rulesets\\abc\\BASE.XML"));
+    EXPECT_TRUE(ResourceFile::Exists("data/tokens/b.png"));
+    // Another archive under the same name: the kept handle must not answer.
+    lh::test::writeZip((box.dir.path() / "resource.pak").string(), {{"rulesets/ABC/base.xml", "<root>second one</root>"}});
+    ASSERT_TRUE(r.Open("rulesets\\abc\\base.xml"));
+    EXPECT_STREQ(r.data(), "<root>second one</root>");
+    EXPECT_FALSE(ResourceFile::Exists("data/tokens/b.png"));
+    std::filesystem::remove(box.dir.path() / "resource.pak");
+    EXPECT_FALSE(ResourceFile::Exists("rulesets/ABC/base.xml"));
+    EXPECT_FALSE(r.Open("rulesets\\abc\\base.xml"));
+}

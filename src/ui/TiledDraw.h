@@ -1,0 +1,24 @@
+// Repeats a part of a bitmap over a target rectangle: the one place where
+// frames tile. Today each tile is its own bitmap-part draw, and only the
+// tiles that meet the clip are drawn; when the renderer offers one quad with
+// wrapping texture coordinates, this function becomes that single call.
+#pragma once
+
+#include <cstdint>
+
+#include "render/Rect.h"
+
+namespace lh::render {
+class Bitmap;
+class RenderContext;
+}  // namespace lh::render
+
+namespace lh::ui {
+
+// `source` repeated from the top-left corner of `target` over all of it, cut
+// at its right and bottom edges and at `clip` (may be null) and the
+// context's clip rectangle, multiplied by `argb`. Returns the draw calls made.
+int drawTiled(render::RenderContext& context, render::Bitmap& bitmap, const render::Rect& source,
+              const render::Rect& target, uint32_t argb, const render::Rect* clip);
+
+}  // namespace lh::ui

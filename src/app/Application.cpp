@@ -17,6 +17,7 @@
 #include "db/Box.h"
 #include "db/Campaign.h"
 #include "db/DbContext.h"
+#include "db/DatabaseLoader.h"
 #include "db/DbNode.h"
 #include "db/Users.h"
 #include "db/XmlParse.h"
@@ -24,6 +25,8 @@
 #include "platform/Platform.h"
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
+#include "ui/RulesetFiles.h"
+#include "ui/RulesetLoader.h"
 
 namespace lh::app {
 
@@ -104,9 +107,15 @@ void placeMainWindow(platform::Window& window) {
 }
 
 void contentLoad(platform::SplashWindow* splash) {
-    // Token folders, the Ruleset and the characters load here as their
-    // subsystems arrive; each step moves the splash along.
-    if (splash) splash->progress(0.5f);
+    // Token folders and the characters load here as their subsystems
+    // arrive; each step moves the splash along.
+    if (splash) splash->progress(0.4f);
+    // The Ruleset's static records go under the root, marked static; its
+    // files outside the archive are what the host offers its clients.
+    ui::setStaticDataLoader([](db::XmlElement& root) { db::loadNodes(&root, db::rootNode(), true); });
+    ui::setRulesetFileSink([](std::string_view path) { db::addRulesetFile(path); });
+    setDesktopImage(ui::LoadRuleset(db::campaign().ruleset.view(), app().sessionMode));
+    if (splash) splash->progress(0.7f);
     if (app().sessionMode == 0) db::loadCampaignDatabase(db::rootNode());
     platform::setTimer(kTimerAutosave, kAutosaveMs);
     if (splash) splash->progress(1.0f);

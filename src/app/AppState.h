@@ -43,6 +43,7 @@ struct AppState {
     char windowClassName[100] = {};
     uint32_t quitAfterTicks = 0;
     bool quitAfterFirstFrame = false;
+    uint32_t screenshotAtTick = 0;
     bool connectionLost = false;  // the host went away: no save of any kind
 };
 

@@ -128,6 +128,7 @@ void onTimer(int id) {
         ++a.tickCount;
         if (hooks().pollSession) hooks().pollSession();
         if (hooks().onTick) hooks().onTick();
+        if (a.screenshotAtTick && a.tickCount == a.screenshotAtTick) SaveScreenshot();
         if (a.quitAfterTicks && a.tickCount >= a.quitAfterTicks) platform::postQuit(0);
         break;
     case kTimerIdle:
@@ -291,6 +292,7 @@ int runMain(int argc, char** argv) {
     std::snprintf(a.windowClassName, sizeof a.windowClassName, "%s", "ZENTHAR");
     a.quitAfterTicks = cl.quitAfterTicks;
     a.quitAfterFirstFrame = cl.quitAfterFirstFrame;
+    a.screenshotAtTick = cl.screenshotAtTick;
 
     std::string error;
     if (!enterWorkDirectory(cl.workDir.empty() ? std::filesystem::current_path() : std::filesystem::path(cl.workDir), error)) {

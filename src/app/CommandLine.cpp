@@ -71,15 +71,15 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
             needValue(cl.joinAddress);
         } else if (a == "--quit-after-first-frame") {
             cl.quitAfterFirstFrame = true;
-        } else if (a == "--quit-after-ticks") {
+        } else if (a == "--quit-after-ticks" || a == "--screenshot-at-tick") {
             std::string n;
             needValue(n);
             char* end = nullptr;
             unsigned long v = std::strtoul(n.c_str(), &end, 10);
             if (n.empty() || *end != 0 || v == 0 || v > 0xFFFFFFFFul) {
-                if (cl.error.empty()) cl.error = "--quit-after-ticks needs a positive number";
+                if (cl.error.empty()) cl.error = a + " needs a positive number";
             } else {
-                cl.quitAfterTicks = uint32_t(v);
+                (a == "--quit-after-ticks" ? cl.quitAfterTicks : cl.screenshotAtTick) = uint32_t(v);
             }
         } else {
             bool matched = false;
@@ -124,6 +124,7 @@ const char* commandLineHelp() {
            "\n"
            "  --quit-after-ticks N   end with exit code 0 after N ticks of 30 ms (for tests)\n"
            "  --quit-after-first-frame  end with exit code 0 once the first frame is shown\n"
+           "  --screenshot-at-tick N take a screenshot at tick N, as Print Screen does\n"
            "  --help                 show this text\n"
            "  --version              show the version\n"
            "\n"

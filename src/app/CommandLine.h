@@ -22,6 +22,7 @@ struct CommandLine {
     std::string workDir;
     uint32_t quitAfterTicks = 0;         // 0: run until told to stop
     bool quitAfterFirstFrame = false;    // for measuring start-up
+    uint32_t screenshotAtTick = 0;       // as Print Screen, at that tick
     bool showHelp = false;
     bool showVersion = false;
     std::string error;                   // set when a flag lacks its value or is unknown

@@ -63,6 +63,16 @@ void SplashWindow::progress(float fraction) {
 }
 
 void SplashWindow::paint(float fraction) {
+    // A window surface may be backed by a GL renderer of SDL's own, which
+    // makes its context current; the main window's context must be current
+    // again afterwards, or textures made next would land in the wrong one.
+    SDL_Window* glWindow = SDL_GL_GetCurrentWindow();
+    SDL_GLContext glContext = SDL_GL_GetCurrentContext();
+    paintSurface(fraction);
+    if (glWindow && glContext) SDL_GL_MakeCurrent(glWindow, glContext);
+}
+
+void SplashWindow::paintSurface(float fraction) {
     SDL_Surface* s = SDL_GetWindowSurface(sdl(handle));
     if (!s) return;
     // A plain banner: dark field, a gold rule and a progress bar along the foot.

@@ -49,6 +49,7 @@ public:
 private:
     explicit SplashWindow(void* h) : handle(h) {}
     void paint(float fraction);
+    void paintSurface(float fraction);
     void* handle;
 };
 

@@ -41,6 +41,25 @@ void main() {
 }
 )";
 
+// A part of a texture repeated: vAux counts texels from the corner of the
+// pattern, and wraps inside the source rectangle, which is part of a larger
+// picture (so the texture's own repeat cannot do it).
+const char* kTiledShader = R"(#version 330 core
+uniform sampler2D uTexture;
+uniform vec4 uSource;
+in vec2 vAux;
+in vec4 vColor;
+out vec4 fragColor;
+void main() {
+    ivec2 t = ivec2(uSource.xy + mod(floor(vAux), uSource.zw));
+    // A source that reaches past the picture shows nothing there.
+    if (any(lessThan(t, ivec2(0))) || any(greaterThanEqual(t, textureSize(uTexture, 0)))) discard;
+    vec4 c = texelFetch(uTexture, t, 0) * vColor;
+    if (c.a == 0.0) discard;
+    fragColor = c;
+}
+)";
+
 // vAux.x is the distance from the centre line, vAux.y half the width: the
 // coverage falls from 1 to 0 over the last pixel.
 const char* kLineShader = R"(#version 330 core
@@ -115,10 +134,15 @@ bool Pipeline2D::create(std::string& error) {
     spriteProgram = link(kVertexShader, kSpriteShader, error);
     if (!spriteProgram) return false;
     lineProgram = link(kVertexShader, kLineShader, error);
-    if (!lineProgram) {
+    tiledProgram = lineProgram ? link(kVertexShader, kTiledShader, error) : 0;
+    if (!lineProgram || !tiledProgram) {
         release(false);
         return false;
     }
+    tiledProjection = glGetUniformLocation(tiledProgram, "uProjection");
+    tiledSourceLocation = glGetUniformLocation(tiledProgram, "uSource");
+    glUseProgram(tiledProgram);
+    glUniform1i(glGetUniformLocation(tiledProgram, "uTexture"), 0);
     spriteProjection = glGetUniformLocation(spriteProgram, "uProjection");
     spriteTexture = glGetUniformLocation(spriteProgram, "uTexture");
     lineProjection = glGetUniformLocation(lineProgram, "uProjection");
@@ -148,10 +172,11 @@ void Pipeline2D::release(bool contextGone) {
     if (!contextGone) {
         if (spriteProgram) glDeleteProgram(spriteProgram);
         if (lineProgram) glDeleteProgram(lineProgram);
+        if (tiledProgram) glDeleteProgram(tiledProgram);
         if (vbo) glDeleteBuffers(1, &vbo);
         if (vao) glDeleteVertexArrays(1, &vao);
     }
-    spriteProgram = lineProgram = vao = vbo = 0;
+    spriteProgram = lineProgram = tiledProgram = vao = vbo = 0;
     batch.clear();
     mode = Mode::None;
     boundTexture = 0;
@@ -175,7 +200,7 @@ void Pipeline2D::begin2D() {
 }
 
 void Pipeline2D::use(Mode m, unsigned texture) {
-    if (m == mode && (m != Mode::Sprite || texture == boundTexture)) return;
+    if (m == mode && (m == Mode::Line || texture == boundTexture)) return;
     flush();
     mode = m;
     boundTexture = texture;
@@ -197,6 +222,18 @@ void Pipeline2D::addSprite(unsigned texture, float x0, float y0, float x1, float
     use(Mode::Sprite, texture);
     uint32_t c = packColor(argb);
     quad({x0, y0, u0, v0, c}, {x1, y0, u1, v0, c}, {x1, y1, u1, v1, c}, {x0, y1, u0, v1, c});
+}
+
+void Pipeline2D::addTiledSprite(unsigned texture, float x0, float y0, float x1, float y1, float offsetX,
+                                float offsetY, const float source[4], uint32_t argb) {
+    if (!isReady() || !texture || source[2] <= 0 || source[3] <= 0) return;
+    use(Mode::Tiled, texture);
+    // One source rectangle per batch: it is a uniform.
+    if (!batch.empty() && std::memcmp(source, tiledSource, sizeof tiledSource) != 0) flush();
+    std::memcpy(tiledSource, source, sizeof tiledSource);
+    uint32_t c = packColor(argb);
+    float u1 = offsetX + (x1 - x0), v1 = offsetY + (y1 - y0);
+    quad({x0, y0, offsetX, offsetY, c}, {x1, y0, u1, offsetY, c}, {x1, y1, u1, v1, c}, {x0, y1, offsetX, v1, c});
 }
 
 void Pipeline2D::addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb) {
@@ -239,12 +276,15 @@ void Pipeline2D::flush() {
         batch.clear();
         return;
     }
-    GLuint program = mode == Mode::Sprite ? spriteProgram : lineProgram;
+    GLuint program = mode == Mode::Sprite ? spriteProgram : mode == Mode::Tiled ? tiledProgram : lineProgram;
     glUseProgram(program);
     glm::mat4 projection = glm::ortho(0.0f, float(targetW), 0.0f, float(targetH));
-    glUniformMatrix4fv(mode == Mode::Sprite ? spriteProjection : lineProjection, 1, GL_FALSE,
-                       glm::value_ptr(projection));
-    if (mode == Mode::Sprite) {
+    glUniformMatrix4fv(mode == Mode::Sprite  ? spriteProjection
+                       : mode == Mode::Tiled ? tiledProjection
+                                             : lineProjection,
+                       1, GL_FALSE, glm::value_ptr(projection));
+    if (mode == Mode::Tiled) glUniform4fv(tiledSourceLocation, 1, tiledSource);
+    if (mode == Mode::Sprite || mode == Mode::Tiled) {
         glActiveTexture(GL_TEXTURE0);
         glBindTexture(GL_TEXTURE_2D, boundTexture);
     }

@@ -38,6 +38,11 @@ public:
     // `texture` (in texels), multiplied by `argb`.
     void addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0, float u1,
                    float v1, uint32_t argb);
+    // A quad covering [x0,x1) x [y0,y1) showing the texels of `source`
+    // (x, y, width, height in texels) repeated, its first pixel at
+    // (offsetX, offsetY) into the pattern; multiplied by `argb`.
+    void addTiledSprite(unsigned texture, float x0, float y0, float x1, float y1, float offsetX, float offsetY,
+                        const float source[4], uint32_t argb);
     // A segment between two points in pixel coordinates (pixel edges, not
     // centres), `width` wide with one pixel of antialiased fringe.
     void addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb);
@@ -52,12 +57,14 @@ private:
         float a0, a1;    // texel coordinates, or (distance from the centre line, half width)
         uint32_t color;  // RGBA bytes in memory order, for GL_UNSIGNED_BYTE normalised
     };
-    enum class Mode { None, Sprite, Line };
+    enum class Mode { None, Sprite, Line, Tiled };
     void use(Mode mode, unsigned texture);
     void quad(const Vertex& a, const Vertex& b, const Vertex& c, const Vertex& d);
 
-    unsigned spriteProgram = 0, lineProgram = 0;
+    unsigned spriteProgram = 0, lineProgram = 0, tiledProgram = 0;
     int spriteProjection = -1, lineProjection = -1, spriteTexture = -1;
+    int tiledProjection = -1, tiledSourceLocation = -1;
+    float tiledSource[4] = {0, 0, 1, 1};
     unsigned vao = 0, vbo = 0;
     std::vector<Vertex> batch;
     Mode mode = Mode::None;

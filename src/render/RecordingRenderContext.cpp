@@ -6,8 +6,8 @@
 namespace lh::render {
 
 std::vector<std::string> RecordingRenderContext::kinds() const {
-    static const char* names[] = {"beginScene", "endScene", "beginSprites", "endSprites",
-                                  "bitmap",     "line",     "rect",         "text"};
+    static const char* names[] = {"beginScene", "endScene", "beginSprites", "endSprites", "bitmap",
+                                  "tiledBitmap", "line",   "rect",         "text"};
     std::vector<std::string> out;
     for (const DrawCall& c : calls) out.push_back(names[c.kind]);
     return out;
@@ -20,6 +20,20 @@ void RecordingRenderContext::DrawBitmapPart(render::Bitmap& bitmap, const render
     c.source = source;
     c.x1 = float(x);
     c.y1 = float(y);
+    c.color = argb;
+    c.clipped = clip != nullptr;
+    calls.push_back(c);
+}
+
+void RecordingRenderContext::DrawBitmapTiled(render::Bitmap& bitmap, const render::Rect& source,
+                                             const render::Rect& target, uint32_t argb, const render::Rect* clip) {
+    DrawCall c(DrawCall::TiledBitmap);
+    c.bitmap = &bitmap;
+    c.source = source;
+    c.x1 = float(target.left);
+    c.y1 = float(target.top);
+    c.x2 = float(target.right);
+    c.y2 = float(target.bottom);
     c.color = argb;
     c.clipped = clip != nullptr;
     calls.push_back(c);

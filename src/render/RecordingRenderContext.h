@@ -11,7 +11,7 @@
 namespace lh::render {
 
 struct DrawCall {
-    enum Kind { BeginScene, EndScene, BeginSprites, EndSprites, Bitmap, Line, Rect, Text };
+    enum Kind { BeginScene, EndScene, BeginSprites, EndSprites, Bitmap, TiledBitmap, Line, Rect, Text };
     explicit DrawCall(Kind k) : kind(k) {}
     Kind kind;
     const render::Bitmap* bitmap = nullptr;
@@ -36,6 +36,8 @@ public:
     void EndScene() override { calls.push_back(DrawCall(DrawCall::EndScene)); }
     void BeginSprites() override { calls.push_back(DrawCall(DrawCall::BeginSprites)); }
     void EndSprites() override { calls.push_back(DrawCall(DrawCall::EndSprites)); }
+    void DrawBitmapTiled(render::Bitmap& bitmap, const render::Rect& source, const render::Rect& target,
+                         uint32_t argb, const render::Rect* clip = nullptr) override;
     void DrawBitmapPart(render::Bitmap& bitmap, const render::Rect& source, int32_t x, int32_t y,
                         uint32_t argb, const render::Rect* clip = nullptr) override;
     int DrawLine(float x1, float y1, float x2, float y2, uint32_t bgr, float lineWidth,

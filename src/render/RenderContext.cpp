@@ -88,6 +88,19 @@ void RenderContext::DrawBitmapPart(Bitmap& bitmap, const Rect& source, int32_t x
                      u0, v0, u0 + float(piece.width()), v0 + float(piece.height()), argb);
 }
 
+void RenderContext::DrawBitmapTiled(Bitmap& bitmap, const Rect& source, const Rect& target, uint32_t argb,
+                                    const Rect* clip) {
+    if (!usable()) return;
+    if (source.isEmpty() || intersect(source, bitmap.Bounds()).isEmpty()) return;
+    Rect piece = cut(intersect(target, clipRect), clip);
+    if (piece.isEmpty()) return;
+    unsigned texture = bitmap.Texture();
+    if (!texture) return;
+    const float pattern[4] = {float(source.left), float(source.top), float(source.width()), float(source.height())};
+    pipe().addTiledSprite(texture, float(piece.left), float(piece.top), float(piece.right), float(piece.bottom),
+                          float(piece.left - target.left), float(piece.top - target.top), pattern, argb);
+}
+
 int RenderContext::DrawLine(float x1, float y1, float x2, float y2, uint32_t bgr, float lineWidth,
                             const Rect* clip) {
     if (!usable()) return 0;

@@ -56,6 +56,12 @@ public:
                                 const Rect* clip = nullptr);
     // Colours below are 0x00BBGGRR with alpha 0 meaning opaque. Coordinates
     // name pixel centres. Return 0 when nothing could be drawn.
+    // `source` repeated from the top-left corner of `target` over all of
+    // it, cut at its right and bottom edges, at `clip` and the clip
+    // rectangle; texel for texel, multiplied by `argb`. One quad, however
+    // small the source.
+    virtual void DrawBitmapTiled(Bitmap& bitmap, const Rect& source, const Rect& target, uint32_t argb,
+                                 const Rect* clip = nullptr);
     virtual int DrawLine(float x1, float y1, float x2, float y2, uint32_t bgr, float lineWidth,
                          const Rect* clip = nullptr);
     virtual int DrawRect(int32_t left, int32_t top, int32_t right, int32_t bottom, uint32_t bgr, bool filled);

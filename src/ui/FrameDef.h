@@ -40,23 +40,10 @@ public:
     const Rect& source(FramePart part) const { return sources[part]; }
     render::Bitmap* bitmap() const { return picture.get(); }
 
-    // Pieces narrower or lower than this are drawn from a copy repeated to
-    // about kTileTarget pixels, so a one-pixel edge over a whole screen stays
-    // a few dozen draws.
-    static constexpr int kSmallPiece = 64;
-    static constexpr int kTileTarget = 256;
-
 private:
-    struct Tiled {
-        std::unique_ptr<render::Bitmap> bitmap;  // null: draw from the picture
-        render::Rect source;                     // the repeated block in `bitmap`
-    };
-    void makeTiledCopies(const PixelImage& image);
-
     std::string frameName;
     std::unique_ptr<render::Bitmap> picture;
     std::array<Rect, kFrameParts> sources{};
-    std::array<Tiled, kFrameParts> tiled;
 };
 
 }  // namespace lh::ui

@@ -1,7 +1,7 @@
 // Repeats a part of a bitmap over a target rectangle: the one place where
-// frames tile. Today each tile is its own bitmap-part draw, and only the
-// tiles that meet the clip are drawn; when the renderer offers one quad with
-// wrapping texture coordinates, this function becomes that single call.
+// frames tile. The renderer draws it as one quad whose texture coordinates
+// wrap inside the part, so a one-pixel piece over the whole screen costs one
+// draw, not a million.
 #pragma once
 
 #include <cstdint>

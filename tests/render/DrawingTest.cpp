@@ -75,6 +75,38 @@ TEST_F(Drawing, SpritesAreTexelForTexelCutToClipsAndBlended) {
     EXPECT_EQ(at(s, 30, 62), 0xFF000000u);
 }
 
+TEST_F(Drawing, TiledPartsRepeatTexelForTexelInOneQuad) {
+    // A 4x3 picture; its part (1,1)-(3,3), 2x2, is repeated.
+    const uint32_t w = 4, h = 3;
+    std::vector<uint32_t> px(w * h);
+    for (uint32_t i = 0; i < w * h; ++i) px[i] = 0xFF000000u | (i * 21u << 16) | (i * 13u << 8) | (255 - i * 9);
+    render::Bitmap bitmap;
+    ASSERT_TRUE(bitmap.LoadFromPixels(w, h, px.data()));
+    auto texel = [&](int x, int y) { return px[size_t(y) * w + size_t(x)]; };
+
+    Rect cut{0, 0, kWidth, 55};
+    frame([&](RenderContext& c) {
+        c.DrawBitmapTiled(bitmap, {1, 1, 3, 3}, {10, 10, 15, 17}, 0xFFFFFFFFu);  // 5x7: cut at the far edges
+        c.DrawBitmapTiled(bitmap, {1, 1, 3, 3}, {40, 50, 44, 60}, 0xFFFFFFFFu, &cut);  // rows from 55 cut
+        c.DrawBitmapTiled(bitmap, {3, 2, 5, 4}, {60, 10, 64, 14}, 0xFFFFFFFFu);  // reaches past the picture
+    });
+    auto s = screen();
+    for (int y = 10; y < 17; ++y) {
+        for (int x = 10; x < 15; ++x) {
+            EXPECT_EQ(at(s, x, y), texel(1 + (x - 10) % 2, 1 + (y - 10) % 2)) << x << "," << y;
+        }
+    }
+    EXPECT_EQ(at(s, 15, 10), 0xFF000000u);
+    EXPECT_EQ(at(s, 10, 17), 0xFF000000u);
+    EXPECT_EQ(at(s, 41, 54), texel(2, 1 + (54 - 50) % 2));
+    EXPECT_EQ(at(s, 41, 55), 0xFF000000u);
+    // Only texel (3,2) of the third part lies inside the picture.
+    EXPECT_EQ(at(s, 60, 10), texel(3, 2));
+    EXPECT_EQ(at(s, 61, 10), 0xFF000000u);
+    EXPECT_EQ(at(s, 60, 11), 0xFF000000u);
+    EXPECT_EQ(at(s, 62, 12), texel(3, 2));
+}
+
 TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
     auto white = solidBitmap(8, 8, 0xFFFFFFFFu);
     auto colour = solidBitmap(8, 8, 0xFF4080C0u);

@@ -212,7 +212,7 @@ TEST_F(ReplicationProcesses, RandomEditsLeaveAllTreesEqualOnHeldNodes) {
         if (kind == 's') return pick(4) ? "text " + std::to_string(pick(100)) : std::string();
         return test::longMarkup(pick(3) ? 200 : 9000, unsigned(pick(1000)));
     };
-    for (int round = 0; round < 12; ++round) {
+    for (int round = 0; round < 16; ++round) {
         // Structure, by the host, and deletions by the owners.
         DbNode* group = db::rootNode().addChild("charsheet");
         if (group->children.size() < 5 || pick(3) == 0) makeRecord("charsheet." + group->nextRecordId(), round);
@@ -230,7 +230,7 @@ TEST_F(ReplicationProcesses, RandomEditsLeaveAllTreesEqualOnHeldNodes) {
         // Values, by everyone at once.
         std::vector<std::string> records;
         for (auto& [key, record] : group->children) records.push_back("charsheet." + std::string(key));
-        for (int edit = 0; edit < 15 && !records.empty(); ++edit) {
+        for (int edit = 0; edit < 25 && !records.empty(); ++edit) {
             std::string path = records[size_t(pick(int(records.size())))] + "." + fields[pick(5)];
             char kind = path[path.size() - 2];
             std::string value = valueFor(kind);

@@ -36,6 +36,22 @@ void Replication::registerHandlers() {
 
 // Section: sending.
 
+namespace {
+
+// Appends the node's name to the path of its parent. A node whose path
+// cannot be named on the wire cannot be sent, and neither can anything
+// below it: false, with the path as it was.
+bool enterPath(std::string& path, const DbNode& node) {
+    size_t length = path.size();
+    if (length) path.push_back('.');
+    path += node.name;
+    if (path.size() <= kMaxPathLength) return true;
+    path.resize(length);
+    return false;
+}
+
+}  // namespace
+
 void Replication::deliver(Target target) {
     if (target.all) {
         session.sendToAll(message);
@@ -91,14 +107,7 @@ void Replication::sendNode(DbNode& node, const std::string& path, bool isOwner, 
 void Replication::sendSubtree(DbNode& node, std::string& path, Target target, SessionUser* user) {
     size_t length = path.size();
     if (node.parent) {
-        if (!path.empty()) path.push_back('.');
-        path += node.name;
-        // A node whose path cannot be named on the wire cannot be sent, and
-        // neither can anything below it.
-        if (path.size() > kMaxPathLength) {
-            path.resize(length);
-            return;
-        }
+        if (!enterPath(path, node)) return;
         sendNode(node, path, user && node.owner == user, target);
         if (user) node.addHolder(user->name.view(), false);
     }
@@ -137,12 +146,7 @@ void Replication::sendToHolders(DbNode& node) {
 void Replication::sendToAllSubtree(DbNode& node, std::string& path) {
     size_t length = path.size();
     if (node.parent) {
-        if (!path.empty()) path.push_back('.');
-        path += node.name;
-        if (path.size() > kMaxPathLength) {
-            path.resize(length);
-            return;
-        }
+        if (!enterPath(path, node)) return;
         // Groups travel with their first value: the receiver makes them
         // from the path.
         if (node.kind != NodeKind::node) sendNode(node, path, false, Target{nullptr, true});

@@ -65,6 +65,10 @@ public:
     // The host is about to delete an image record: its files go first.
     void setImageRemover(std::function<void(DbNode& node)> remover) { imageRemover = std::move(remover); }
 
+    // A user has left: a formatted text it was part-way through sending
+    // will not be finished. The host's departure calls this.
+    void forgetPeer(const std::string& userName) { texts.drop(userName); }
+
     net::HandlerResult onData(net::SessionPeer* from, const net::NetMessage& message);
     net::HandlerResult onDeleteRequest(net::SessionPeer* from, const net::NetMessage& message);
     net::HandlerResult onDeleted(net::SessionPeer* from, const net::NetMessage& message);

@@ -9,12 +9,15 @@
 
 #include "ReplicationKit.h"
 #include "db/DbContext.h"
+#include "db/DatabaseLoader.h"
+#include "db/DatabaseWriter.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/KeptValues.h"
 #include "db/Replication.h"
 #include "db/StringValue.h"
 #include "db/Users.h"
+#include "db/XmlParse.h"
 #include "net/MessageCatalogue.h"
 #include "net/MessageReader.h"
 #include "net/NetTestLoop.h"
@@ -161,6 +164,23 @@ TEST_F(ReplicationInProcess, SentRecordReachesOnlyItsUserAndMakesHolders) {
     EXPECT_EQ(db::findNode("charsheet.00001", tree("alice"))->owner, nullptr);
     // Offline users get nothing.
     EXPECT_EQ(hostRepl.sendTo(record, "nobody"), -1);
+}
+
+TEST_F(ReplicationInProcess, HoldersMadeBySendingAreStoredAndReadBack) {
+    DbNode& record = makeRecord(db::rootNode(), "charsheet.00001", 12, "Aria");
+    hostRepl.sendTo(record, "alice");
+    record.addHolder("bob", true);
+    std::string text = db::databaseText(db::rootNode());
+    EXPECT_NE(text.find("<holder name=\"alice\" />"), std::string::npos) << text;
+    EXPECT_NE(text.find("<holder name=\"bob\" owner=\"true\" />"), std::string::npos) << text;
+    db::XmlParseResult parsed = db::parseXmlTextChecked(text, "db.xml");
+    ASSERT_EQ(parsed.status, db::XmlStatus::ok);
+    DbNode loaded("", nullptr);
+    db::loadNodes(parsed.root.get(), loaded, false);
+    DbNode* copy = db::findNode("charsheet.00001.hp", loaded);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_TRUE(copy->holders.contains(&db::knownUser("alice")));
+    EXPECT_EQ(copy->owner, &db::knownUser("bob"));
 }
 
 TEST_F(ReplicationInProcess, FormattedTextTravelsInPiecesOfAtMost4000Bytes) {

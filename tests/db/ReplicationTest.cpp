@@ -5,6 +5,7 @@
 // what a client may not do.
 #include <gtest/gtest.h>
 
+#include <random>
 #include <set>
 
 #include "ReplicationKit.h"
@@ -451,6 +452,21 @@ TEST_F(ReplicationInProcess, MalformedMessagesAreDroppedWithALine) {
     EXPECT_EQ(lines.size(), 3u);
     EXPECT_NE(lines.back().find("too large"), std::string::npos) << lines.back();
     EXPECT_EQ(stored(db::findNode("charsheet.00001.other")), "<p>fine</p>\n");
+
+    // Noise after a valid start, on both sides: dropped or applied, never
+    // read past its end.
+    std::mt19937 random(7);
+    for (int i = 0; i < 2000; ++i) {
+        std::vector<uint8_t> body = {'c', 'h', 'a', 'r', 's', 'h', 'e', 'e', 't', '.', '0', '0', '0', '0', '1', '.',
+                                     uint8_t('a' + random() % 3), 0, uint8_t(random() % 7)};
+        body.resize(body.size() + random() % 24);
+        for (size_t b = 19; b < body.size(); ++b) body[b] = uint8_t(random() % 4 ? random() : 0);
+        net::NetMessage m(i % 2 ? net::tags::DATAR : net::tags::DATDR, body);
+        clients["alice"]->session.dispatch(nullptr, m);
+        m.tag = net::tags::DATAR;
+        host.dispatch(host.findUser("alice"), m);
+    }
+    EXPECT_NE(db::findNode("charsheet.00001"), nullptr);
 }
 
 }  // namespace

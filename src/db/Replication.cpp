@@ -132,7 +132,8 @@ int Replication::sendTo(DbNode& node, SessionUser* user) {
 
 int Replication::sendTo(DbNode& node, std::string_view userName) {
     if (!session.isHost()) return sendTo(node, nullptr);
-    return sendTo(node, &knownUser(userName));
+    SessionUser* user = findKnownUser(userName);
+    return user ? sendTo(node, user) : -1;
 }
 
 void Replication::sendToHolders(DbNode& node) {

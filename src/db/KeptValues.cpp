@@ -43,4 +43,18 @@ void KeptImage::setImagePath(std::string_view path) {
     drawing.clear();
 }
 
+ImageWireState KeptImage::wireState() const {
+    return {std::string(image.view()), std::string(mask.view()), gridSize, gridOffsetX, gridOffsetY, viewX, viewY};
+}
+
+void KeptImage::setWireState(const ImageWireState& state) {
+    image.set(state.imagePath);
+    mask.set(state.maskPath);
+    gridSize = state.gridSize;
+    gridOffsetX = state.gridOffsetX;
+    gridOffsetY = state.gridOffsetY;
+    viewX = state.viewX;
+    viewY = state.viewY;
+}
+
 }  // namespace lh::db

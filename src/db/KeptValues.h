@@ -25,8 +25,12 @@ public:
     void writeStored(std::string& out, int indent) const override;
     std::string_view imagePath() const override { return image.view(); }
     void setImagePath(std::string_view path) override;
+    ImageWireState wireState() const override;
+    void setWireState(const ImageWireState& state) override;
 
     FixedText<260> image, mask, drawing;
+    // Grid and view as they last arrived; they are not stored.
+    int32_t gridSize = 0, gridOffsetX = 0, gridOffsetY = 0, viewX = 0, viewY = 0;
 };
 
 }  // namespace lh::db

@@ -38,6 +38,16 @@ public:
     DbNode* node = nullptr;  // the node that holds this value
 };
 
+// What travels between machines of an image value: the names of its files
+// and the numbers of its grid and view. The picture bytes go by the file
+// service.
+struct ImageWireState {
+    std::string imagePath;
+    std::string maskPath;
+    int32_t gridSize = 0, gridOffsetX = 0, gridOffsetY = 0;
+    int32_t viewX = 0, viewY = 0;
+};
+
 // What the record store needs of an image value, whoever implements it.
 class ImageValueBase : public NodeValue {
 public:
@@ -45,6 +55,10 @@ public:
     virtual std::string_view imagePath() const = 0;
     // A new value for a picture file: the path, no mask, no drawing.
     virtual void setImagePath(std::string_view path) = 0;
+    // Replication reads and replaces the travelling part here. By default
+    // only the picture's path travels.
+    virtual ImageWireState wireState() const { return {std::string(imagePath()), {}}; }
+    virtual void setWireState(const ImageWireState& state) { setImagePath(state.imagePath); }
 };
 
 // Makes the value object of a kind. Kinds 1 and 2 are built in; kinds 4 and 5

@@ -8,6 +8,8 @@
 #include "app/LauncherWindow.h"
 #include "app/SystemLines.h"
 #include "db/DbNode.h"
+#include "db/Replication.h"
+#include "db/Users.h"
 #include "net/ClientLogin.h"
 #include "net/FileExchange.h"
 #include "net/FileServer.h"
@@ -127,8 +129,16 @@ void startHostSession(uint16_t port) {
     net::Session& s = makeSession();
     net::attachToMainLoop(s);
     net::installFileService(s, platform::workingDirectory());
+    db::attachReplication(s);
     net::HostLoginHooks login;
     login.postLine = [](const std::string& text) { postSystemLine(text); };
+    // The join's records: the character to its player (the host's copy
+    // counts), then everything else that player owns.
+    login.sendRecord = [](db::DbNode& record, const std::string& user) { db::replication()->sendTo(record, user); };
+    login.sendOwned = [](const std::string& user) {
+        if (db::SessionUser* u = db::findKnownUser(user)) db::replication()->sendOwnedTo(db::rootNode(), *u, 0);
+    };
+    login.userGone = [](const std::string& user) { db::replication()->forgetPeer(user); };
     net::attachHostLogin(s, std::move(login));
     s.openListener(port);
 }
@@ -155,6 +165,7 @@ bool joinHostSession(const WayIn& wayIn, uint16_t port) {
         postSystemLine(accepted ? "Identity accepted." : "That name is in use; choose another.");
     };
     net::attachClientJoin(s, std::move(join));
+    db::attachReplication(s);
     files() = std::make_unique<net::FileExchange>(s, platform::workingDirectory());
     files()->setSystemLineSink([](const std::string& text) { postSystemLine(text); });
     platform::setFdProvider(watchSessionAndFiles);

@@ -125,6 +125,7 @@ struct HostLogin {
         if (hooks.characterGone && !identity.empty()) hooks.characterGone(identity);
         session->sendToAll(encodeTextMessage(tags::LGOTR, identity), &peer);
         if (user) user->connection = nullptr;
+        if (!peer.name.empty() && hooks.userGone) hooks.userGone(peer.name);
     }
 };
 

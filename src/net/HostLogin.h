@@ -22,6 +22,8 @@ struct HostLoginHooks {
     // everything else that user owns; the replication layer provides them.
     std::function<void(db::DbNode& record, const std::string& userName)> sendRecord;
     std::function<void(const std::string& userName)> sendOwned;
+    // A logged-in user's connection is gone.
+    std::function<void(const std::string& userName)> userGone;
     // A character came into play or left it (the character registry).
     std::function<void(const std::string& identity, const std::string& userName, bool isLocal)> characterInPlay;
     std::function<void(const std::string& identity)> characterGone;

@@ -1,6 +1,6 @@
 // Host and clients as real processes on loopback: logins, the name and
 // password rules, the version check, departures and lost connections; and a
-// peer that speaks only the protocol, by hand.
+// peer that speaks only the protocol, by hand, down to its character's record.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -240,6 +240,10 @@ TEST(Join, APeerThatSpeaksOnlyTheProtocol) {
     ASSERT_TRUE(peer.receive(tag, body));
     EXPECT_EQ(tag, "LGINR");
     EXPECT_EQ(body, std::string("Rogue") + '\0' + "Raw" + '\0' + '\0');
+    // Its character's record follows, owned by it: path, kind 0, isOwner 1.
+    ASSERT_TRUE(peer.receive(tag, body));
+    EXPECT_EQ(tag, "DATAR");
+    EXPECT_EQ(body, std::string("charsheet.Rogue") + '\0' + '\0' + '\x01');
     EXPECT_TRUE(waitForText(host, "'Raw' identified as 'Rogue'")) << host.errors();
     EXPECT_NE(host.errors().find("Dropped a message CONNQ"), std::string::npos) << host.errors();
 }

@@ -258,7 +258,7 @@ TEST_F(RulesetLoad, DefaultRulesetFromTheBuiltArchive) {
         EXPECT_FALSE(findDieType(die)->values.empty());
         EXPECT_FALSE(findDieType(die)->icon->IsEmpty());
     }
-    for (const char* font : {"systemfont", "chatfont", "dmfont"}) {
+    for (const char* font : {"systemfont", "chatfont", "dmfont", "diemod", "dieresult", "npcchatfont"}) {
         ASSERT_NE(findFont(font), nullptr) << font;
         EXPECT_GT(findFont(font)->LineHeight(), 8) << font;
         EXPECT_GT(findFont(font)->MeasureText("Hello \x80\xE9", 8).width, 20) << font;
@@ -267,6 +267,10 @@ TEST_F(RulesetLoad, DefaultRulesetFromTheBuiltArchive) {
     EXPECT_FALSE(findFrame("windowframe")->bitmap()->IsEmpty());
     EXPECT_NE(findFrame(ruleset().settings.chatWindow.frameName), nullptr);
     EXPECT_NE(findIcon(ruleset().settings.dieBox.secretIcon), nullptr);
+    // The windows that start-up asks for, for each way in.
+    for (const char* cls : {"dmshortcuts", "playershortcuts", "localshortcuts", "identityselection"}) {
+        EXPECT_TRUE(ruleset().windowClasses.count(cls)) << cls;
+    }
     EXPECT_TRUE(rulesetFiles().empty());  // all of it is inside the archive
 }
 

@@ -22,10 +22,6 @@ Rect fromXYWH(const RectXYWH& r) {
     return {r.x, r.y, clamp(int64_t(r.x) + r.width), clamp(int64_t(r.y) + r.height)};
 }
 
-render::Rect toRender(const Rect& r) {
-    return {r.left, r.top, r.right, r.bottom};
-}
-
 }  // namespace
 
 FrameDef::FrameDef() = default;
@@ -54,8 +50,8 @@ int FrameDef::Draw(render::RenderContext& context, const render::Rect& rect, uin
                    const render::Rect* clip) const {
     if (!picture || picture->IsEmpty()) return 0;
     int calls = 0;
-    for (const FramePiece& piece : layoutFrame(sources, {rect.left, rect.top, rect.right, rect.bottom})) {
-        calls += drawTiled(context, *picture, toRender(piece.source), toRender(piece.target), argb, clip);
+    for (const FramePiece& piece : layoutFrame(sources, rect)) {
+        calls += drawTiled(context, *picture, piece.source, piece.target, argb, clip);
     }
     return calls;
 }

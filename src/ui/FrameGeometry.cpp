@@ -5,17 +5,12 @@
 
 namespace lh::ui {
 
-Rect intersect(const Rect& a, const Rect& b) {
-    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
-            std::min(a.bottom, b.bottom)};
-}
-
 std::vector<FramePiece> layoutFrame(const std::array<Rect, kFrameParts>& src, const Rect& t) {
     auto w = [&](FramePart p) { return src[p].width(); };
     auto h = [&](FramePart p) { return src[p].height(); };
     std::vector<FramePiece> pieces;
     auto add = [&](FramePart p, Rect target) {
-        if (src[p].empty() || target.empty()) return;
+        if (src[p].isEmpty() || target.isEmpty()) return;
         pieces.push_back({p, src[p], target});
     };
     add(TopLeft, {t.left, t.top, t.left + w(TopLeft), t.top + h(TopLeft)});
@@ -37,7 +32,7 @@ namespace lh::ui {
 std::vector<Rect> tilesOf(const FramePiece& piece) {
     std::vector<Rect> tiles;
     int sw = piece.source.width(), sh = piece.source.height();
-    if (sw <= 0 || sh <= 0 || piece.target.empty()) return tiles;
+    if (sw <= 0 || sh <= 0 || piece.target.isEmpty()) return tiles;
     for (int y = piece.target.top; y < piece.target.bottom; y += sh) {
         for (int x = piece.target.left; x < piece.target.right; x += sw) {
             tiles.push_back({x, y, std::min(x + sw, piece.target.right), std::min(y + sh, piece.target.bottom)});

@@ -7,16 +7,13 @@
 #include <array>
 #include <vector>
 
+#include "render/Rect.h"
+
 namespace lh::ui {
 
-struct Rect {
-    int left = 0, top = 0, right = 0, bottom = 0;
-    int width() const { return right - left; }
-    int height() const { return bottom - top; }
-    bool empty() const { return right <= left || bottom <= top; }
-};
-
-Rect intersect(const Rect& a, const Rect& b);
+// Rectangles as the renderer has them: left and top inside, right and
+// bottom outside.
+using Rect = render::Rect;
 
 enum FramePart { TopLeft, Top, TopRight, Left, Middle, Right, BottomLeft, Bottom, BottomRight, kFrameParts };
 

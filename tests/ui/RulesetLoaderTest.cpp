@@ -291,8 +291,8 @@ TEST(RulesetHostile, OddValuesNeitherCrashNorHang) {
         "odd");
     FrameDef frame;
     ASSERT_TRUE(frame.Load(*root));
-    EXPECT_TRUE(frame.source(Middle).empty());  // three numbers are no rectangle
-    EXPECT_TRUE(frame.source(Left).empty());
+    EXPECT_TRUE(frame.source(Middle).isEmpty());  // three numbers are no rectangle
+    EXPECT_TRUE(frame.source(Left).isEmpty());
     render::RecordingRenderContext context;
     context.SetClipRect({0, 0, 4096, 4096});
     EXPECT_LT(frame.Draw(context, {-100000, -100000, 100000, 100000}, 0xFFFFFFFF, nullptr), 1000);

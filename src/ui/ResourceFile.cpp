@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <fstream>
 #include <unordered_map>
 
@@ -208,9 +209,8 @@ bool ResourceFile::Exists(const std::string& path) {
     return sharedArchive().locate(toZipName(path)) != nullptr;
 }
 
-bool ResourceFile::FirstFile(const std::string& wanted) {
+bool ResourceFile::beginEnumeration(const std::string& wanted) {
     closeArchive();
-    Release();
     prefix = wanted;
     position = 0;
     archive = openArchive();
@@ -219,74 +219,49 @@ bool ResourceFile::FirstFile(const std::string& wanted) {
         position = -1;
         return false;
     }
-    return NextFile();
+    return true;
 }
 
-bool ResourceFile::NextFile() {
+bool ResourceFile::advance(const std::function<bool(const std::string& entry, uint64_t size)>& take) {
     if (position < 0 || !archive) return false;
     unzFile zip = static_cast<unzFile>(archive);
     // position counts the entries given so far; the archive cursor stands on
-    // the next entry to look at.
+    // the next entry to look at. After the last entry the enumeration is
+    // over, and the next call says so.
     for (;;) {
         std::string entry;
         uint64_t size = 0;
-        bool taken = currentEntry(zip, entry, size) && size > 0 && matchesResourcePrefix(prefix, entry) &&
-                     readCurrentEntry(zip);
+        bool taken = currentEntry(zip, entry, size) && matchesResourcePrefix(prefix, entry) && take(entry, size);
         bool more = unzGoToNextFile(zip) == UNZ_OK;
-        if (taken) {
-            ++position;
-            if (!more) {  // the last entry: the next call reports the end
-                closeArchive();
-                position = -1;
-            }
-            return true;
-        }
+        if (taken) ++position;
         if (!more) {
             closeArchive();
             position = -1;
-            return false;
         }
+        if (taken || !more) return taken;
     }
+}
+
+bool ResourceFile::FirstFile(const std::string& wanted) {
+    Release();
+    return beginEnumeration(wanted) && NextFile();
+}
+
+bool ResourceFile::NextFile() {
+    return advance([this](const std::string&, uint64_t size) { return size > 0 && readCurrentEntry(archive); });
 }
 
 bool ResourceFile::FirstFolder(const std::string& wanted, std::string& name) {
-    closeArchive();
-    prefix = wanted;
-    position = 0;
-    archive = openArchive();
-    if (!archive || unzGoToFirstFile(static_cast<unzFile>(archive)) != UNZ_OK) {
-        closeArchive();
-        position = -1;
-        return false;
-    }
-    return NextFolder(name);
+    return beginEnumeration(wanted) && NextFolder(name);
 }
 
 bool ResourceFile::NextFolder(std::string& name) {
-    if (position < 0 || !archive) return false;
-    unzFile zip = static_cast<unzFile>(archive);
-    for (;;) {
-        std::string entry;
-        uint64_t size = 0;
-        bool taken = currentEntry(zip, entry, size) && size == 0 && !entry.empty() &&
-                     (entry.back() == '/' || entry.back() == '\\') && matchesResourcePrefix(prefix, entry) &&
-                     isDirectChildFolder(prefix, entry);
-        bool more = unzGoToNextFile(zip) == UNZ_OK;
-        if (taken) {
-            name = entry;
-            ++position;
-            if (!more) {
-                closeArchive();
-                position = -1;
-            }
-            return true;
-        }
-        if (!more) {
-            closeArchive();
-            position = -1;
-            return false;
-        }
-    }
+    return advance([this, &name](const std::string& entry, uint64_t size) {
+        bool folder = size == 0 && !entry.empty() && (entry.back() == '/' || entry.back() == '\\') &&
+                      isDirectChildFolder(prefix, entry);
+        if (folder) name = entry;
+        return folder;
+    });
 }
 
 std::vector<std::string> archiveRulesetFolders() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,9 @@ public:
 
 private:
     bool readCurrentEntry(void* archive);
+    bool beginEnumeration(const std::string& wanted);
+    // Moves to the next entry under the prefix that `take` accepts.
+    bool advance(const std::function<bool(const std::string& entry, uint64_t size)>& take);
     void closeArchive();
 
     std::vector<char> bytes;

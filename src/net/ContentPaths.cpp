@@ -13,29 +13,9 @@ namespace lh::net {
 namespace fs = std::filesystem;
 namespace {
 
-std::vector<std::string> pieces(std::string_view path) {
-    std::vector<std::string> out;
-    std::string piece;
-    for (char c : path) {
-        if (c == '\\' || c == '/') {
-            if (!piece.empty()) out.push_back(std::move(piece));
-            piece.clear();
-        } else {
-            piece.push_back(c);
-        }
-    }
-    if (!piece.empty()) out.push_back(std::move(piece));
-    return out;
-}
-
-bool sameName(const std::string& a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-           });
-}
-
 bool oneOf(const std::string& name, std::initializer_list<std::string_view> names) {
-    return std::any_of(names.begin(), names.end(), [&](std::string_view n) { return sameName(name, n); });
+    return std::any_of(names.begin(), names.end(),
+                       [&](std::string_view n) { return platform::sameNameNoCase(name, n); });
 }
 
 // The rule on the pieces of a path. `folderOnly` accepts a folder on the
@@ -47,12 +27,13 @@ bool contentPieces(const std::vector<std::string>& p, bool folderOnly) {
     }
     size_t n = p.size();
     if (oneOf(p[0], {"rulesets", "tokens", "portraits"})) return folderOnly || n >= 2;
-    if (sameName(p[0], "characters")) {
-        if (n >= 3 && !sameName(p[2], "portraits")) return false;
+    if (platform::sameNameNoCase(p[0], "characters")) {
+        if (n >= 3 && !platform::sameNameNoCase(p[2], "portraits")) return false;
         return folderOnly || n >= 4;
     }
-    if (sameName(p[0], "campaigns")) {
-        if (n >= 3 && !oneOf(p[2], {"images", "tokens", "portraits", "maskedimages", "drawings", "modules"})) {
+    if (platform::sameNameNoCase(p[0], "campaigns")) {
+        if (n >= 3 &&
+            !oneOf(p[2], {"images", "tokens", "portraits", "maskedimages", "drawings", "modules"})) {
             return false;
         }
         return folderOnly || n >= 4;
@@ -76,12 +57,15 @@ bool relativeInside(const fs::path& root, const fs::path& disk, std::vector<std:
 }
 
 bool safeWords(std::string_view programPath) {
-    return platform::isSafeRelativePath(programPath) && contentPieces(pieces(programPath), false);
+    return platform::isSafeRelativePath(programPath) &&
+           contentPieces(platform::splitProgramPath(programPath), false);
 }
 
 }  // namespace
 
-bool isContentPath(std::string_view programPath) { return safeWords(programPath); }
+bool isContentPath(std::string_view programPath) {
+    return safeWords(programPath);
+}
 
 fs::path diskPathBelow(const fs::path& root, std::string_view programPath) {
     std::string absolute = fs::absolute(root).generic_string();
@@ -118,7 +102,8 @@ fs::path prepareContentTarget(const fs::path& root, std::string_view programPath
     }
     std::vector<std::string> where;
     fs::path canonicalExisting = fs::canonical(existing, ec);
-    if (ec || !relativeInside(canonicalRoot, canonicalExisting, where) || !contentPieces(where, true)) return {};
+    if (ec || !relativeInside(canonicalRoot, canonicalExisting, where) || !contentPieces(where, true))
+        return {};
     fs::create_directories(folder, ec);
     if (ec) return {};
     fs::path canonicalFolder = fs::canonical(folder, ec);

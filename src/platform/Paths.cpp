@@ -17,13 +17,15 @@ fs::path& currentWorkDir() {
     return dir;
 }
 
-bool equalNoCase(const std::string& a, const std::string& b) {
+}  // namespace
+
+bool sameNameNoCase(std::string_view a, std::string_view b) {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
                return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
            });
 }
 
-std::vector<std::string> splitPieces(std::string_view path) {
+std::vector<std::string> splitProgramPath(std::string_view path) {
     std::vector<std::string> pieces;
     std::string piece;
     for (char c : path) {
@@ -38,8 +40,6 @@ std::vector<std::string> splitPieces(std::string_view path) {
     return pieces;
 }
 
-}  // namespace
-
 void setWorkingDirectory(const fs::path& dir) { currentWorkDir() = fs::absolute(dir); }
 
 const fs::path& workingDirectory() { return currentWorkDir(); }
@@ -47,7 +47,7 @@ const fs::path& workingDirectory() { return currentWorkDir(); }
 fs::path diskPath(std::string_view programPath) {
     bool absolute = !programPath.empty() && (programPath[0] == '/' || programPath[0] == '\\');
     fs::path base = absolute ? fs::path("/") : currentWorkDir();
-    std::vector<std::string> pieces = splitPieces(programPath);
+    std::vector<std::string> pieces = splitProgramPath(programPath);
     fs::path plain = base;
     for (const std::string& p : pieces) plain /= p;
     std::error_code ec;
@@ -64,7 +64,7 @@ fs::path diskPath(std::string_view programPath) {
         }
         bool matched = false;
         for (fs::directory_iterator it(found, ec), end; !ec && it != end; it.increment(ec)) {
-            if (equalNoCase(it->path().filename().string(), pieces[i])) {
+            if (sameNameNoCase(it->path().filename().string(), pieces[i])) {
                 found = it->path();
                 matched = true;
                 break;
@@ -97,7 +97,7 @@ bool isSafeRelativePath(std::string_view path) {
     for (char c : path) {
         if (c == 0) return false;
     }
-    for (const std::string& piece : splitPieces(path)) {
+    for (const std::string& piece : splitProgramPath(path)) {
         if (piece == ".." || piece == ".") return false;
     }
     return true;

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace lh::platform {
 
@@ -24,6 +25,14 @@ std::filesystem::path programDirectory();
 
 // Joins pieces with backslashes, as paths are kept in files and messages.
 std::string joinProgramPath(std::initializer_list<std::string_view> pieces);
+
+// The pieces of a program path between its separators ('\\' or '/'),
+// empty pieces left out.
+std::vector<std::string> splitProgramPath(std::string_view path);
+
+// Compares two file names as a case-blind file system would: ASCII letters
+// without regard to case.
+bool sameNameNoCase(std::string_view a, std::string_view b);
 
 // True for a relative program path with no ".." piece, no drive letter and no
 // leading separator: the only kind that may come from another machine.

@@ -45,39 +45,40 @@ public:
             --depth;
             return;
         }
-        size_t count = element.childCount();
-        if (count && parent.children.empty()) parent.children.reserve(count);
-        for (size_t i = 0; i < count; ++i) {
-            std::unique_ptr<XmlElement> child = element.childAt(i);
-            if (!child) break;
-            if (child->tagName(tag) != 0) continue;
-            name.clear();
-            child->attribute("NAME", name);
-            if (tag == "NODE") {
-                loadGroup(*child, parent);
-            } else if (tag == "INTVALUE" || tag == "STRINGVALUE") {
-                loadScalar(*child, parent, tag == "INTVALUE" ? NodeKind::intValue : NodeKind::stringValue);
-            } else if (tag == "FORMATTEDTEXT") {
-                loadStored(*child, parent, NodeKind::formattedText);
-            } else if (tag == "IMAGE") {
-                loadStored(*child, parent, NodeKind::image);
-            } else if (tag == "HOLDER") {
-                std::string owner;
-                bool makeOwner = child->attribute("OWNER", owner) == 0 && owner == "true";
-                if (child->attribute("NAME", text) == 0) parent.addHolder(text, makeOwner);
-            } else if (tag == "CATEGORYDEF") {
-                std::string holder;
-                child->attribute("HOLDER", holder);
-                if (child->attribute("DEFINITION", text) == 0) parent.setCategoryDefinition(holder, text);
-            } else {
-                continue;
-            }
-            if (module) parent.notify(ChangeKind::children);
-        }
+        element.forEachChild([&](XmlElement& child) {
+            loadChild(child, parent);
+            return true;
+        });
         --depth;
     }
 
 private:
+    void loadChild(XmlElement& child, DbNode& parent) {
+        if (child.tagName(tag) != 0) return;
+        name.clear();
+        child.attribute("NAME", name);
+        if (tag == "NODE") {
+            loadGroup(child, parent);
+        } else if (tag == "INTVALUE" || tag == "STRINGVALUE") {
+            loadScalar(child, parent, tag == "INTVALUE" ? NodeKind::intValue : NodeKind::stringValue);
+        } else if (tag == "FORMATTEDTEXT") {
+            loadStored(child, parent, NodeKind::formattedText);
+        } else if (tag == "IMAGE") {
+            loadStored(child, parent, NodeKind::image);
+        } else if (tag == "HOLDER") {
+            std::string owner;
+            bool makeOwner = child.attribute("OWNER", owner) == 0 && owner == "true";
+            if (child.attribute("NAME", text) == 0) parent.addHolder(text, makeOwner);
+        } else if (tag == "CATEGORYDEF") {
+            std::string holder;
+            child.attribute("HOLDER", holder);
+            if (child.attribute("DEFINITION", text) == 0) parent.setCategoryDefinition(holder, text);
+        } else {
+            return;
+        }
+        if (module) parent.notify(ChangeKind::children);
+    }
+
     bool isStatic;
     ModuleLoadHooks* module;
     int depth = 0;

@@ -102,7 +102,19 @@ public:
 }  // namespace
 
 XmlElement::XmlElement(std::shared_ptr<XmlDocumentHolder> doc, pugi::xml_node_struct* n)
-    : document(std::move(doc)), node(n) {}
+    : document(std::move(doc)), documentRef(&document), node(n) {}
+
+XmlElement::XmlElement(Lent, const std::shared_ptr<XmlDocumentHolder>* owner, pugi::xml_node_struct* n)
+    : documentRef(owner), node(n) {}
+
+void XmlElement::forEachChild(const std::function<bool(XmlElement& child)>& visit) const {
+    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
+        pugi::xml_node_type type = child.type();
+        if (type != pugi::node_element && type != pugi::node_pcdata && type != pugi::node_cdata) continue;
+        XmlElement lent(Lent{}, documentRef, child.internal_object());
+        if (!visit(lent)) return;
+    }
+}
 
 XmlElement::~XmlElement() = default;
 
@@ -122,7 +134,7 @@ void XmlElement::fetchChildren() {
 std::unique_ptr<XmlElement> XmlElement::childAt(size_t index) {
     if (!childrenFetched) fetchChildren();
     if (index >= children.size()) return nullptr;
-    return std::make_unique<XmlElement>(document, children[index]);
+    return std::make_unique<XmlElement>(*documentRef, children[index]);
 }
 
 size_t XmlElement::childCount() {

@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,6 +47,12 @@ public:
     std::unique_ptr<XmlElement> childAt(size_t index);
     size_t childCount();
 
+    // Visits the children in document order, text pieces included, each
+    // lent to `visit` for the length of the call only; false from `visit`
+    // stops the walk. The fast road for loaders of large documents: no child
+    // is allocated and no list is gathered.
+    void forEachChild(const std::function<bool(XmlElement& child)>& visit) const;
+
     // 0 and the tag name in upper case, or -1 for a text piece.
     int tagName(std::string& out) const;
     // Fixed-buffer form: cut to fit, always zero-terminated.
@@ -66,7 +73,13 @@ public:
     std::string innerMarkup() const;
 
 private:
+    // A lent child: it holds no reference of its own; the element that lent
+    // it keeps the document alive while it exists.
+    struct Lent {};
+    XmlElement(Lent, const std::shared_ptr<XmlDocumentHolder>* owner, pugi::xml_node_struct* node);
+
     std::shared_ptr<XmlDocumentHolder> document;
+    const std::shared_ptr<XmlDocumentHolder>* documentRef;  // &document, or the lender's
     pugi::xml_node_struct* node;
     std::vector<pugi::xml_node_struct*> children;
     bool childrenFetched = false;

@@ -176,3 +176,25 @@ TEST(Xml, DeepNestingIsNoThreatToTheStack) {
     ASSERT_TRUE(root);
     EXPECT_EQ(root->text().value_or(""), "text");
 }
+
+TEST(Xml, LentChildrenWalkInOrderAndWhatTheyHandOutOutlivesTheDocument) {
+    std::unique_ptr<XmlElement> root = parseXmlText("<root><a n=\"1\"><deep/></a>text<!-- c --><b/></root>", "lent");
+    ASSERT_TRUE(root);
+    std::vector<std::string> seen;
+    std::unique_ptr<XmlElement> kept;
+    root->forEachChild([&](XmlElement& child) {
+        std::string tag;
+        seen.push_back(child.tagName(tag) == 0 ? tag : "#" + child.text().value_or(""));
+        if (tag == "A") kept = child.childAt(0);  // taken out of a lent child
+        return true;
+    });
+    EXPECT_EQ(seen, (std::vector<std::string>{"A", "#text", "B"}));  // comments are no children
+    int visits = 0;
+    root->forEachChild([&](XmlElement&) { return ++visits < 2; });
+    EXPECT_EQ(visits, 2);  // false stops the walk
+    root.reset();  // the document lives on in what was handed out
+    std::string tag;
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->tagName(tag), 0);
+    EXPECT_EQ(tag, "DEEP");
+}

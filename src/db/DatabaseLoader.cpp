@@ -56,15 +56,13 @@ private:
     void loadChild(XmlElement& child, DbNode& parent) {
         if (child.tagName(tag) != 0) return;
         name.clear();
-        child.attribute("NAME", name);
         if (tag == "NODE") {
             loadGroup(child, parent);
         } else if (tag == "INTVALUE" || tag == "STRINGVALUE") {
             loadScalar(child, parent, tag == "INTVALUE" ? NodeKind::intValue : NodeKind::stringValue);
-        } else if (tag == "FORMATTEDTEXT") {
-            loadStored(child, parent, NodeKind::formattedText);
-        } else if (tag == "IMAGE") {
-            loadStored(child, parent, NodeKind::image);
+        } else if (tag == "FORMATTEDTEXT" || tag == "IMAGE") {
+            child.attribute("NAME", name);
+            loadStored(child, parent, tag == "IMAGE" ? NodeKind::image : NodeKind::formattedText);
         } else if (tag == "HOLDER") {
             std::string owner;
             bool makeOwner = child.attribute("OWNER", owner) == 0 && owner == "true";
@@ -82,7 +80,7 @@ private:
     bool isStatic;
     ModuleLoadHooks* module;
     int depth = 0;
-    std::string tag, name, text;  // reused: one allocation for the whole read
+    std::string tag, name, text, moduleName;  // reused: one allocation for the whole read
 
     // A new child, marked as this load marks everything it makes. Null when
     // the name cannot be a key (empty, or with a "." in it).
@@ -98,11 +96,13 @@ private:
     }
 
     void loadGroup(XmlElement& element, DbNode& parent) {
+        std::string* outs[] = {&name, &text, &moduleName};
+        moduleName.clear();
+        unsigned got = element.attributes({"NAME", "CATEGORY", "MODULE"}, outs);
         std::string key = name;
         if (module && isTopLevelGroup(parent)) key = module->translateRecordId(parent.name, key);
-        uint32_t category = element.attribute("CATEGORY", text) == 0 ? readUnsigned(text) : 0;
-        std::string moduleName;
-        bool hasModule = element.attribute("MODULE", moduleName) == 0;
+        uint32_t category = got & 2 ? readUnsigned(text) : 0;
+        bool hasModule = got & 4;
         if (hasModule) loadedModules().insert(moduleName);
         DbNode* node = parent.child(key);
         if (!node) {
@@ -115,7 +115,8 @@ private:
     }
 
     void loadScalar(XmlElement& element, DbNode& parent, NodeKind kind) {
-        bool hasValue = element.attribute("VALUE", text) == 0;
+        std::string* outs[] = {&name, &text};
+        bool hasValue = element.attributes({"NAME", "VALUE"}, outs) & 2;
         DbNode* node = parent.child(name);
         if (!node) {
             node = create(parent, name);

@@ -3,6 +3,9 @@
 // copied without conversion.
 #include "db/XmlElement.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 
 #include "db/XmlDocumentHolder.h"
@@ -12,18 +15,27 @@ namespace lh::db {
 
 namespace {
 
-bool isAscii(const char* s) {
-    for (; *s; ++s) {
-        if (static_cast<unsigned char>(*s) >= 0x80) return false;
+// Eight bytes at a time: large documents are mostly ASCII, and this check
+// runs on every value read.
+bool isAscii(const char* s, size_t length) {
+    size_t i = 0;
+    for (; i + 8 <= length; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, s + i, 8);
+        if (word & 0x8080808080808080ull) return false;
+    }
+    for (; i < length; ++i) {
+        if (static_cast<unsigned char>(s[i]) >= 0x80) return false;
     }
     return true;
 }
 
 void assign8Bit(std::string& out, const char* utf8) {
-    if (isAscii(utf8)) {
-        out.assign(utf8);
+    size_t length = std::strlen(utf8);
+    if (isAscii(utf8, length)) {
+        out.assign(utf8, length);
     } else {
-        out = platform::utf8ToWindows1252(utf8);
+        out = platform::utf8ToWindows1252(std::string_view(utf8, length));
     }
 }
 
@@ -167,6 +179,25 @@ int XmlElement::attribute(std::string_view upperName, std::string& out) const {
         }
     }
     return -1;
+}
+
+unsigned XmlElement::attributes(std::initializer_list<std::string_view> upperNames, std::string* const* outs) const {
+    unsigned found = 0;
+    const unsigned all = (1u << std::min<size_t>(upperNames.size(), 8)) - 1;
+    for (pugi::xml_attribute a = pugi::xml_node(node).first_attribute(); a && found != all; a = a.next_attribute()) {
+        const char* name = a.name();
+        unsigned bit = 1;
+        for (std::string_view wanted : upperNames) {
+            if (bit > all) break;
+            if (!(found & bit) && equalsNoCase(name, wanted)) {
+                assign8Bit(*outs[std::countr_zero(bit)], a.value());
+                found |= bit;
+                break;
+            }
+            bit <<= 1;
+        }
+    }
+    return found;
 }
 
 int XmlElement::attribute(std::string_view upperName, char* buffer, size_t size) const {

@@ -15,6 +15,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -62,6 +63,10 @@ public:
     // 0 and the value, or -1 with `out` left as it was.
     int attribute(std::string_view upperName, std::string& out) const;
     int attribute(std::string_view upperName, char* buffer, size_t size) const;
+    // Several attributes in one pass: the value of upperNames[i] goes to
+    // *outs[i] (left as it was when absent), and bit i of the answer tells
+    // that it was there. At most 8 names.
+    unsigned attributes(std::initializer_list<std::string_view> upperNames, std::string* const* outs) const;
 
     // The text of a text piece, or of all text pieces below an element joined
     // in order; nullopt when there is none.

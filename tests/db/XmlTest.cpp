@@ -198,3 +198,16 @@ TEST(Xml, LentChildrenWalkInOrderAndWhatTheyHandOutOutlivesTheDocument) {
     EXPECT_EQ(kept->tagName(tag), 0);
     EXPECT_EQ(tag, "DEEP");
 }
+
+TEST(Xml, SeveralAttributesInOnePass) {
+    std::unique_ptr<XmlElement> root = parseXmlText("<root Name=\"n\" value=\"\" other=\"o\"/>", "attrs");
+    ASSERT_TRUE(root);
+    std::string name, category = "kept", value = "x";
+    std::string* outs[] = {&name, &category, &value};
+    // Found ones set their bit; an absent one leaves its text alone; an
+    // empty one is there, and empty.
+    EXPECT_EQ(root->attributes({"NAME", "CATEGORY", "VALUE"}, outs), 0b101u);
+    EXPECT_EQ(name, "n");
+    EXPECT_EQ(category, "kept");
+    EXPECT_EQ(value, "");
+}

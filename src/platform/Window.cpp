@@ -55,7 +55,24 @@ SplashWindow* SplashWindow::create(const std::string& title) {
     return splash;
 }
 
-SplashWindow::~SplashWindow() { SDL_DestroyWindow(sdl(handle)); }
+namespace {
+
+// Runs `work` and makes the GL context that was current before current
+// again: a window surface may be backed by a GL renderer of SDL's own, whose
+// context its painting makes current and its destruction leaves unbound.
+template <class F>
+void keepingGlContext(F work) {
+    SDL_Window* glWindow = SDL_GL_GetCurrentWindow();
+    SDL_GLContext glContext = SDL_GL_GetCurrentContext();
+    work();
+    if (glWindow && glContext) SDL_GL_MakeCurrent(glWindow, glContext);
+}
+
+}  // namespace
+
+SplashWindow::~SplashWindow() {
+    keepingGlContext([this] { SDL_DestroyWindow(sdl(handle)); });
+}
 
 void SplashWindow::progress(float fraction) {
     paint(fraction);
@@ -63,13 +80,9 @@ void SplashWindow::progress(float fraction) {
 }
 
 void SplashWindow::paint(float fraction) {
-    // A window surface may be backed by a GL renderer of SDL's own, which
-    // makes its context current; the main window's context must be current
-    // again afterwards, or textures made next would land in the wrong one.
-    SDL_Window* glWindow = SDL_GL_GetCurrentWindow();
-    SDL_GLContext glContext = SDL_GL_GetCurrentContext();
-    paintSurface(fraction);
-    if (glWindow && glContext) SDL_GL_MakeCurrent(glWindow, glContext);
+    // The main window's context must stay current, or textures made next
+    // would land in the splash's.
+    keepingGlContext([this, fraction] { paintSurface(fraction); });
 }
 
 void SplashWindow::paintSurface(float fraction) {

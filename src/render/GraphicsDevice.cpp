@@ -257,9 +257,6 @@ void GraphicsDevice::applyTarget(unsigned framebuffer, int width, int height, bo
 
 void GraphicsDevice::BeginFrame(const Rect& dirty) {
     if (!context || !backFramebuffer) return;
-    // Other windows (the loading splash, dialogs) come and go in between and
-    // may leave no context current; the frame always draws into ours.
-    context->makeCurrent();
     applyTarget(backFramebuffer, backWidth, backHeight, true, dirty);
     glClearColor(0, 0, 0, 0);
     glClear(GL_COLOR_BUFFER_BIT);

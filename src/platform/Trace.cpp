@@ -1,0 +1,64 @@
+// The trace file of LOREHAVEN_TRACE. Opened on first use; lines go out
+// unbuffered so that a watcher reading the file sees each one as it happens.
+#include "platform/Trace.h"
+
+#include <chrono>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace lh::platform {
+namespace {
+
+struct TraceFile {
+    std::FILE* file = nullptr;
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+
+    TraceFile() {
+        const char* path = std::getenv("LOREHAVEN_TRACE");
+        if (path && *path) {
+            file = std::fopen(path, "a");
+            if (file) std::setvbuf(file, nullptr, _IONBF, 0);
+        }
+    }
+    ~TraceFile() { close(); }
+    void close() {
+        if (file) std::fclose(file);
+        file = nullptr;
+    }
+};
+
+TraceFile& traceFile() {
+    static TraceFile t;
+    return t;
+}
+
+}  // namespace
+
+bool traceOn() { return traceFile().file != nullptr; }
+
+void trace(const char* format, ...) {
+    TraceFile& t = traceFile();
+    if (!t.file) return;
+    char text[2048];
+    va_list args;
+    va_start(args, format);
+    int n = std::vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    if (n < 0) return;
+    auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - t.start).count();
+    std::string line = std::to_string(ms);
+    line += ' ';
+    for (const char* p = text; *p; ++p) {
+        if (*p == '\n') line += "\\n";
+        else line += *p;
+    }
+    line += '\n';
+    // One write per line keeps lines whole when a watcher reads mid-run.
+    std::fwrite(line.data(), 1, line.size(), t.file);
+}
+
+void closeTrace() { traceFile().close(); }
+
+}  // namespace lh::platform

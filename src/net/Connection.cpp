@@ -201,13 +201,16 @@ int Connection::readLine(std::string& line, size_t maxLength) {
 }
 
 void Connection::close(bool hard) {
-    if (!hard && currentState == ConnectionState::Connected) {
-        currentState = ConnectionState::Closing;
-        return;
+    if (!hard) {
+        if (currentState == ConnectionState::Connected) {
+            currentState = ConnectionState::Closing;
+            return;
+        }
+        // A connection that is not up yet has nothing to deliver; one that
+        // is closing already goes on delivering what it holds, and one that
+        // has ended stays as it is.
+        if (currentState != ConnectionState::Resolving && currentState != ConnectionState::Connecting) return;
     }
-    bool active = currentState == ConnectionState::Resolving || currentState == ConnectionState::Connecting ||
-                  currentState == ConnectionState::Connected || currentState == ConnectionState::Closing;
-    if (!hard && !active) return;
     dropSocket();
     currentState = ConnectionState::Closed;
 }

@@ -111,6 +111,30 @@ TEST(Connection, LinesEndAtCrLfOrLfAndSoftCloseDeliversFirst) {
     EXPECT_EQ(line, "fgh");
 }
 
+TEST(Connection, ASecondSoftCloseKeepsWhatIsStillQueued) {
+    LoopbackPair pair;
+    // More than the kernel takes at once, so some is still queued when the
+    // second close comes.
+    std::string big(8u << 20, 'q');
+    ASSERT_EQ(pair.client->writeText(big), 0);
+    pair.client->pump();
+    pair.client->close(false);
+    ASSERT_EQ(pair.client->state(), ConnectionState::Closing);
+    ASSERT_GT(pair.client->pendingSend(), 0u);
+    size_t queued = pair.client->pendingSend();
+    pair.client->close(false);
+    EXPECT_EQ(pair.client->state(), ConnectionState::Closing);
+    EXPECT_EQ(pair.client->pendingSend(), queued);
+    std::string got;
+    ASSERT_TRUE(pumpUntil({}, [&] {
+        got += readAll(*pair.server);
+        return pair.server->state() == ConnectionState::Closed;
+    }, {pair.client.get(), pair.server.get()}));
+    got += readAll(*pair.server);
+    EXPECT_EQ(got.size(), big.size());
+    EXPECT_EQ(pair.client->state(), ConnectionState::Closed);
+}
+
 TEST(Resolver, ResolvesLocalhostAndFailsCleanlyOnABadName) {
     Resolver resolver;
     std::atomic<int> done{0};
@@ -164,3 +188,4 @@ TEST(Resolver, TheSixtyFifthNameTakesTheOldestFinishedEntry) {
     ASSERT_TRUE(settle("h1"));
     EXPECT_EQ(lookups.load(), before + 2);  // h1 had to be looked up again
 }
+

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <mutex>
 
 #include "NetTestLoop.h"
 #include "support/TestSupport.h"
@@ -189,3 +191,36 @@ TEST(Resolver, TheSixtyFifthNameTakesTheOldestFinishedEntry) {
     EXPECT_EQ(lookups.load(), before + 2);  // h1 had to be looked up again
 }
 
+TEST(Resolver, DestroyingItDoesNotWaitForALookupThatHangs) {
+    // The lookup hangs until the test lets it go, or gives up on its own
+    // after a long while; giving up means the destructor waited for it.
+    struct Gate {
+        std::mutex m;
+        std::condition_variable cv;
+        bool entered = false, released = false, gaveUp = false, finished = false;
+    };
+    auto gate = std::make_shared<Gate>();
+    auto resolver = std::make_unique<Resolver>([gate](const std::string&, uint32_t&) {
+        std::unique_lock<std::mutex> lock(gate->m);
+        gate->entered = true;
+        gate->cv.notify_all();
+        gate->gaveUp = !gate->cv.wait_for(lock, std::chrono::seconds(20), [&] { return gate->released; });
+        gate->finished = true;
+        gate->cv.notify_all();
+        return false;
+    });
+    resolver->setOnDone([] {});
+    uint32_t address = 0;
+    EXPECT_EQ(resolver->lookup("slow.example", address), Resolver::Answer::Pending);
+    {
+        std::unique_lock<std::mutex> lock(gate->m);
+        ASSERT_TRUE(gate->cv.wait_for(lock, std::chrono::seconds(20), [&] { return gate->entered; }));
+    }
+    resolver.reset();
+    std::unique_lock<std::mutex> lock(gate->m);
+    EXPECT_FALSE(gate->gaveUp) << "the destructor waited for the lookup";
+    gate->released = true;
+    gate->cv.notify_all();
+    // The worker ends on its own once the lookup returns.
+    EXPECT_TRUE(gate->cv.wait_for(lock, std::chrono::seconds(20), [&] { return gate->finished; }));
+}

@@ -19,10 +19,11 @@ uint64_t steadyMs() {
 }
 
 std::string HttpServerRequest::target() const {
+    // Everything behind the method: folder and file names may hold blanks,
+    // and the protocol word was cut off already.
     size_t first = requestLine.find(' ');
     if (first == std::string::npos) return {};
-    size_t end = requestLine.find(' ', first + 1);
-    return requestLine.substr(first + 1, end == std::string::npos ? std::string::npos : end - first - 1);
+    return requestLine.substr(first + 1);
 }
 
 HttpServer::~HttpServer() = default;
@@ -75,14 +76,15 @@ void HttpServer::parse(HttpServerRequest& r) {
     if (r.state == HttpServerRequest::ReadingRequestLine && c.lineCount() > 0) {
         std::string line;
         c.readLine(line, kMaxLine);
-        size_t lastBlank = line.rfind(' ');
-        std::string protocol = lastBlank == std::string::npos ? std::string() : line.substr(lastBlank + 1);
-        if (protocol.rfind("HTTP", 0) != 0 || line.rfind("GET", 0) != 0) {
+        // The target runs from behind "GET " to the last " HTTP/": paths
+        // may hold blanks of their own.
+        size_t protocol = line.rfind(" HTTP/");
+        if (line.rfind("GET ", 0) != 0 || protocol == std::string::npos || protocol < 4) {
             r.errorText = "malformed HTTP request";
             r.state = HttpServerRequest::Failed;
             return;
         }
-        line.resize(lastBlank);
+        line.resize(protocol);
         if (size_t query = line.find('?'); query != std::string::npos) line.resize(query);
         r.requestLine = line;
         r.state = HttpServerRequest::ReadingHeader;

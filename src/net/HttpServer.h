@@ -38,7 +38,7 @@ struct HttpServerRequest {
     std::unique_ptr<Connection> connection;
     uint64_t arrivedMs = 0;
     uint16_t port = 0;
-    std::string requestLine;  // cut at the protocol word and the query
+    std::string requestLine;  // cut at the last " HTTP/" and at the query
     std::vector<std::string> headerLines;
     std::string statusLine;
     std::vector<std::string> replyHeaders;  // without their "\r\n"
@@ -46,7 +46,7 @@ struct HttpServerRequest {
     std::unique_ptr<HttpResponder> responder;
     bool served = false;
 
-    // The second word of the request line: "/path".
+    // What stands behind "GET " in the request line: "/path", blanks and all.
     std::string target() const;
     void setStatus(const std::string& line) { statusLine = line; }
     void addReplyHeader(const std::string& line) { replyHeaders.push_back(line); }

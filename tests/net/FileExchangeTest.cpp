@@ -235,6 +235,19 @@ TEST_F(FileExchangeTest, TheHostServesOnlyContentBelowItsRoot) {
     EXPECT_FALSE(fs::exists(p.atClient("rulesets\\R\\link.xml")));
 }
 
+TEST_F(FileExchangeTest, PathsWithBlanksAreServedAndFetched) {
+    Pair p;
+    std::string frame = randomBytes(70000, 4);
+    p.hostFile("rulesets\\My Rules\\graphics\\frame one.png", frame);
+    writeFile(diskPathBelow(p.hostRoot.path(), "campaigns\\My Campaign\\images\\the map.png"), "map");
+    EXPECT_EQ(fetchRaw(p, "campaigns\\My Campaign\\images\\the map.png").body, "map");
+    EXPECT_EQ(fetchRaw(p, "campaigns\\My Campaign\\images\\the map.png?x=1 HTTP/1.0").body, "map");
+    ASSERT_TRUE(p.runDialog());
+    EXPECT_EQ(p.files->view().fetchedBytes, frame.size());
+    EXPECT_TRUE(readFile(p.atClient("rulesets\\My Rules\\graphics\\frame one.png")) == frame);
+    EXPECT_TRUE(p.lines.empty());
+}
+
 namespace {
 // A hostile host: it serves the same bytes for any path whatever.
 class AnythingServer : public HttpServer {

@@ -146,6 +146,19 @@ TEST(Http, ARequestWhoseHeaderNeverEndsTimesOut) {
     ASSERT_TRUE(pumpUntil({&host}, [&] { return c.state() == ConnectionState::Closed; }, {&c}));
     EXPECT_EQ(host.httpServer().requestCount(), 0u);
     EXPECT_TRUE(host.users().empty());
+
+    // The time-out is looked at before anything the peer sent: a request
+    // that is already too old is not even read.
+    auto server = std::make_unique<TestServer>();
+    TestServer& srv = *server;
+    host.setHttpServer(std::move(server));
+    host.httpServer().setTimeoutMs(0);
+    Connection late(static_cast<Resolver*>(nullptr));
+    late.connectTo("127.0.0.1", port);
+    late.writeText(std::string("\xFF\xFF\xFF\xFF" "FILEX", 9) + "GET /big HTTP/1.0\r\n\r\n");
+    ASSERT_TRUE(pumpUntil({&host}, [&] { return late.state() == ConnectionState::Closed; }, {&late}));
+    EXPECT_TRUE(srv.targets.empty());
+    EXPECT_EQ(late.readable(), 0u);
 }
 
 TEST(Http, UrlPartsAndFailures) {

@@ -1,7 +1,7 @@
 // Paints the pictures of the default Ruleset: the Desktop tile, the frames,
 // the icons and the table pieces (tokens, portraits, maps). Everything here
 // is drawn from numbers, so the art is ours and rebuilds identically.
-// Usage: lh_artgen OUTPUT_DIR
+// Usage: lh_artgen RULESET_GRAPHICS_DIR DATA_DIR
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -44,12 +44,12 @@ Canvas secretIcon() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s OUTPUT_DIR\n", argv[0]);
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: %s RULESET_GRAPHICS_DIR DATA_DIR\n", argv[0]);
         return 2;
     }
     namespace fs = std::filesystem;
-    fs::path out = argv[1];
+    fs::path out = argv[1], data = argv[2];
     bool ok = true;
     auto save = [&](const fs::path& file, const Canvas& c) {
         fs::create_directories(file.parent_path());
@@ -61,7 +61,8 @@ int main(int argc, char** argv) {
     save(out / "desktop.png", desktopTile());
     for (const auto& [name, picture] : framePictures()) save(out / "frames" / (name + ".png"), picture);
     for (const auto& [name, picture] : iconPictures()) save(out / "icons" / (name + ".png"), picture);
-    for (const auto& [name, picture] : tablePictures()) save(out / (name + ".png"), picture);
+    for (const auto& [name, picture] : portraitShapes()) save(out / "portraits" / (name + ".png"), picture);
+    for (const auto& [name, picture] : tablePictures()) save(data / (name + ".png"), picture);
     for (int sides : {4, 6, 8, 10, 12, 20}) save(out / "icons" / ("d" + std::to_string(sides) + ".png"), dieIcon(sides));
     save(out / "icons/secret.png", secretIcon());
     return ok ? 0 : 1;

@@ -274,7 +274,11 @@ Canvas tabFrame(int kind) {
             if (p.d < 2) return rgb(0xD8B860);
             return parchment(p.x - 10, p.y - 10, 32, 11);
         }
-        return bevelled(leather(p.x, p.y, 32, 25, rgb(0x4A2C1A), rgb(0x7A5032)), p, 1, 40, 2.5f, 0.35f);
+        // the others: the same paper, older and darker, so that their captions
+        // still read
+        Color paper = shade(mix(parchment(p.x - 10, p.y - 10, 32, 11), rgb(0xB89868), 0.45f), 0.92f);
+        paper = shade(paper, 1.0f - 0.12f * std::clamp((p.y - 10) / 22.0f, 0.0f, 1.0f));
+        return bevelled(paper, p, 1, 40, 2.5f, 0.3f);
     });
 }
 

@@ -242,6 +242,299 @@ void menuIcons(Named& out) {
     add("unlocktoken", kPlain, [](Canvas& c, Color col) { padlock(c, col, true); });
 }
 
+// Letters for the text menus, as strokes in a 4 x 7 box.
+Points letterPath(char l) {
+    switch (l) {
+    case 'B': return {0, 7, 0, 0, 2.8f, 0, 3.8f, 0.9f, 3.8f, 2.5f, 2.8f, 3.4f, 0, 3.4f, 3, 3.4f, 4.1f, 4.4f, 4.1f, 6, 3, 7, 0, 7};
+    case 'U': return {0, 0, 0, 5.6f, 1.2f, 7, 2.8f, 7, 4, 5.6f, 4, 0};
+    case 'T': return {0, 0, 4.4f, 0, 2.2f, 0, 2.2f, 7};
+    case 'H': return {0, 0, 0, 7, 0, 3.5f, 4, 3.5f, 4, 0, 4, 7};
+    default: return {};
+    }
+}
+
+void letter(Canvas& c, char l, float x, float y, float scale, float width, Color col) {
+    c.strokePath(place(letterPath(l), scale, x, y), width, col);
+}
+
+void lines(Canvas& c, Color col, float x0, float x1, std::initializer_list<float> ys, float width = 2.0f) {
+    for (float y : ys) c.strokePath({x0, y, x1, y}, width, col);
+}
+
+void eyeSign(Canvas& c, Color col) {
+    Points eye = {8, 18, 13, 12.5f, 18, 11, 23, 12.5f, 28, 18, 23, 23.5f, 18, 25, 13, 23.5f};
+    c.strokePolygon(eye, 2.0f, col);
+    c.fillCircle(18, 18, 3.6f, col);
+}
+
+void tokenSign(Canvas& c, Color col) {
+    c.strokeCircle(18, 18, 8.5f, 2.2f, col);
+    c.fillCircle(18, 15.5f, 2.6f, col);
+    c.fillPolygon(arc(18, 24.5f, 5.2f, kPi, 2 * kPi, 12), col);
+}
+
+void bellSign(Canvas& c, Color col) {
+    Points bell = {11, 24, 13, 20, 13, 15};
+    Points top = arc(18, 15, 5, kPi, 2 * kPi, 12);
+    bell.insert(bell.end(), top.begin(), top.end());
+    bell.insert(bell.end(), {23, 20, 25, 24});
+    c.fillPolygon(bell, col);
+    c.fillCircle(18, 26.5f, 2, col);
+    c.fillCircle(18, 9.5f, 1.3f, col);
+}
+
+void rotateSign(Canvas& c, Color col, bool clockwise) {
+    if (clockwise) {
+        c.strokePath(arc(18, 18, 8, kPi * 0.9f, kPi * 2.3f, 24), 2.5f, col);
+        arrowHead(c, 18 + 8 * std::cos(kPi * 2.3f), 18 + 8 * std::sin(kPi * 2.3f), kPi * 2.3f + kPi / 2, 6, col);
+    } else {
+        c.strokePath(arc(18, 18, 8, kPi * 0.7f, -kPi * 0.7f, 24), 2.5f, col);
+        arrowHead(c, 18 + 8 * std::cos(-kPi * 0.7f), 18 + 8 * std::sin(-kPi * 0.7f), -kPi * 0.7f - kPi / 2, 6, col);
+    }
+}
+
+void gridSign(Canvas& c, Color col) {
+    for (float v : {11.0f, 18.0f, 25.0f}) {
+        c.strokePath({v, 9, v, 27}, 1.6f, col);
+        c.strokePath({9, v, 27, v}, 1.6f, col);
+    }
+}
+
+void maskSign(Canvas& c, Color col) {
+    Points cloud;
+    for (int i = 0; i < 36; ++i) {
+        float a = float(i) * kPi / 18;
+        float r = 8.5f + 1.6f * std::sin(a * 5);
+        cloud.push_back(18 + r * std::cos(a));
+        cloud.push_back(18 + r * 0.8f * std::sin(a));
+    }
+    c.fillPolygon(cloud, col);
+}
+
+// Menu icons of the chat, the lists, tokens, maps and formatted text.
+void moreMenuIcons(Named& out) {
+    auto add = [&](const char* name, Color enamel, Sign sign) { out.emplace_back(name, medallion(enamel, sign)); };
+    add("equals", kDice, [](Canvas& c, Color col) { lines(c, col, 11, 25, {14.5f, 21.5f}, 2.8f); });
+    add("halve", kDice, [](Canvas& c, Color col) {
+        c.strokePath({12, 25, 24, 11}, 2.2f, col);
+        c.strokePath(place(digitPath('1'), 1.1f, 8.5f, 7.5f), 2, col);
+        c.strokePath(place(digitPath('2'), 1.1f, 20.5f, 20), 2, col);
+    });
+    add("double", kDice, [](Canvas& c, Color col) {
+        c.strokePath({8.5f, 14, 15.5f, 21}, 2.2f, col);
+        c.strokePath({15.5f, 14, 8.5f, 21}, 2.2f, col);
+        c.strokePath(place(digitPath('2'), 1.7f, 19, 11.5f), 2.2f, col);
+    });
+    add("negate", kDice, [](Canvas& c, Color col) {
+        c.strokePath({10, 14, 16, 14}, 2.4f, col);
+        c.strokePath({13, 11, 13, 17}, 2.4f, col);
+        c.strokePath({20, 23, 26, 23}, 2.4f, col);
+        c.strokePath({24, 10, 12, 26}, 1.8f, col);
+    });
+    add("erase", kDanger, [](Canvas& c, Color col) {
+        c.fillPolygon({19, 8, 28, 17, 19, 26, 10, 17}, col);
+        c.fillPolygon({10, 17, 14.5f, 21.5f, 10.5f, 25.5f, 6, 21}, withAlpha(col, 0.6f));
+        c.strokePath({8, 28, 28, 28}, 1.6f, col);
+    });
+    add("prompt", kText, [](Canvas& c, Color col) { c.fillPolygon({12, 9, 26, 18, 12, 27}, col); });
+    add("hand", kDanger, [](Canvas& c, Color col) {
+        Points octagon = regular(8, 18, 18, 10, kPi / 8);
+        c.fillPolygon(octagon, col);
+        c.strokePath({13, 18, 23, 18}, 3, rgb(0x8E2A1E));
+    });
+    add("log", kText, [](Canvas& c, Color col) {
+        c.fillPolygon({10, 8, 23, 8, 27, 12, 27, 28, 10, 28}, col);
+        c.fillCircle(18, 19, 4.5f, rgb(0x24586A));
+        c.fillCircle(18, 19, 2.2f, rgb(0xC03020));
+    });
+    add("logoff", kText, [](Canvas& c, Color col) {
+        c.fillPolygon({10, 8, 23, 8, 27, 12, 27, 28, 10, 28}, col);
+        c.fillRect(14, 15, 22, 23, rgb(0x24586A));
+    });
+    add("insert", kShare, [](Canvas& c, Color col) {
+        c.strokePath({18, 10, 18, 26}, 3, col);
+        c.strokePath({10, 18, 26, 18}, 3, col);
+    });
+    add("sort", kPlain, [](Canvas& c, Color col) {
+        lines(c, col, 9, 16, {11}, 2.2f);
+        lines(c, col, 9, 19, {17}, 2.2f);
+        lines(c, col, 9, 22, {23}, 2.2f);
+        c.strokePath({26, 9, 26, 22}, 2.2f, col);
+        arrowHead(c, 26, 25.5f, kPi / 2, 5.5f, col);
+    });
+    add("rotatecw", kPlain, [](Canvas& c, Color col) { rotateSign(c, col, true); });
+    add("rotateccw", kPlain, [](Canvas& c, Color col) { rotateSign(c, col, false); });
+    add("deletetoken", kDanger, [](Canvas& c, Color col) {
+        tokenSign(c, col);
+        c.strokePath({10, 26, 26, 10}, 2.4f, col);
+    });
+    add("deletealltokens", kDanger, [](Canvas& c, Color col) {
+        c.strokeCircle(14, 15, 5.5f, 1.8f, col);
+        c.strokeCircle(22, 21, 5.5f, 1.8f, col);
+        c.strokePath({9, 27, 27, 9}, 2.4f, col);
+    });
+    add("layers", kPlain, [](Canvas& c, Color col) {
+        for (float y : {22.0f, 17.0f, 12.0f}) {
+            Points sheet = {18, y - 5, 28, y, 18, y + 5, 8, y};
+            c.fillPolygon(sheet, rgb(0x3A3E4A));
+            c.strokePolygon(sheet, 1.6f, col);
+        }
+    });
+    add("mask", kPlain, maskSign);
+    add("deletemask", kDanger, [](Canvas& c, Color col) {
+        maskSign(c, col);
+        c.strokePath({10, 27, 26, 9}, 2.6f, rgb(0x8E2A1E));
+    });
+    add("maskedit", kPlain, [](Canvas& c, Color col) {
+        maskSign(c, withAlpha(col, 0.55f));
+        pencilSign(c, col);
+    });
+    add("maskeditoff", kPlain, [](Canvas& c, Color col) {
+        maskSign(c, withAlpha(col, 0.55f));
+        crossSign(c, col, 5, 2.4f);
+    });
+    add("grid", kPlain, gridSign);
+    add("gridoff", kPlain, [](Canvas& c, Color col) {
+        gridSign(c, withAlpha(col, 0.5f));
+        c.strokePath({9, 27, 27, 9}, 2.6f, col);
+    });
+    add("goto", kShare, eyeSign);
+    add("send", kShare, [](Canvas& c, Color col) { c.fillPolygon({8, 17, 28, 9, 21, 28, 18, 20}, col); });
+    add("stopedit", kText, [](Canvas& c, Color col) {
+        pencilSign(c, withAlpha(col, 0.55f));
+        c.strokeCircle(18, 18, 9, 2, col);
+        c.strokePath({12, 24, 24, 12}, 2, col);
+    });
+    add("portrait", kPlain, [](Canvas& c, Color col) {
+        c.strokePolygon({10, 8, 26, 8, 26, 28, 10, 28}, 1.8f, col);
+        c.fillCircle(18, 15.5f, 3.4f, col);
+        c.fillPolygon(arc(18, 27, 6.5f, kPi, 2 * kPi, 14), col);
+    });
+    add("kick", kDanger, [](Canvas& c, Color col) {
+        tokenSign(c, col);
+        arrowHead(c, 29, 18, 0, 5, col);
+    });
+    add("kickconfirm", kDanger, [](Canvas& c, Color col) {
+        tokenSign(c, col);
+        c.strokePath({21, 25, 24, 28, 30, 20}, 2.4f, col);
+    });
+    add("bell", kDice, bellSign);
+    add("turn", kShare, [](Canvas& c, Color col) {
+        c.strokePath({12, 8, 12, 28}, 2.2f, col);
+        c.fillPolygon({12, 9, 26, 13, 12, 18}, col);
+    });
+    add("assignspeaker", kText, [](Canvas& c, Color col) {
+        c.fillPolygon(arc(18, 16, 9, 0, 2 * kPi, 28), col);
+        c.fillPolygon({13, 22, 12, 29, 19, 23}, col);
+    });
+    add("textnormal", kText, [](Canvas& c, Color col) { lines(c, col, 9, 27, {11, 16, 21, 26}, 2); });
+    add("texttitle", kText, [](Canvas& c, Color col) {
+        letter(c, 'T', 12, 8, 2.2f, 2.6f, col);
+        lines(c, col, 10, 26, {28}, 1.6f);
+    });
+    add("textlist", kText, [](Canvas& c, Color col) {
+        for (float y : {12.0f, 18.0f, 24.0f}) {
+            c.fillCircle(11, y, 1.8f, col);
+            c.strokePath({15, y, 27, y}, 2, col);
+        }
+    });
+    add("textlink", kText, [](Canvas& c, Color col) {
+        c.strokeCircle(14, 20, 4.5f, 2.2f, col);
+        c.strokeCircle(22, 16, 4.5f, 2.2f, col);
+    });
+    add("textchat", kText, [](Canvas& c, Color col) {
+        c.strokePolygon({9, 10, 27, 10, 27, 22, 17, 22, 12, 27, 12, 22, 9, 22}, 2, col);
+    });
+    add("bold", kText, [](Canvas& c, Color col) { letter(c, 'B', 13, 9, 2.4f, 3.2f, col); });
+    add("italics", kText, [](Canvas& c, Color col) {
+        c.strokePath({21, 9, 15, 27}, 2.6f, col);
+        c.strokePath({17, 9, 25, 9}, 2.2f, col);
+        c.strokePath({11, 27, 19, 27}, 2.2f, col);
+    });
+    add("underline", kText, [](Canvas& c, Color col) {
+        letter(c, 'U', 13, 7, 2.3f, 2.4f, col);
+        lines(c, col, 10, 26, {28}, 2);
+    });
+}
+
+// Small marks that stand in a chat line or beside the entry: the indicators
+// of prompts, halts and turns, the die of an attached roll, and the speaking
+// modes of the entry.
+Canvas smallMark(int size, Color ground, const Sign& sign) {
+    Canvas c(size, size);
+    float r = float(size) / 2 - 1;
+    c.fillCircle(float(size) / 2 + 0.5f, float(size) / 2 + 0.8f, r, rgb(0, 0.5f));
+    c.fillCircle(float(size) / 2, float(size) / 2, r, ground);
+    c.strokeCircle(float(size) / 2, float(size) / 2, r - 0.5f, 1.2f, rgb(0xD8B860));
+    Canvas mark(size, size);
+    sign(mark, kIvory);
+    c.draw(mark, 0, 0);
+    return c;
+}
+
+void chatMarks(Named& out) {
+    const float k = 20.0f / 36.0f;  // the signs are drawn for 36 pixels
+    auto scaled = [k](Sign sign) {
+        return [sign, k](Canvas& c, Color col) {
+            Canvas big(36, 36);
+            sign(big, col);
+            for (int y = 0; y < c.height(); ++y) {
+                for (int x = 0; x < c.width(); ++x) {
+                    // a box filter over the big picture's pixels
+                    Color sum{0, 0, 0, 0};
+                    int n = 0;
+                    for (int sy = int(float(y) / k); sy < int(float(y + 1) / k) && sy < 36; ++sy)
+                        for (int sx = int(float(x) / k); sx < int(float(x + 1) / k) && sx < 36; ++sx, ++n) {
+                            const Color& v = big.at(sx, sy);
+                            sum.r += v.r * v.a, sum.g += v.g * v.a, sum.b += v.b * v.a, sum.a += v.a;
+                        }
+                    if (n == 0 || sum.a <= 0) continue;
+                    c.blend(x, y, {sum.r / sum.a, sum.g / sum.a, sum.b / sum.a, sum.a / float(n)});
+                }
+            }
+        };
+    };
+    out.emplace_back("indicator_prompt", smallMark(20, rgb(0x24586A), scaled([](Canvas& c, Color col) {
+                                          c.fillPolygon({13, 9, 27, 18, 13, 27}, col);
+                                      })));
+    out.emplace_back("indicator_stop", smallMark(20, rgb(0x8E2A1E), scaled([](Canvas& c, Color col) {
+                                        c.fillPolygon(regular(8, 18, 18, 9.5f, kPi / 8), col);
+                                    })));
+    out.emplace_back("indicator_flag", smallMark(20, rgb(0x2A6A44), scaled([](Canvas& c, Color col) {
+                                        c.strokePath({12, 8, 12, 28}, 3, col);
+                                        c.fillPolygon({12, 9, 27, 13.5f, 12, 19}, col);
+                                    })));
+    out.emplace_back("textentry_die", smallMark(18, rgb(0x70002A), scaled([](Canvas& c, Color col) {
+                                       c.strokePolygon(regular(6, 18, 18, 10, -kPi / 2), 2.6f, col);
+                                       c.strokePath({18, 8, 18, 18, 9.5f, 23, 18, 18, 26.5f, 23}, 2, col);
+                                   })));
+    out.emplace_back("chat_speak", smallMark(22, rgb(0x3A3E4A), scaled([](Canvas& c, Color col) {
+                                    c.fillPolygon(arc(18, 16, 10, 0, 2 * kPi, 28), col);
+                                    c.fillPolygon({12, 22, 10, 30, 19, 24}, col);
+                                })));
+    out.emplace_back("chat_action", smallMark(22, rgb(0x8A5A14), scaled([](Canvas& c, Color col) {
+                                     c.fillPolygon({15, 7, 22, 7, 20, 21, 17, 21}, col);
+                                     c.fillCircle(18.5f, 26, 2.6f, col);
+                                 })));
+    out.emplace_back("chat_emote", smallMark(22, rgb(0x5A3478), scaled([](Canvas& c, Color col) {
+                                    Points star;
+                                    for (int i = 0; i < 10; ++i) {
+                                        float a = float(i) * kPi / 5 - kPi / 2;
+                                        float r = i % 2 ? 4.5f : 11;
+                                        star.push_back(18 + r * std::cos(a));
+                                        star.push_back(19 + r * std::sin(a));
+                                    }
+                                    c.fillPolygon(star, col);
+                                })));
+    out.emplace_back("chat_ooc", smallMark(22, rgb(0x3A3E4A), scaled([](Canvas& c, Color col) {
+                                  c.strokePath(arc(22, 18, 10, kPi * 0.72f, kPi * 1.28f, 12), 2.6f, col);
+                                  c.strokePath(arc(14, 18, 10, -kPi * 0.28f, kPi * 0.28f, 12), 2.6f, col);
+                              })));
+    out.emplace_back("chat_wait", smallMark(22, rgb(0x8A5A14), scaled([](Canvas& c, Color col) {
+                                   for (float x : {10.0f, 18.0f, 26.0f}) c.fillCircle(x, 19, 3, col);
+                               })));
+}
+
 // The hub of every ring: an engraved brass boss.
 Canvas menuHub() {
     Canvas c(40, 40);
@@ -458,6 +751,8 @@ Canvas divider(int width) {
 Named iconPictures() {
     Named out;
     menuIcons(out);
+    moreMenuIcons(out);
+    chatMarks(out);
     out.emplace_back("menuhub", menuHub());
     out.emplace_back("minimized_glow", minimizedGlow());
     struct Opener {

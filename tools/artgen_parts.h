@@ -27,7 +27,10 @@ Canvas desktopTile();
 Named framePictures();
 // Icons by name: menu medallions, window marks, openers, tabs, sheet art.
 Named iconPictures();
-// Tokens, portraits with their mask, and map pictures, by path stem.
+// Pictures that the program finds in its data folder, by path stem there:
+// tokens/..., portraits/..., maps/...
 Named tablePictures();
+// The Ruleset's frame and mask that shape every portrait.
+Named portraitShapes();
 
 }  // namespace art

@@ -199,6 +199,12 @@ TEST_F(DefaultRulesetContent, EveryFileParsesAndEveryNamedThingExists) {
     EXPECT_NE(findFrame(s.numberControls.modifierFrame), nullptr);
     EXPECT_NE(findFont(s.numberControls.modifierFont), nullptr);
     EXPECT_NE(findFrame(s.numberControls.dropFocus.frame), nullptr);
+    for (const std::string* icon : {&s.chatWindow.waitIconName, &s.chatWindow.speakIcon, &s.chatWindow.actionIcon,
+                                    &s.chatWindow.emoteIcon, &s.chatWindow.oocIcon})
+        EXPECT_NE(findIcon(*icon), nullptr) << *icon;
+    ASSERT_TRUE(s.viewerList.frame && s.viewerList.mask);
+    EXPECT_FALSE(s.viewerList.frame->IsEmpty());
+    EXPECT_EQ(s.viewerList.frame->GetWidth(), s.viewerList.mask->GetWidth());
 }
 
 TEST_F(DefaultRulesetContent, WhatTheProgramLooksUpByName) {

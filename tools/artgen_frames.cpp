@@ -19,21 +19,32 @@ float wrap(float v, int period) {
 
 float clamp01(float v) { return std::clamp(v, 0.0f, 1.0f); }
 
+// Cloudy noise from octaves whose cell counts share no factor, so that no
+// grid shows in a surface, nor where its tile repeats.
+float clouds(uint32_t seed, float x, float y, int period) {
+    float p = float(period);
+    return 0.35f * tileNoise(seed, x, y, p / 3, period, period) + 0.3f * tileNoise(seed + 1, x, y, p / 5, period, period) +
+           0.2f * tileNoise(seed + 2, x, y, p / 9, period, period) + 0.15f * tileNoise(seed + 3, x, y, p / 17, period, period);
+}
+
 }  // namespace
 
 Color parchment(float x, float y, int period, uint32_t seed) {
     x = wrap(x, period), y = wrap(y, period);
-    float blotch = tileFbm(seed, x, y, float(period) / 2, period, period);
-    float fibre = tileNoise(seed + 7, x, y, 3, period, period);
-    Color c = mix(rgb(0xD8C496), rgb(0xF1E5C6), clamp01(blotch * 1.3f - 0.1f));
-    return shade(c, 0.965f + 0.06f * fibre);
+    float stain = clouds(seed, x, y, period);
+    float fibre = tileNoise(seed + 7, x, y * 0.25f, 2, period, period / 4);  // streaks across
+    float speck = tileNoise(seed + 9, x, y, 1, period, period);
+    Color c = mix(rgb(0xDCCA9E), rgb(0xF0E4C4), std::clamp((stain - 0.5f) * 1.6f + 0.5f, 0.0f, 1.0f));
+    c = shade(c, 0.975f + 0.04f * fibre);
+    if (speck > 0.93f) c = shade(c, 0.93f);
+    return c;
 }
 
 Color leather(float x, float y, int period, uint32_t seed, Color dark, Color light) {
     x = wrap(x, period), y = wrap(y, period);
-    float body = tileFbm(seed, x, y, 16, period, period);
+    float body = clouds(seed, x, y, period);
     float pebble = tileNoise(seed + 5, x, y, 2, period, period);
-    return shade(mix(dark, light, body), 0.86f + 0.26f * pebble);
+    return shade(mix(dark, light, clamp01((body - 0.5f) * 1.5f + 0.5f)), 0.86f + 0.26f * pebble);
 }
 
 Color brass(float x, float y, int period, uint32_t seed) {
@@ -51,8 +62,8 @@ Color iron(float x, float y, int period, uint32_t seed) {
 
 Color slate(float x, float y, int period, uint32_t seed) {
     x = wrap(x, period), y = wrap(y, period);
-    float body = tileFbm(seed, x, y, 32, period, period);
-    return shade(mix(rgb(0x1C1A22), rgb(0x2E2A36), body), 0.95f + 0.08f * tileNoise(seed + 4, x, y, 2, period, period));
+    float body = clouds(seed, x, y, period);
+    return shade(mix(rgb(0x201E27), rgb(0x2A2732), body), 0.96f + 0.06f * tileNoise(seed + 4, x, y, 2, period, period));
 }
 
 Canvas desktopTile() {
@@ -156,6 +167,14 @@ Color bevelled(Color base, const FramePixel& p, float d0, float d1, float bevel,
     return base;
 }
 
+// A weight for shading that runs from 1 at `from` to 0 at `to`, and is 0
+// beyond: shading near an edge must end before the middle piece starts,
+// or every repeat of the middle would bring its own dark rim.
+float fade(float d, float from, float to) {
+    float t = clamp01((d - from) / (to - from));
+    return (1 - t) * (1 - t);
+}
+
 // A sunken edge: the opposite of bevelled, for fields pressed into a sheet.
 Color inset(Color base, const FramePixel& p, float width, float strength) {
     if (p.d >= width) return base;
@@ -202,21 +221,21 @@ void cornerCaps(Canvas& c, float at, float size, uint32_t seed) {
 // The character sheet: a stitched leather binding with a gold inlay around
 // parchment, brass caps on the corners, a soft shadow under it all.
 Canvas sheetFrame() {
-    FrameShape s{28, 96, 6, 7, 7, false, 0.45f};
+    FrameShape s{28, 128, 6, 7, 7, false, 0.45f};
     Canvas c = paintFrame(s, [&](const FramePixel& p) {
         const Color dark = rgb(0x3A2214), light = rgb(0x6E4429);
         if (p.d < 1) return rgb(0x140C07);
         if (p.d < 13) {
-            Color band = bevelled(leather(p.x, p.y, 96, 3, dark, light), p, 1, 13, 3, 0.35f);
+            Color band = bevelled(leather(p.x, p.y, 128, 3, dark, light), p, 1, 13, 3, 0.35f);
             float stitch = std::fabs(p.d - 7.0f);
             if (stitch < 0.9f && std::fmod(std::fmod(p.along, 8.0f) + 8.0f, 8.0f) < 5.0f)
                 band = mix(band, rgb(0xE0C890), 0.85f * (1.0f - stitch / 0.9f));
             return band;
         }
-        if (p.d < 15) return shade(brass(p.x, p.y, 96, 5), p.d < 14 ? 1.2f : 0.85f);
+        if (p.d < 15) return shade(brass(p.x, p.y, 128, 5), p.d < 14 ? 1.2f : 0.85f);
         if (p.d < 16) return rgb(0x3A2614);
-        float burn = 1.0f - 0.24f * std::exp(-(p.d - 16) / 5.0f);
-        return shade(parchment(p.x - 28, p.y - 28, 96, 11), burn);
+        float burn = 1.0f - 0.24f * fade(p.d, 16, 22);
+        return shade(parchment(p.x - 28, p.y - 28, 128, 11), burn);
     });
     cornerCaps(c, 6, 21, 8);
     return c;
@@ -230,7 +249,7 @@ Canvas dialogFrame() {
         if (p.d < 8) return bevelled(iron(p.x, p.y, 64, 13), p, 1, 8, 2.5f, 0.45f);
         if (p.d < 9.5f) return shade(brass(p.x, p.y, 64, 14), 1.1f);
         if (p.d < 10.5f) return rgb(0x0C0B10);
-        float vignette = 1.0f - 0.35f * std::exp(-(p.d - 10.5f) / 6.0f);
+        float vignette = 1.0f - 0.35f * fade(p.d, 10.5f, 18);
         return shade(slate(p.x - 24, p.y - 24, 64, 15), vignette);
     });
     // Rivets on the rim's corners.
@@ -253,7 +272,7 @@ Canvas panelFrame() {
         if (p.d < 4) return bevelled(brass(p.x, p.y, 64, 21), p, 1, 4, 1.5f, 0.5f);
         if (p.d < 5) return rgb(0x1A0F08);
         Color hide = leather(p.x - 16, p.y - 16, 64, 22, rgb(0x2A1810), rgb(0x4A2C1A));
-        hide = shade(hide, 1.0f - 0.3f * std::exp(-(p.d - 5) / 3.0f));
+        hide = shade(hide, 1.0f - 0.3f * fade(p.d, 5, 12));
         if (std::fabs(p.d - 8.5f) < 0.6f) hide = shade(hide, 0.7f);
         if (std::fabs(p.d - 9.5f) < 0.6f) hide = shade(hide, 1.2f);
         return hide;
@@ -284,11 +303,11 @@ Canvas tabFrame(int kind) {
 
 // A raised wooden button with a brass edge.
 Canvas buttonFrame() {
-    FrameShape s{8, 32, 2, 5, 5, false, 0.4f};
+    FrameShape s{8, 64, 2, 5, 5, false, 0.4f};
     return paintFrame(s, [&](const FramePixel& p) {
         if (p.d < 1) return rgb(0x1A1008);
-        if (p.d < 2.5f) return bevelled(brass(p.x, p.y, 32, 27), p, 1, 2.5f, 0.8f, 0.5f);
-        Color wood = leather(p.x - 8, p.y - 8, 32, 28, rgb(0x5A3A22), rgb(0x8A6040));
+        if (p.d < 2.5f) return bevelled(brass(p.x, p.y, 64, 27), p, 1, 2.5f, 0.8f, 0.5f);
+        Color wood = leather(p.x - 8, p.y - 8, 64, 28, rgb(0x5A3A22), rgb(0x7E5838));
         return bevelled(wood, p, 2.5f, 60, 2.5f, 0.4f);
     });
 }
@@ -359,7 +378,7 @@ Canvas chatFrame() {
         if (p.d < 1) return rgb(0x0A0806);
         if (p.d < 6) return bevelled(brass(p.x, p.y, 64, 35), p, 1, 6, 2, 0.45f);
         if (p.d < 7) return rgb(0x0A0806);
-        Color ground = shade(slate(p.x - 20, p.y - 20, 64, 36), 1.0f - 0.3f * std::exp(-(p.d - 7) / 4));
+        Color ground = shade(slate(p.x - 20, p.y - 20, 64, 36), 1.0f - 0.3f * fade(p.d, 7, 14));
         return withAlpha(ground, 0.9f);
     });
 }
@@ -379,12 +398,12 @@ Canvas trayFrame(int corner, int rim) {
     return paintFrame(s, [&](const FramePixel& p) {
         if (p.d < 1) return rgb(0x120A06);
         if (p.d < r) {
-            Color wood = leather(p.x, p.y * 0.3f, 64, 41, rgb(0x4A2E1A), rgb(0x7A5432));
+            Color wood = leather(p.x, p.y, 64, 41, rgb(0x4A2E1A), rgb(0x7A5432));
             return bevelled(wood, p, 1, r, 2.5f, 0.45f);
         }
         if (p.d < r + 1) return rgb(0x0A1008);
         Color felt = leather(p.x - float(corner), p.y - float(corner), 64, 42, rgb(0x173624), rgb(0x24503A));
-        return shade(felt, 1.0f - 0.5f * std::exp(-(p.d - r - 1) / 5.0f));
+        return shade(felt, 1.0f - 0.5f * fade(p.d, r + 1, float(corner) - 5));
     });
 }
 

@@ -27,16 +27,6 @@ const Color kText = rgb(0x24586A);
 
 using Sign = std::function<void(Canvas&, Color)>;
 
-Points arc(float cx, float cy, float r, float from, float to, int steps = 24) {
-    Points xy;
-    for (int i = 0; i <= steps; ++i) {
-        float a = from + (to - from) * float(i) / float(steps);
-        xy.push_back(cx + r * std::cos(a));
-        xy.push_back(cy + r * std::sin(a));
-    }
-    return xy;
-}
-
 // A sign with a soft dark shadow below and to the right, so that it stands
 // out of its ground.
 void stamp(Canvas& icon, const Sign& sign, Color color, float shadow = 0.55f) {

@@ -200,6 +200,16 @@ Points regular(int sides, float cx, float cy, float r, float turn) {
     return xy;
 }
 
+Points arc(float cx, float cy, float r, float from, float to, int steps) {
+    Points xy;
+    for (int i = 0; i <= steps; ++i) {
+        float a = from + (to - from) * float(i) / float(steps);
+        xy.push_back(cx + r * std::cos(a));
+        xy.push_back(cy + r * std::sin(a));
+    }
+    return xy;
+}
+
 Points place(const Points& xy, float s, float dx, float dy) {
     Points out(xy.size());
     for (size_t i = 0; i + 1 < xy.size(); i += 2) {

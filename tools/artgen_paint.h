@@ -58,6 +58,9 @@ float tileFbm(uint32_t seed, float x, float y, float cell, int periodX, int peri
 
 // A regular polygon around (cx, cy), first corner at angle `turn` (radians).
 Points regular(int sides, float cx, float cy, float r, float turn);
+// Points along a circular arc from angle `from` to `to` (radians), both ends
+// included.
+Points arc(float cx, float cy, float r, float from, float to, int steps = 24);
 // The points moved by (dx, dy) and scaled about the origin by s first.
 Points place(const Points& xy, float s, float dx, float dy);
 

@@ -18,16 +18,6 @@ float clamp01(float v) { return std::clamp(v, 0.0f, 1.0f); }
 
 using Figure = std::function<void(Canvas&, Color)>;
 
-Points arc(float cx, float cy, float r, float from, float to, int steps = 24) {
-    Points xy;
-    for (int i = 0; i <= steps; ++i) {
-        float a = from + (to - from) * float(i) / float(steps);
-        xy.push_back(cx + r * std::cos(a));
-        xy.push_back(cy + r * std::sin(a));
-    }
-    return xy;
-}
-
 // A 64-pixel token: a metal rim in the side's colour around a field, with a
 // figure standing on it in silhouette.
 Canvas token(Color side, Color field, const Figure& figure) {

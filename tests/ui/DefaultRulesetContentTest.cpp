@@ -174,7 +174,7 @@ TEST_F(DefaultRulesetContent, EveryFileParsesAndEveryNamedThingExists) {
             EXPECT_TRUE(numbersOfRecords[windowClass->dataSource].count(n)) << "number source " << n;
     }
 
-    // Every frame's parts lie inside its picture, and the picture is there.
+    // Every frame's picture is there and its parts lie inside it.
     for (const auto& [frameName, frame] : data.frameDefs) {
         SCOPED_TRACE("frame " + frameName);
         ASSERT_NE(frame->bitmap(), nullptr);
@@ -186,6 +186,20 @@ TEST_F(DefaultRulesetContent, EveryFileParsesAndEveryNamedThingExists) {
             EXPECT_FALSE(r.isEmpty()) << part;
             EXPECT_TRUE(r.left >= 0 && r.top >= 0 && r.right <= w && r.bottom <= h) << part;
         }
+        // The parts cut the whole picture: corners in its corners, edges
+        // between them, so that a picture and its rectangles cannot drift
+        // apart unnoticed.
+        auto part = [&](FramePart p) { return frame->source(p); };
+        EXPECT_EQ(part(TopLeft).left, 0);
+        EXPECT_EQ(part(TopLeft).top, 0);
+        EXPECT_EQ(part(BottomRight).right, w);
+        EXPECT_EQ(part(BottomRight).bottom, h);
+        EXPECT_EQ(part(Top).left, part(TopLeft).right);
+        EXPECT_EQ(part(Top).right, part(TopRight).left);
+        EXPECT_EQ(part(Left).top, part(TopLeft).bottom);
+        EXPECT_EQ(part(Left).bottom, part(BottomLeft).top);
+        EXPECT_EQ(part(Bottom).top, part(BottomLeft).top);
+        EXPECT_EQ(part(Right).left, part(TopRight).left);
     }
     for (const auto& [iconName, icon] : data.icons) EXPECT_FALSE(icon->IsEmpty()) << iconName;
     for (const auto& [fontName, font] : data.fonts) EXPECT_GT(font->LineHeight(), 8) << fontName;

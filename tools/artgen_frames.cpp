@@ -68,28 +68,32 @@ Color slate(float x, float y, int period, uint32_t seed) {
 
 Canvas desktopTile() {
     // Dark oak planks: the table that everything lies on. Planks run across,
-    // 64 pixels wide, with staggered butt joints.
-    const int size = 256;
+    // 64 pixels wide, each row cut into boards of its own lengths, so that
+    // the joints do not line up into a pattern.
+    const int size = 512;
+    const int rows = size / 64;
     Canvas c(size, size);
     for (int y = 0; y < size; ++y) {
         int plank = y / 64;
         int v = y % 64;
+        int cutA = (plank * 181 + 67) % size, cutB = (cutA + 190 + (plank * 53) % 140) % size;
         for (int x = 0; x < size; ++x) {
-            int shift = (plank * 97) % size;
-            float u = float((x + shift) % size);
-            float streak = tileNoise(31 + uint32_t(plank), u, float(y) * 9, 24, size, size * 9);
+            // Which board of the row this is: its own grain and tint.
+            int board = ((x - cutA + size) % size) < ((cutB - cutA + size) % size) ? 0 : 1;
+            uint32_t grainSeed = 31 + uint32_t(plank * 2 + board);
+            float streak = tileNoise(grainSeed, float(x), float(y) * 9, 24, size, size * 9);
             float fine = tileNoise(41, float(x), float(y) * 6, 3, size, size * 6);
             float knot = tileFbm(51, float(x), float(y), 40, size, size);
+            float tint = 0.9f + 0.2f * float((plank * 7 + board * 3) % rows) / float(rows);
             Color wood = mix(rgb(0x2A1D15), rgb(0x4A3424), clamp01(0.25f + 0.7f * streak * knot + 0.2f * fine));
             // Each board is rounded a little: lighter along its middle.
             float round = 1.0f - 0.18f * std::pow(std::fabs(float(v) - 31.5f) / 32.0f, 2.0f);
-            wood = shade(wood, round);
+            wood = shade(wood, round * tint);
             if (v == 0) wood = rgb(0x120C08);
             if (v == 1) wood = shade(wood, 1.25f);
             if (v == 63) wood = shade(wood, 0.6f);
-            int joint = (x + shift + 128 * (plank % 2)) % size;
-            if (joint == 0) wood = rgb(0x120C08);
-            if (joint == 1) wood = shade(wood, 1.2f);
+            if (x == cutA || x == cutB) wood = rgb(0x120C08);
+            if (x == (cutA + 1) % size || x == (cutB + 1) % size) wood = shade(wood, 1.2f);
             c.at(x, y) = wood;
         }
     }

@@ -364,6 +364,16 @@ Canvas plateFrame() {
     });
 }
 
+// The picked row of a list: a gold rim around a faint gold wash.
+Canvas selectionFrame() {
+    FrameShape s{8, 32, 0, 6, 6, false, 0};
+    return paintFrame(s, [&](const FramePixel& p) {
+        if (p.d < 1.5f) return rgb(0xE0B850, 0.95f);
+        float glow = fade(p.d, 1.5f, 8);
+        return mix(rgb(0xC89A30, 0.16f), rgb(0xF0C860, 0.5f), glow);
+    });
+}
+
 // A heading band: red leather between gold lines.
 Canvas headerFrame() {
     FrameShape s{6, 64, 0, 2, 2, false, 0};
@@ -428,6 +438,7 @@ Named framePictures() {
     out.emplace_back("tag", tagFrame());
     out.emplace_back("focus", focusFrame());
     out.emplace_back("plate", plateFrame());
+    out.emplace_back("selection", selectionFrame());
     out.emplace_back("header", headerFrame());
     out.emplace_back("chat", chatFrame());
     out.emplace_back("hilight", hilightFrame());

@@ -27,46 +27,56 @@ const Color kText = rgb(0x24586A);
 
 using Sign = std::function<void(Canvas&, Color)>;
 
-// A sign with a soft dark shadow below and to the right, so that it stands
-// out of its ground.
-void stamp(Canvas& icon, const Sign& sign, Color color, float shadow = 0.55f) {
+// A sign with a dark shadow below and to the right, so that it stands out
+// of its ground; the sign is drawn at `scale` times its own units.
+void stamp(Canvas& icon, const Sign& sign, Color color, float scale) {
     Canvas mark(icon.width(), icon.height());
+    mark.setTransform(scale);
     sign(mark, color);
     Canvas dark(icon.width(), icon.height());
+    dark.setTransform(scale);
     sign(dark, rgb(0x000000));
-    icon.draw(dark, 1, 1, shadow);
+    icon.draw(dark, 1, 1, 0.55f);
     icon.draw(mark, 0, 0);
 }
 
 // The 36-pixel round menu icon.
+// The round menu icon, `kMenuIcon` pixels; the sign is drawn in the 36-pixel
+// box and scaled.
+const int kMenuIcon = 44;
+
 Canvas medallion(Color enamel, const Sign& sign) {
-    Canvas c(36, 36);
-    c.fillCircle(18.5f, 19.2f, 17, rgb(0x000000, 0.45f));
-    for (int y = 0; y < 36; ++y) {
-        for (int x = 0; x < 36; ++x) {
-            float dx = float(x) + 0.5f - 18, dy = float(y) + 0.5f - 18;
+    const int n = kMenuIcon;
+    const float k = float(n) / 36.0f, c0 = float(n) / 2;
+    Canvas c(n, n);
+    c.fillCircle(c0 + 0.5f, c0 + 1.2f * k, 17 * k, rgb(0x000000, 0.45f));
+    const float outer = 16.6f * k, ring = 13.2f * k, groove = 12.2f * k;
+    for (int y = 0; y < n; ++y) {
+        for (int x = 0; x < n; ++x) {
+            float dx = float(x) + 0.5f - c0, dy = float(y) + 0.5f - c0;
             float r = std::hypot(dx, dy);
-            if (r > 16.6f) continue;
-            float cover = std::clamp(16.6f - r, 0.0f, 1.0f);
+            if (r > outer) continue;
+            float cover = std::clamp(outer - r, 0.0f, 1.0f);
             float lightness = (-dx * 0.55f - dy * 0.83f) / std::max(r, 1.0f);
             Color col;
-            if (r > 13.2f) {  // the brass ring, lit from the upper left
-                col = shade(brass(float(x), float(y), 36, 61), 1.0f + 0.35f * lightness * ((r - 13.2f) / 3.4f * 2 - 1));
-                if (r > 16) col = shade(col, 0.6f);
-            } else if (r > 12.2f) {
+            if (r > ring) {  // the brass ring, lit from the upper left
+                col = shade(brass(float(x), float(y), n, 61), 1.0f + 0.35f * lightness * ((r - ring) / (outer - ring) * 2 - 1));
+                if (r > outer - 0.6f) col = shade(col, 0.6f);
+            } else if (r > groove) {
                 col = rgb(0x1A120A);
             } else {  // the enamel, domed: lighter high up on the left
-                float dome = 1.15f - 0.35f * std::hypot(dx + 4, dy + 5) / 16.0f;
+                float dome = 1.15f - 0.35f * std::hypot(dx + 4 * k, dy + 5 * k) / (16.0f * k);
                 col = shade(enamel, dome);
             }
             c.blend(x, y, col, cover);
         }
     }
     // A gloss on the enamel.
-    Canvas gloss(36, 36);
+    Canvas gloss(n, n);
+    gloss.setTransform(k);
     gloss.fillPolygon(arc(18, 18, 11, kPi * 1.05f, kPi * 1.95f), rgb(0xFFFFFF, 0.14f));
     c.draw(gloss, 0, 0);
-    stamp(c, sign, kIvory);
+    stamp(c, sign, kIvory, k);
     return c;
 }
 
@@ -199,10 +209,8 @@ void menuIcons(Named& out) {
     add("maximizewindow", kWindow, [](Canvas& c, Color col) { windowBox(c, 10, 10, 26, 26, col); });
     add("restorewindow", kWindow, [](Canvas& c, Color col) {
         windowBox(c, 14, 9, 27, 21, col);
-        Canvas under(36, 36);
-        windowBox(under, 9, 15, 22, 27, col);
-        c.fillRect(9, 15, 23, 28, rgb(0x2A4A78));
-        c.draw(under, 0, 0);
+        c.fillPolygon({9, 15, 22, 15, 22, 27, 9, 27}, withAlpha(shade(kWindow, 1.05f), col.r > 0.5f ? 1.0f : 0.0f));
+        windowBox(c, 9, 15, 22, 27, col);
     });
     add("broadcast", kShare, broadcastSign);
     add("pointer", kPointer, arrowSign);
@@ -457,56 +465,37 @@ Canvas smallMark(int size, Color ground, const Sign& sign) {
     c.fillCircle(float(size) / 2, float(size) / 2, r, ground);
     c.strokeCircle(float(size) / 2, float(size) / 2, r - 0.5f, 1.2f, rgb(0xD8B860));
     Canvas mark(size, size);
+    mark.setTransform(float(size) / 36.0f);
     sign(mark, kIvory);
     c.draw(mark, 0, 0);
     return c;
 }
 
 void chatMarks(Named& out) {
-    const float k = 20.0f / 36.0f;  // the signs are drawn for 36 pixels
-    auto scaled = [k](Sign sign) {
-        return [sign, k](Canvas& c, Color col) {
-            Canvas big(36, 36);
-            sign(big, col);
-            for (int y = 0; y < c.height(); ++y) {
-                for (int x = 0; x < c.width(); ++x) {
-                    // a box filter over the big picture's pixels
-                    Color sum{0, 0, 0, 0};
-                    int n = 0;
-                    for (int sy = int(float(y) / k); sy < int(float(y + 1) / k) && sy < 36; ++sy)
-                        for (int sx = int(float(x) / k); sx < int(float(x + 1) / k) && sx < 36; ++sx, ++n) {
-                            const Color& v = big.at(sx, sy);
-                            sum.r += v.r * v.a, sum.g += v.g * v.a, sum.b += v.b * v.a, sum.a += v.a;
-                        }
-                    if (n == 0 || sum.a <= 0) continue;
-                    c.blend(x, y, {sum.r / sum.a, sum.g / sum.a, sum.b / sum.a, sum.a / float(n)});
-                }
-            }
-        };
-    };
-    out.emplace_back("indicator_prompt", smallMark(20, rgb(0x24586A), scaled([](Canvas& c, Color col) {
+    out.emplace_back("indicator_prompt", smallMark(20, rgb(0x24586A), [](Canvas& c, Color col) {
                                           c.fillPolygon({13, 9, 27, 18, 13, 27}, col);
-                                      })));
-    out.emplace_back("indicator_stop", smallMark(20, rgb(0x8E2A1E), scaled([](Canvas& c, Color col) {
+                                      }));
+    out.emplace_back("indicator_stop", smallMark(20, rgb(0x8E2A1E), [](Canvas& c, Color col) {
                                         c.fillPolygon(regular(8, 18, 18, 9.5f, kPi / 8), col);
-                                    })));
-    out.emplace_back("indicator_flag", smallMark(20, rgb(0x2A6A44), scaled([](Canvas& c, Color col) {
+                                    }));
+    out.emplace_back("indicator_flag", smallMark(20, rgb(0x2A6A44), [](Canvas& c, Color col) {
                                         c.strokePath({12, 8, 12, 28}, 3, col);
                                         c.fillPolygon({12, 9, 27, 13.5f, 12, 19}, col);
-                                    })));
-    out.emplace_back("textentry_die", smallMark(18, rgb(0x70002A), scaled([](Canvas& c, Color col) {
+                                    }));
+    out.emplace_back("textentry_die", smallMark(18, rgb(0x70002A), [](Canvas& c, Color col) {
                                        c.strokePolygon(regular(6, 18, 18, 10, -kPi / 2), 2.6f, col);
                                        c.strokePath({18, 8, 18, 18, 9.5f, 23, 18, 18, 26.5f, 23}, 2, col);
-                                   })));
-    out.emplace_back("chat_speak", smallMark(22, rgb(0x3A3E4A), scaled([](Canvas& c, Color col) {
+                                   }));
+    out.emplace_back("rejected", smallMark(22, kDanger, [](Canvas& c, Color col) { crossSign(c, col, 6.5f, 3.6f); }));
+    out.emplace_back("chat_speak", smallMark(22, rgb(0x3A3E4A), [](Canvas& c, Color col) {
                                     c.fillPolygon(arc(18, 16, 10, 0, 2 * kPi, 28), col);
                                     c.fillPolygon({12, 22, 10, 30, 19, 24}, col);
-                                })));
-    out.emplace_back("chat_action", smallMark(22, rgb(0x8A5A14), scaled([](Canvas& c, Color col) {
+                                }));
+    out.emplace_back("chat_action", smallMark(22, rgb(0x8A5A14), [](Canvas& c, Color col) {
                                      c.fillPolygon({15, 7, 22, 7, 20, 21, 17, 21}, col);
                                      c.fillCircle(18.5f, 26, 2.6f, col);
-                                 })));
-    out.emplace_back("chat_emote", smallMark(22, rgb(0x5A3478), scaled([](Canvas& c, Color col) {
+                                 }));
+    out.emplace_back("chat_emote", smallMark(22, rgb(0x5A3478), [](Canvas& c, Color col) {
                                     Points star;
                                     for (int i = 0; i < 10; ++i) {
                                         float a = float(i) * kPi / 5 - kPi / 2;
@@ -515,33 +504,36 @@ void chatMarks(Named& out) {
                                         star.push_back(19 + r * std::sin(a));
                                     }
                                     c.fillPolygon(star, col);
-                                })));
-    out.emplace_back("chat_ooc", smallMark(22, rgb(0x3A3E4A), scaled([](Canvas& c, Color col) {
+                                }));
+    out.emplace_back("chat_ooc", smallMark(22, rgb(0x3A3E4A), [](Canvas& c, Color col) {
                                   c.strokePath(arc(22, 18, 10, kPi * 0.72f, kPi * 1.28f, 12), 2.6f, col);
                                   c.strokePath(arc(14, 18, 10, -kPi * 0.28f, kPi * 0.28f, 12), 2.6f, col);
-                              })));
-    out.emplace_back("chat_wait", smallMark(22, rgb(0x8A5A14), scaled([](Canvas& c, Color col) {
+                              }));
+    out.emplace_back("chat_wait", smallMark(22, rgb(0x8A5A14), [](Canvas& c, Color col) {
                                    for (float x : {10.0f, 18.0f, 26.0f}) c.fillCircle(x, 19, 3, col);
-                               })));
+                               }));
 }
 
 // The hub of every ring: an engraved brass boss.
 Canvas menuHub() {
-    Canvas c(40, 40);
-    c.fillCircle(20.5f, 21.3f, 18, rgb(0x000000, 0.5f));
-    for (int y = 0; y < 40; ++y) {
-        for (int x = 0; x < 40; ++x) {
-            float dx = float(x) + 0.5f - 20, dy = float(y) + 0.5f - 20;
+    const int n = 48;
+    const float k = float(n) / 40.0f, c0 = float(n) / 2;  // drawn in a 40-pixel box
+    Canvas c(n, n);
+    for (int y = 0; y < n; ++y) {
+        for (int x = 0; x < n; ++x) {
+            float dx = (float(x) + 0.5f - c0) / k, dy = (float(y) + 0.5f - c0) / k;
             float r = std::hypot(dx, dy);
-            if (r > 18) continue;
             float lightness = (-dx * 0.55f - dy * 0.83f) / std::max(r, 1.0f);
-            Color col = brass(float(x), float(y), 40, 71);
+            Color col = brass(float(x), float(y), n, 71);
             if (r > 14) col = shade(col, 1.0f + 0.4f * lightness);
             else if (r > 12.5f) col = shade(col, 1.0f - 0.45f * lightness);
             else col = shade(col, 1.1f - 0.3f * r / 12.5f);
-            c.blend(x, y, col, std::clamp(18 - r, 0.0f, 1.0f));
+            float shadow = std::hypot(dx - 0.5f, dy - 1.3f);
+            if (shadow < 18.5f) c.blend(x, y, rgb(0, 0.5f), std::clamp((18.5f - shadow) * k, 0.0f, 1.0f));
+            if (r < 18.5f) c.blend(x, y, col, std::clamp((18 - r) * k + 0.5f, 0.0f, 1.0f));
         }
     }
+    c.setTransform(k);
     for (int i = 0; i < 8; ++i) {
         float a = float(i) * kPi / 4;
         float x = 20 + 16 * std::cos(a), y = 20 + 16 * std::sin(a);

@@ -43,7 +43,20 @@ void Canvas::blend(int x, int y, Color c, float coverage) {
     d.a = outA;
 }
 
+Points Canvas::mapped(const Points& xy) const {
+    Points out(xy.size());
+    for (size_t i = 0; i + 1 < xy.size(); i += 2) {
+        out[i] = xy[i] * ts + tx;
+        out[i + 1] = xy[i + 1] * ts + ty;
+    }
+    return out;
+}
+
 void Canvas::fillRect(int x0, int y0, int x1, int y1, Color c) {
+    if (ts != 1 || tx != 0 || ty != 0) {
+        x0 = int(std::lround(float(x0) * ts + tx)), x1 = int(std::lround(float(x1) * ts + tx));
+        y0 = int(std::lround(float(y0) * ts + ty)), y1 = int(std::lround(float(y1) * ts + ty));
+    }
     for (int y = std::max(0, y0); y < std::min(h, y1); ++y)
         for (int x = std::max(0, x0); x < std::min(w, x1); ++x) blend(x, y, c);
 }
@@ -100,7 +113,8 @@ Box boundsOf(const Points& xy, float pad, int w, int h) {
 
 }  // namespace
 
-void Canvas::fillPolygon(const Points& xy, Color c) {
+void Canvas::fillPolygon(const Points& source, Color c) {
+    const Points xy = mapped(source);
     Box b = boundsOf(xy, 1, w, h);
     for (int y = b.y0; y < b.y1; ++y) {
         for (int x = b.x0; x < b.x1; ++x) {
@@ -116,7 +130,9 @@ void Canvas::strokePolygon(const Points& xy, float width, Color c) { strokeSegme
 
 void Canvas::strokePath(const Points& xy, float width, Color c) { strokeSegments(xy, width, c, false); }
 
-void Canvas::strokeSegments(const Points& xy, float width, Color c, bool closed) {
+void Canvas::strokeSegments(const Points& source, float width, Color c, bool closed) {
+    const Points xy = mapped(source);
+    width *= ts;
     size_t n = xy.size() / 2;
     if (n == 0) return;
     size_t segments = closed ? n : n - 1;
@@ -152,6 +168,7 @@ float tileNoise(uint32_t seed, float x, float y, float cell, int periodX, int pe
 }
 
 void Canvas::fillCircle(float cx, float cy, float r, Color c) {
+    cx = cx * ts + tx, cy = cy * ts + ty, r *= ts;
     for (int y = std::max(0, int(cy - r - 2)); y < std::min(h, int(cy + r + 2)); ++y) {
         for (int x = std::max(0, int(cx - r - 2)); x < std::min(w, int(cx + r + 2)); ++x) {
             float d = std::hypot(float(x) + 0.5f - cx, float(y) + 0.5f - cy);
@@ -162,6 +179,7 @@ void Canvas::fillCircle(float cx, float cy, float r, Color c) {
 }
 
 void Canvas::strokeCircle(float cx, float cy, float r, float width, Color c) {
+    cx = cx * ts + tx, cy = cy * ts + ty, r *= ts, width *= ts;
     float outer = r + width / 2 + 2;
     for (int y = std::max(0, int(cy - outer)); y < std::min(h, int(cy + outer)); ++y) {
         for (int x = std::max(0, int(cx - outer)); x < std::min(w, int(cx + outer)); ++x) {

@@ -37,6 +37,10 @@ public:
     void strokePath(const Points& xy, float width, Color c);
     void fillCircle(float cx, float cy, float r, Color c);
     void strokeCircle(float cx, float cy, float r, float width, Color c);
+    // Drawing in other units: every later shape is scaled by `scale` about the
+    // origin, then moved by (dx, dy); widths and radii scale too. Pixel
+    // operations (at, blend, grain, draw, crop) are not affected.
+    void setTransform(float scale, float dx = 0, float dy = 0) { ts = scale, tx = dx, ty = dy; }
     // Multiplies brightness by tileable value noise (period = canvas size).
     void grain(uint32_t seed, float cell, float amount);
     // Composites `src` with its top left at (x, y).
@@ -47,7 +51,9 @@ public:
 
 private:
     void strokeSegments(const Points& xy, float width, Color c, bool closed);
+    Points mapped(const Points& xy) const;
     int w, h;
+    float ts = 1, tx = 0, ty = 0;
     std::vector<Color> px;
 };
 

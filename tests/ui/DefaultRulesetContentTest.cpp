@@ -72,7 +72,12 @@ void gatherControl(db::XmlElement& control, const std::string& tag, SheetNames& 
     forEachElement(control, [&](db::XmlElement& child) {
         std::string part = tagOf(child);
         if (part == "FRAME") out.frames.push_back(attr(child, "NAME"));
-        if (part == "FONT") out.fonts.push_back(attr(child, "NAME"));
+        if (part == "FONT") {
+            for (const char* key : {"NAME", "DESCRIPTION"})
+                if (!attr(child, key).empty()) out.fonts.push_back(attr(child, key));
+        }
+        if (part == "SELECTIONFRAME") out.frames.push_back(attr(child, "NAME"));
+        if (part == "ERRORICON") out.icons.push_back(attr(child, "ERROR"));
         if (part == "ICON") {
             for (const char* key : {"NAME", "NORMAL", "PRESSED"})
                 if (!attr(child, key).empty()) out.icons.push_back(attr(child, key));

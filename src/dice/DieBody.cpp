@@ -162,12 +162,15 @@ void DieBody::Fit() {
         orientation = rotationAxisCosSin(anyPerpendicular(a0), -1.0f, 0.0f);
     }
 
-    // Then turn about A's direction until reference vertex B lines up too,
-    // comparing only the parts of B at right angles to that direction.
+    // Then turn about A's direction until reference vertex B lines up too.
+    // What is taken off each B along that direction is measured with a1 as
+    // it is, not with its direction: a1 is about one unit long, so what is
+    // left is nearly, not exactly, the part at right angles. This is the fit
+    // that every copy of the program makes, so it stays as it is.
     Vec3 b0 = transformPoint(shapeData->vertices[shapeData->referenceB], orientation);
     Vec3 b1 = positions[shapeData->referenceB] - center;
-    Vec3 b0p = normalized(b0 - dot(u, b0) * u);
-    Vec3 b1p = normalized(b1 - dot(u, b1) * u);
+    Vec3 b0p = normalized(b0 - dot(a1, b0) * u);
+    Vec3 b1p = normalized(b1 - dot(a1, b1) * u);
     float s = 0.0f;
     if (dot(u, u) > 0.0f && turnBetween(b0p, b1p, u, c, s))
         orientation = multiply(orientation, rotationAxisCosSin(u, c, s));

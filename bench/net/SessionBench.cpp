@@ -4,6 +4,8 @@
 //    relay), p50 and p99;
 //  - throughput of 1 MiB bodies host -> client, while chat lines still make
 //    the round trip beside them.
+// ProgramRoundTripBench.cpp measures a round trip between two processes,
+// with the program itself as host.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

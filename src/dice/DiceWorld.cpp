@@ -15,13 +15,43 @@ constexpr float kGoneDepth = 2.0f;  // z below the table at which a sunk die is 
 }  // namespace
 
 void DiceWorld::Step() {
-    // By index: a finished die's report may add dice to the list.
-    for (size_t i = 0; i < diceList.size(); ++i) diceList[i]->Step();
+    // Dice step in list order, by index: a finished die's report may add
+    // dice to the list. A die's step starts with its pair constraints, which
+    // depend on that die alone; they are solved for a few moving dice at
+    // once, ahead of their steps, so that the work overlaps. A report in
+    // between may change any die, so after one the dice left in the group
+    // solve theirs afresh: the result is always that of one die after the
+    // other.
+    size_t i = 0;
+    while (i < diceList.size()) {
+        DieBody* group[DieBody::kPairGroup];
+        int count = 0;
+        size_t end = i;
+        for (; end < diceList.size() && count < DieBody::kPairGroup; ++end) {
+            DieBody* die = diceList[end].get();
+            if (!die->atRest && !die->held) group[count++] = die;
+        }
+        DieBody::PairVelocities solved[DieBody::kPairGroup];
+        DieBody::SolvePairs(group, count, solved);
+        const uint64_t reportsBefore = reports;
+        for (int g = 0; i < end; ++i) {
+            DieBody* die = diceList[i].get();
+            if (g < count && group[g] == die) {
+                if (reports == reportsBefore)
+                    die->stepWithPairsSolved(&solved[g]);
+                else
+                    die->Step();
+                ++g;
+            } else {
+                die->Step();
+            }
+        }
+    }
 
     // Dice of a roll sink through the table after reporting, and go. The
     // permanent dice never do. Each die sinks once per step, also when one
     // before it was deleted.
-    size_t i = kPermanentDice;
+    i = kPermanentDice;
     while (i < diceList.size()) {
         DieBody& die = *diceList[i];
         if (die.finished) {
@@ -80,6 +110,7 @@ void DiceWorld::SetHeld(DieBody& die, bool held) {
 }
 
 void DiceWorld::OnDieFinished(DieBody& die, int32_t value) {
+    ++reports;
     if (onDieFinished) onDieFinished(die, value);
 }
 

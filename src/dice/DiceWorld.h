@@ -58,6 +58,7 @@ public:
 
 private:
     std::vector<std::unique_ptr<DieBody>> diceList;
+    uint64_t reports = 0;  // calls of OnDieFinished so far
 };
 
 }  // namespace lh::dice

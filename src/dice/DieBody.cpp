@@ -4,7 +4,10 @@
 // spelled out, so that the same start gives the same path on every machine.
 #include "dice/DieBody.h"
 
+#include <algorithm>
+#include <cassert>
 #include <cstring>
+#include <span>
 
 #include "dice/DiceWorld.h"
 
@@ -35,18 +38,11 @@ enum CollisionFlag : int {
     kHardHit = 32,
 };
 
-// A plane that a vertex bounces on: the floor or one of the four walls.
-struct Plane {
-    int axis;  // 0 x, 1 y, 2 z
-    float at;
-    bool beyondIsGreater;  // whether a vertex past the plane has the greater coordinate
-    int flag;
-};
+// Four floats that the compiler keeps in one vector register where it can;
+// each operation works lane by lane with the same rounding as on a float.
+typedef float Lanes4 __attribute__((vector_size(16)));
 
 float& component(Vec3& v, int axis) {
-    return axis == 0 ? v.x : axis == 1 ? v.y : v.z;
-}
-float component(const Vec3& v, int axis) {
     return axis == 0 ? v.x : axis == 1 ? v.y : v.z;
 }
 
@@ -55,6 +51,30 @@ float component(const Vec3& v, int axis) {
 // arithmetic finite.
 float impactShare(float distance, float speed) {
     return speed == 0.0f ? 0.0f : distance / speed;
+}
+
+// The bounce of a vertex on a plane at right angles to `Axis`: the floor or
+// a wall. `BeyondIsGreater` tells whether a vertex past the plane has the
+// greater coordinate. `p` and `stored` are the position and velocity as the
+// planes before left them; `v` is the velocity from before any bounce, which
+// every plane moves by. Returns the plane's flags, or 0 when not reached.
+template <int Axis, bool BeyondIsGreater>
+int bounce(Vec3& p, Vec3& stored, Vec3 v, float at, int flag, float f) {
+    float reach = component(p, Axis) + component(v, Axis);
+    if (BeyondIsGreater ? !(reach > at) : !(reach < at)) return 0;
+    int flags = std::abs(component(stored, Axis)) > kHardHitSpeed ? flag | kHardHit : flag;
+    float t = impactShare(at - component(p, Axis), component(v, Axis));
+    p += t * v;
+    for (int axis = 0; axis < 3; ++axis) {
+        float& c = component(stored, axis);
+        c = axis == Axis ? -c : c * f;
+    }
+    stored = stored * kBounceKeep;
+    // The rest of the step goes on with the velocity from before the bounce.
+    p += (1.0f - t) * v;
+    float& pc = component(p, Axis);
+    if (BeyondIsGreater ? pc > at : pc < at) pc = at;
+    return flags;
 }
 
 // Cosine and sine that turn unit vector `from` into unit vector `to` about
@@ -85,7 +105,9 @@ DieBody::DieBody(DiceWorld& owner, int32_t dieShape, uint32_t color, uint32_t fl
       vertexCount(shapeInfo(dieShape).vertexCount),
       bodyColor(color),
       colorFlags(flags),
-      shapeData(&shapeInfo(dieShape)) {
+      shapeData(&shapeInfo(dieShape)),
+      inverseCount(1.0f / static_cast<float>(shapeData->vertexCount)),
+      referenceDirectionA(normalized(shapeData->vertices[shapeData->referenceA])) {
     const Vec3* model = shapeData->vertices;
     for (int i = 0; i < vertexCount; ++i) positions[i] = model[i];
     int k = 0;
@@ -102,7 +124,7 @@ const Bounds& DieBody::collisionBounds() const {
 void DieBody::recomputeCenter() {
     Vec3 sum;
     for (int i = 0; i < vertexCount; ++i) sum += positions[i];
-    center = sum * (1.0f / static_cast<float>(vertexCount));
+    center = sum * inverseCount;
 }
 
 void DieBody::SetOrientation(float yaw, float pitch, float roll) {
@@ -127,7 +149,7 @@ void DieBody::Fit() {
     orientation = Matrix4{};
 
     // Turn the model so that reference vertex A points where it points now.
-    Vec3 a0 = normalized(shapeData->vertices[shapeData->referenceA]);
+    Vec3 a0 = referenceDirectionA;
     Vec3 a1 = positions[shapeData->referenceA] - center;
     Vec3 u = normalized(a1);
     Vec3 axis = cross(a0, u);
@@ -140,12 +162,15 @@ void DieBody::Fit() {
         orientation = rotationAxisCosSin(anyPerpendicular(a0), -1.0f, 0.0f);
     }
 
-    // Then turn about A's direction until reference vertex B lines up too,
-    // comparing only the parts of B at right angles to that direction.
+    // Then turn about A's direction until reference vertex B lines up too.
+    // What is taken off each B along that direction is measured with a1 as
+    // it is, not with its direction: a1 is about one unit long, so what is
+    // left is nearly, not exactly, the part at right angles. This is the fit
+    // that every copy of the program makes, so it stays as it is.
     Vec3 b0 = transformPoint(shapeData->vertices[shapeData->referenceB], orientation);
     Vec3 b1 = positions[shapeData->referenceB] - center;
-    Vec3 b0p = normalized(b0 - dot(u, b0) * u);
-    Vec3 b1p = normalized(b1 - dot(u, b1) * u);
+    Vec3 b0p = normalized(b0 - dot(a1, b0) * u);
+    Vec3 b1p = normalized(b1 - dot(a1, b1) * u);
     float s = 0.0f;
     if (dot(u, u) > 0.0f && turnBetween(b0p, b1p, u, c, s))
         orientation = multiply(orientation, rotationAxisCosSin(u, c, s));
@@ -202,53 +227,161 @@ void DieBody::Launch(const Matrix4& startOrientation, Vec3 startCenter, Vec3 v, 
     Throw(v, mode);
 }
 
-void DieBody::applyPairConstraints() {
-    // Impulses take effect at once: later pairs see the changed velocities.
-    int k = 0;
-    for (int i = 0; i < vertexCount; ++i) {
-        for (int j = i + 1; j < vertexCount; ++j) {
-            Vec3 d = positions[j] - positions[i];
-            float len = length(d);
-            float stretch = kStiffness * (restLengths[k++] - len);
-            if (len == 0.0f) continue;
-            Vec3 n = d * (1.0f / len);
-            float closing = dot(velocities[i] - velocities[j], n);
-            Vec3 impulse = (stretch + kPairDamping * closing) * n;
-            velocities[i] -= impulse;
-            velocities[j] += impulse;
+// The spring terms of every pair of one die: they depend on the positions
+// alone, which the pair constraints do not change, so they are worked out
+// before the impulses, all pairs at once, in arrays the compiler can turn
+// into vector code (vector square root and division are correctly rounded,
+// lane by lane, like the scalar ones).
+struct DieBody::PairTerms {
+    float nx[kMaxPairs + kRowPad], ny[kMaxPairs + kRowPad], nz[kMaxPairs + kRowPad];
+    float stretch[kMaxPairs + kRowPad];
+    float distance[kMaxPairs + kRowPad];
+};
+
+bool DieBody::computePairTerms(PairTerms& terms) const {
+    // Row by row (pairs (i, j) for all j > i), each row worked in whole
+    // groups of kRowPad lanes so that the vector code needs no scalar tail.
+    // What a row works out past its end lands on the first pairs of the rows
+    // after it, which those rows then overwrite, or in the padding at the end.
+    const int n = vertexCount;
+    float px[kMaxVertices + kRowPad] = {}, py[kMaxVertices + kRowPad] = {}, pz[kMaxVertices + kRowPad] = {};
+    for (int i = 0; i < n; ++i) px[i] = positions[i].x, py[i] = positions[i].y, pz[i] = positions[i].z;
+    int rowStart = 0;  // pair (i, j) is at rowStart + j - (i + 1)
+    for (int i = 0; i < n - 1; ++i) {
+        const int rowLength = n - 1 - i;
+        const int lanes = (rowLength + kRowPad - 1) / kRowPad * kRowPad;
+        const float xi = px[i], yi = py[i], zi = pz[i];
+        const float* xj = px + i + 1;
+        const float* yj = py + i + 1;
+        const float* zj = pz + i + 1;
+        const float* rest = restLengths.data() + rowStart;
+        float* stretch = terms.stretch + rowStart;
+        float* distance = terms.distance + rowStart;
+        float* nx = terms.nx + rowStart;
+        float* ny = terms.ny + rowStart;
+        float* nz = terms.nz + rowStart;
+        for (int l = 0; l < lanes; ++l) {
+            float dx = xj[l] - xi, dy = yj[l] - yi, dz = zj[l] - zi;
+            float len = std::sqrt(dx * dx + dy * dy + dz * dz);
+            stretch[l] = kStiffness * (rest[l] - len);
+            distance[l] = len;
+            // Not finite when the points coincide; such a pair is skipped.
+            float inverse = 1.0f / len;
+            nx[l] = dx * inverse, ny[l] = dy * inverse, nz[l] = dz * inverse;
         }
+        rowStart += rowLength;
     }
+    int coinciding = 0;
+    for (int k = 0; k < rowStart; ++k) coinciding += terms.distance[k] == 0.0f;
+    return coinciding > 0;
 }
 
-int DieBody::collide(int vertex, float f) {
-    // Floor first, then the walls top, bottom, left, right, each seeing the
-    // position and stored velocity as the one before left them.
-    const Bounds& b = collisionBounds();
-    const Plane planes[5] = {{2, 0.0f, true, kHitFloor},
-                             {1, b.top, true, kHitTop},
-                             {1, b.bottom, false, kHitBottom},
-                             {0, b.left, false, kHitLeft},
-                             {0, b.right, true, kHitRight}};
+namespace {
+
+// The impulse of one pair on the velocities of its two points.
+// `SkipCoinciding`: whether to check for a pair whose points coincide, which
+// has no direction and does nothing; the check is left out when the terms
+// showed that no pair of the die has one.
+template <bool SkipCoinciding>
+void applyPair(Lanes4* vel, const DieBody::PairTerms& t, PairSlot slot) {
+    if (SkipCoinciding && t.distance[slot.pair] == 0.0f) return;
+    Lanes4 dir{t.nx[slot.pair], t.ny[slot.pair], t.nz[slot.pair], 0.0f};
+    Lanes4 product = (vel[slot.i] - vel[slot.j]) * dir;
+    float closing = product[0] + product[1] + product[2];
+    Lanes4 impulse = (t.stretch[slot.pair] + kPairDamping * closing) * dir;
+    vel[slot.i] -= impulse;
+    vel[slot.j] += impulse;
+}
+
+// Slots [from, to) of the first `Width` dice, one pair of each in turn.
+template <bool SkipCoinciding, int Width>
+void sweepStage(Lanes4 (*vel)[kMaxVertices], const DieBody::PairTerms* terms,
+                const std::span<const PairSlot>* order, size_t from, size_t to) {
+    for (size_t s = from; s < to; ++s)
+        for (int d = 0; d < Width; ++d) applyPair<SkipCoinciding>(vel[d], terms[d], order[d][s]);
+}
+
+// Each die's impulses go in the order of pairOrder, which keeps every
+// vertex's sequence of updates exactly as in the plain i < j loop, so later
+// pairs see the changed velocities. The chain of updates is long and each
+// link waits for the one before; the chains of different dice are
+// independent, so taking one pair of each in turn lets them overlap.
+// `order` lists the dice with the most pairs first.
+template <bool SkipCoinciding>
+void sweepPairs(Lanes4 (*vel)[kMaxVertices], const DieBody::PairTerms* terms,
+                const std::span<const PairSlot>* order, int count) {
+    static_assert(DieBody::kPairGroup == 4);
+    size_t size[4] = {};
+    for (int d = 0; d < count; ++d) size[d] = order[d].size();
+    sweepStage<SkipCoinciding, 4>(vel, terms, order, 0, size[3]);
+    sweepStage<SkipCoinciding, 3>(vel, terms, order, size[3], size[2]);
+    sweepStage<SkipCoinciding, 2>(vel, terms, order, size[2], size[1]);
+    sweepStage<SkipCoinciding, 1>(vel, terms, order, size[1], size[0]);
+}
+
+}  // namespace
+
+void DieBody::SolvePairs(DieBody* const* dice, int count, PairVelocities* out) {
+    assert(count >= 0 && count <= kPairGroup);
+    // The dice with the most pairs first.
+    DieBody* sorted[kPairGroup];
+    int rank[kPairGroup];
+    for (int d = 0; d < count; ++d) {
+        int r = d;
+        while (r > 0 && sorted[r - 1]->vertexCount < dice[d]->vertexCount) {
+            sorted[r] = sorted[r - 1];
+            rank[r] = rank[r - 1];
+            --r;
+        }
+        sorted[r] = dice[d];
+        rank[r] = d;
+    }
+
+    PairTerms terms[kPairGroup];
+    // Velocities as four-lane vectors: lanes x, y and z take exactly the
+    // scalar operations, and the fourth lane only carries zeros.
+    Lanes4 vel[kPairGroup][kMaxVertices];
+    std::span<const PairSlot> order[kPairGroup];
+    bool anyCoinciding = false;
+    for (int d = 0; d < count; ++d) {
+        const DieBody& die = *sorted[d];
+        anyCoinciding = die.computePairTerms(terms[d]) || anyCoinciding;
+        for (int i = 0; i < die.vertexCount; ++i) {
+            Vec3 v = die.velocities[i];
+            vel[d][i] = Lanes4{v.x, v.y, v.z, 0.0f};
+        }
+        order[d] = pairOrder(die.vertexCount);
+    }
+
+    if (anyCoinciding)
+        sweepPairs<true>(vel, terms, order, count);
+    else
+        sweepPairs<false>(vel, terms, order, count);
+
+    for (int d = 0; d < count; ++d)
+        for (int i = 0; i < sorted[d]->vertexCount; ++i)
+            out[rank[d]][i] = Vec3{vel[d][i][0], vel[d][i][1], vel[d][i][2]};
+}
+
+int DieBody::collide(int vertex, float f, const Bounds& b) {
     Vec3& p = positions[vertex];
     Vec3& stored = velocities[vertex];
     const Vec3 v = stored;  // every test moves by the velocity before the bounces
-    int flags = 0;
-    for (const Plane& plane : planes) {
-        float reach = component(p, plane.axis) + component(v, plane.axis);
-        if (plane.beyondIsGreater ? !(reach > plane.at) : !(reach < plane.at)) continue;
-        flags |= std::abs(component(stored, plane.axis)) > kHardHitSpeed ? plane.flag | kHardHit : plane.flag;
-        float t = impactShare(plane.at - component(p, plane.axis), component(v, plane.axis));
-        p += t * v;
-        for (int axis = 0; axis < 3; ++axis) {
-            float& c = component(stored, axis);
-            c = axis == plane.axis ? -c : c * f;
-        }
-        stored = stored * kBounceKeep;
-        // The rest of the step goes on with the velocity from before the bounce.
-        p += (1.0f - t) * v;
-        float& pc = component(p, plane.axis);
-        if (plane.beyondIsGreater ? pc > plane.at : pc < plane.at) pc = plane.at;
+    // Most vertices touch nothing in a step: the first test of each plane
+    // below, all at once, on a position that no bounce has moved yet.
+    float reachX = p.x + v.x, reachY = p.y + v.y, reachZ = p.z + v.z;
+    if (!(reachZ > 0.0f) && !(reachY > b.top) && !(reachY < b.bottom) && !(reachX < b.left) && !(reachX > b.right)) {
+        p += v;
+        return 0;
     }
+
+    // Floor first, then the walls top, bottom, left, right, each seeing the
+    // position and stored velocity as the one before left them.
+    int flags = bounce<2, true>(p, stored, v, 0.0f, kHitFloor, f);
+    flags |= bounce<1, true>(p, stored, v, b.top, kHitTop, f);
+    flags |= bounce<1, false>(p, stored, v, b.bottom, kHitBottom, f);
+    flags |= bounce<0, false>(p, stored, v, b.left, kHitLeft, f);
+    flags |= bounce<0, true>(p, stored, v, b.right, kHitRight, f);
     if (flags == 0) p += v;
     return flags;
 }
@@ -276,23 +409,36 @@ void DieBody::recoverFromNonFinite() {
 }
 
 void DieBody::Step() {
+    if (atRest || held) {
+        stepWithPairsSolved(nullptr);
+        return;
+    }
+    PairVelocities solved;
+    DieBody* self = this;
+    SolvePairs(&self, 1, &solved);
+    stepWithPairsSolved(&solved);
+}
+
+void DieBody::stepWithPairsSolved(const PairVelocities* solved) {
     if (atRest) return;
     if (held) {
         ZeroVelocities();
         Fit();
         return;
     }
-    applyPairConstraints();
+    assert(solved);
+    for (int i = 0; i < vertexCount; ++i) velocities[i] = (*solved)[i];
 
     float speedSum = 0.0f;
     for (int i = 0; i < vertexCount; ++i) speedSum += length(velocities[i]);
     float f = speedSum / static_cast<float>(vertexCount) < kSlowMeanSpeed ? kSlowTangential : 1.0f;
 
     int flags = 0;
+    const Bounds& bounds = collisionBounds();
     for (int i = 0; i < vertexCount; ++i) {
         velocities[i].z += kGravity;
         velocities[i] = velocities[i] * kAirDamping;
-        flags |= collide(i, f);
+        flags |= collide(i, f, bounds);
     }
     Fit();
     if (!isFinite(center)) recoverFromNonFinite();

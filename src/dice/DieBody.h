@@ -85,17 +85,37 @@ public:
     uint32_t bodyColor;
     uint32_t colorFlags;
 
+    // The pair constraints of a step, which depend on nothing but the die:
+    // SolvePairs works them out for up to kPairGroup moving dice at once,
+    // without changing the dice, and stepWithPairsSolved then steps a die
+    // with the velocities they gave. Together they give exactly what Step
+    // gives, as long as nothing changes the die between the two.
+    static constexpr int kPairGroup = 4;
+    using PairVelocities = std::array<Vec3, kMaxVertices>;
+    static void SolvePairs(DieBody* const* dice, int count, PairVelocities* out);
+    void stepWithPairsSolved(const PairVelocities* solved);
+
+    struct PairTerms;
+
 private:
-    void applyPairConstraints();
-    int collide(int vertex, float tangential);
+    // Fills the terms of every pair; true when the points of some pair coincide.
+    bool computePairTerms(PairTerms& terms) const;
+    int collide(int vertex, float tangential, const Bounds& bounds);
     bool restTestPasses() const;
     void recomputeCenter();
     void recoverFromNonFinite();
 
     const ShapeInfo* shapeData;
+    // Fixed for the shape, worked out once: 1 / vertexCount, and the
+    // direction of reference vertex A in the model.
+    float inverseCount;
+    Vec3 referenceDirectionA;
     std::array<Vec3, kMaxVertices> positions{};
     std::array<Vec3, kMaxVertices> velocities{};
-    std::array<float, kMaxPairs> restLengths{};  // pairs (0,1), (0,2) ... (1,2) ...
+    // Pairs (0,1), (0,2) ... (1,2) ..., and zeros after them for the lanes
+    // that the pair terms work past a row's end.
+    static constexpr int kRowPad = 4;
+    std::array<float, kMaxPairs + kRowPad> restLengths{};
 };
 
 }  // namespace lh::dice

@@ -1,6 +1,7 @@
 // Vertex and face tables of the seven die shapes.
 #include "dice/DieShapes.h"
 
+#include <array>
 #include <cassert>
 
 namespace lh::dice {
@@ -106,11 +107,56 @@ const ShapeInfo kShapes[kShapeCount] = {
     {"d10", 12, kTrapezohedron, 10, 4, kPercentileFaces, -0.6555619f, 11, 3, 0.0f},
 };
 
+using PairList = std::array<PairSlot, kMaxPairs>;
+
+// Each pair gets a level one above the latest earlier pair that shares a
+// vertex with it; listing the pairs level by level, each level in packed
+// order, keeps the order of the pairs at every vertex. Pairs of one level
+// share no vertex.
+constexpr PairList buildPairOrder(int n) {
+    int level[kMaxPairs] = {};
+    int vertexLevel[kMaxVertices] = {};
+    int top = 0;
+    int k = 0;
+    for (int i = 0; i < n; ++i) {
+        for (int j = i + 1; j < n; ++j, ++k) {
+            int l = (vertexLevel[i] > vertexLevel[j] ? vertexLevel[i] : vertexLevel[j]) + 1;
+            level[k] = vertexLevel[i] = vertexLevel[j] = l;
+            if (l > top) top = l;
+        }
+    }
+    PairList order{};
+    int out = 0;
+    for (int l = 1; l <= top; ++l) {
+        k = 0;
+        for (int i = 0; i < n; ++i)
+            for (int j = i + 1; j < n; ++j, ++k)
+                if (level[k] == l)
+                    order[static_cast<size_t>(out++)] = {static_cast<uint8_t>(i), static_cast<uint8_t>(j),
+                                                         static_cast<uint16_t>(k)};
+    }
+    return order;
+}
+
+constexpr std::array<PairList, kMaxVertices + 1> buildPairOrders() {
+    std::array<PairList, kMaxVertices + 1> all{};
+    for (int n = 0; n <= kMaxVertices; ++n) all[static_cast<size_t>(n)] = buildPairOrder(n);
+    return all;
+}
+
+constexpr std::array<PairList, kMaxVertices + 1> kPairOrders = buildPairOrders();
+
 }  // namespace
 
 const ShapeInfo& shapeInfo(int32_t shape) {
     assert(isValidShape(shape));
     return kShapes[shape];
+}
+
+std::span<const PairSlot> pairOrder(int vertexCount) {
+    assert(vertexCount >= 0 && vertexCount <= kMaxVertices);
+    return {kPairOrders[static_cast<size_t>(vertexCount)].data(),
+            static_cast<size_t>(vertexCount * (vertexCount - 1) / 2)};
 }
 
 }  // namespace lh::dice

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "dice/DiceMath.h"
 
@@ -48,5 +49,19 @@ inline bool isValidShape(int32_t shape) {
 
 // The shape's description; `shape` must be valid.
 const ShapeInfo& shapeInfo(int32_t shape);
+
+// One vertex pair (i < j) and its index in the packed order (0,1), (0,2) ...
+// (0,n-1), (1,2) ...
+struct PairSlot {
+    uint8_t i;
+    uint8_t j;
+    uint16_t pair;
+};
+
+// Every pair of a cloud of `vertexCount` points (at most kMaxVertices), in an
+// order that touches each vertex's pairs in the same sequence as the packed
+// order, but puts pairs that share no vertex next to each other, so that the
+// work on them can overlap.
+std::span<const PairSlot> pairOrder(int vertexCount);
 
 }  // namespace lh::dice

@@ -90,7 +90,7 @@ void appendTextBelow(pugi::xml_node top, std::string& utf8) {
 
 // Length of the UTF-8 sequence at s[i] and its code point, or 0 when the
 // bytes there are no valid sequence.
-size_t decodeUtf8(const std::string& s, size_t i, char32_t& cp) {
+size_t decodeUtf8(std::string_view s, size_t i, char32_t& cp) {
     unsigned char c = static_cast<unsigned char>(s[i]);
     size_t len = (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
     if (len == 0 || i + len > s.size()) return 0;
@@ -103,13 +103,110 @@ size_t decodeUtf8(const std::string& s, size_t i, char32_t& cp) {
     return len;
 }
 
-// Collects printed XML, writing non-ASCII characters as references so the
-// markup stays exact in an 8-bit file without a declaration.
-class MarkupWriter : public pugi::xml_writer {
-public:
-    std::string utf8;
-    void write(const void* data, size_t size) override { utf8.append(static_cast<const char*>(data), size); }
-};
+// Appends the UTF-8 text `text` as markup that reads back to exactly the
+// same text, whatever stands around it: "&", "<", ">" and (in attributes)
+// the double quote as entities; tab, line feed and carriage return as
+// numeric references, so that no line break or indentation of the file
+// around the markup can mix with the text, and the reader's turning of
+// white space in attributes into blanks has nothing to change; characters
+// outside ASCII as references to their code points, so the markup stays
+// exact in an 8-bit file without a declaration.
+void appendMarkupText(std::string& out, std::string_view text, bool attribute) {
+    for (size_t i = 0; i < text.size();) {
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c < 0x80) {
+            switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '\t': out += "&#9;"; break;
+            case '\n': out += "&#10;"; break;
+            case '\r': out += "&#13;"; break;
+            case '"':
+                if (attribute) {
+                    out += "&quot;";
+                    break;
+                }
+                [[fallthrough]];
+            default: out.push_back(char(c));
+            }
+            ++i;
+            continue;
+        }
+        char32_t cp = 0;
+        size_t len = decodeUtf8(text, i, cp);
+        if (len == 0) {
+            cp = platform::windows1252ToCodePoint(c);  // raw 8-bit byte
+            len = 1;
+        }
+        out += "&#";
+        out += std::to_string(uint32_t(cp));
+        out += ';';
+        i += len;
+    }
+}
+
+// A text piece inside an element. The reader drops a piece that holds
+// nothing but white space; one of blanks alone therefore starts with a
+// reference, which the reader counts as content.
+void appendPieceMarkup(std::string& out, std::string_view text) {
+    if (!text.empty() && text.find_first_not_of(' ') == std::string_view::npos) {
+        out += "&#32;";
+        text.remove_prefix(1);
+    }
+    appendMarkupText(out, text, false);
+}
+
+void appendOpenTag(std::string& out, pugi::xml_node element) {
+    out += '<';
+    out += element.name();
+    for (pugi::xml_attribute a = element.first_attribute(); a; a = a.next_attribute()) {
+        out += ' ';
+        out += a.name();
+        out += "=\"";
+        appendMarkupText(out, a.value(), true);
+        out += '"';
+    }
+}
+
+// Prints one element and all below it, without recursion: a hostile
+// document may nest deeper than the stack would allow.
+void appendElementMarkup(std::string& out, pugi::xml_node top) {
+    appendOpenTag(out, top);
+    if (!top.first_child()) {
+        out += " />";
+        return;
+    }
+    out += '>';
+    pugi::xml_node node = top.first_child();
+    while (node) {
+        bool descend = false;
+        if (isTextNode(node)) {
+            appendPieceMarkup(out, node.value());
+        } else if (node.type() == pugi::node_element) {
+            appendOpenTag(out, node);
+            if (node.first_child()) {
+                out += '>';
+                descend = true;
+            } else {
+                out += " />";
+            }
+        }
+        if (descend) {
+            node = node.first_child();
+            continue;
+        }
+        // Close every element whose last child is done.
+        while (node != top && !node.next_sibling()) {
+            node = node.parent();
+            out += "</";
+            out += node.name();
+            out += '>';
+        }
+        if (node == top) break;
+        node = node.next_sibling();
+    }
+}
 
 }  // namespace
 
@@ -222,30 +319,20 @@ std::optional<std::string> XmlElement::text() const {
 }
 
 std::string XmlElement::innerMarkup() const {
-    MarkupWriter writer;
-    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
-        if (child.type() != pugi::node_element && !isTextNode(child)) continue;
-        child.print(writer, "", pugi::format_raw);
-        if (child.type() == pugi::node_element) writer.utf8.push_back('\n');
-    }
-    // Every character outside ASCII becomes a reference to its code point.
     std::string out;
-    out.reserve(writer.utf8.size());
-    for (size_t i = 0; i < writer.utf8.size();) {
-        unsigned char c = static_cast<unsigned char>(writer.utf8[i]);
-        if (c < 0x80) {
-            out.push_back(char(c));
-            ++i;
-            continue;
+    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element) {
+            appendElementMarkup(out, child);
+            out.push_back('\n');
+        } else if (isTextNode(child)) {
+            // Between the elements, a text piece stands where the file's
+            // line breaks and indentation are: its outer white space belongs
+            // to the layout, not to the text.
+            std::string_view text = child.value();
+            size_t first = text.find_first_not_of(" \t\r\n");
+            if (first == std::string_view::npos) continue;
+            appendMarkupText(out, text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1), false);
         }
-        char32_t cp = 0;
-        size_t len = decodeUtf8(writer.utf8, i, cp);
-        if (len == 0) {
-            cp = platform::windows1252ToCodePoint(c);  // raw 8-bit byte
-            len = 1;
-        }
-        out += "&#" + std::to_string(uint32_t(cp)) + ";";
-        i += len;
     }
     return out;
 }

@@ -72,9 +72,11 @@ public:
     // in order; nullopt when there is none.
     std::optional<std::string> text() const;
 
-    // The element's content printed back as XML on one line per child
-    // element, in 8-bit text with anything above 127 written as a character
-    // reference. For values that keep XML they do not interpret yet.
+    // The element's content printed back as XML, one line per child element,
+    // for values that keep XML they do not interpret yet. No line break,
+    // tab or character above 127 stands in it as it is: each is written as
+    // a character reference, so the markup can be indented into a file and
+    // read back to the same markup any number of times.
     std::string innerMarkup() const;
 
 private:

@@ -261,6 +261,18 @@ int XmlElement::tagName(std::string& out) const {
     return 0;
 }
 
+int XmlElement::tagIndex(std::initializer_list<std::string_view> upperNames) const {
+    pugi::xml_node n(node);
+    if (n.type() != pugi::node_element) return -1;
+    const char* name = n.name();
+    int index = 0;
+    for (std::string_view wanted : upperNames) {
+        if (equalsNoCase(name, wanted)) return index;
+        ++index;
+    }
+    return -1;
+}
+
 int XmlElement::tagName(char* buffer, size_t size) const {
     std::string name;
     if (tagName(name) != 0) return -1;
@@ -288,6 +300,34 @@ unsigned XmlElement::attributes(std::initializer_list<std::string_view> upperNam
             if (bit > all) break;
             if (!(found & bit) && equalsNoCase(name, wanted)) {
                 assign8Bit(*outs[std::countr_zero(bit)], a.value());
+                found |= bit;
+                break;
+            }
+            bit <<= 1;
+        }
+    }
+    return found;
+}
+
+unsigned XmlElement::attributeViews(std::initializer_list<std::string_view> upperNames, std::string_view* views,
+                                    std::string* scratch) const {
+    unsigned found = 0;
+    const unsigned all = (1u << std::min<size_t>(upperNames.size(), 8)) - 1;
+    for (pugi::xml_attribute a = pugi::xml_node(node).first_attribute(); a && found != all; a = a.next_attribute()) {
+        const char* name = a.name();
+        unsigned bit = 1;
+        for (std::string_view wanted : upperNames) {
+            if (bit > all) break;
+            if (!(found & bit) && equalsNoCase(name, wanted)) {
+                size_t index = size_t(std::countr_zero(bit));
+                const char* value = a.value();
+                size_t length = std::strlen(value);
+                if (isAscii(value, length)) {
+                    views[index] = std::string_view(value, length);
+                } else {
+                    scratch[index] = platform::utf8ToWindows1252(std::string_view(value, length));
+                    views[index] = scratch[index];
+                }
                 found |= bit;
                 break;
             }

@@ -54,6 +54,11 @@ public:
     // is allocated and no list is gathered.
     void forEachChild(const std::function<bool(XmlElement& child)>& visit) const;
 
+    // The index of the name in `upperNames` that the tag name equals without
+    // regard to case, or -1 (also for a text piece). Compares in place: the
+    // fast road for loaders that know the tags they read.
+    int tagIndex(std::initializer_list<std::string_view> upperNames) const;
+
     // 0 and the tag name in upper case, or -1 for a text piece.
     int tagName(std::string& out) const;
     // Fixed-buffer form: cut to fit, always zero-terminated.
@@ -67,6 +72,13 @@ public:
     // *outs[i] (left as it was when absent), and bit i of the answer tells
     // that it was there. At most 8 names.
     unsigned attributes(std::initializer_list<std::string_view> upperNames, std::string* const* outs) const;
+
+    // The same without copies, for loaders of large documents: the value of
+    // upperNames[i] goes to views[i] and stays valid while the document
+    // lives, or, for a value that needs turning into 8-bit text, while
+    // scratch[i] is left alone. Absent attributes leave their view as it was.
+    unsigned attributeViews(std::initializer_list<std::string_view> upperNames, std::string_view* views,
+                            std::string* scratch) const;
 
     // The text of a text piece, or of all text pieces below an element joined
     // in order; nullopt when there is none.

@@ -31,7 +31,22 @@ bool isAscii(const char* s, size_t length) {
 }
 
 void assign8Bit(std::string& out, const char* utf8) {
-    size_t length = std::strlen(utf8);
+    // Values are mostly short: a byte loop that copies, checks and finds the
+    // end in one pass beats three library calls. A long one takes the
+    // library's road.
+    constexpr size_t kShort = 32;
+    char copy[kShort];
+    size_t i = 0;
+    unsigned char high = 0;
+    for (; i < kShort && utf8[i]; ++i) {
+        copy[i] = utf8[i];
+        high |= static_cast<unsigned char>(utf8[i]);
+    }
+    if (i < kShort && high < 0x80) {
+        out.assign(copy, i);
+        return;
+    }
+    size_t length = i + std::strlen(utf8 + i);
     if (isAscii(utf8, length)) {
         out.assign(utf8, length);
     } else {
@@ -46,9 +61,11 @@ void copyToBuffer(const std::string& text, char* buffer, size_t size) {
     buffer[n] = 0;
 }
 
-char upper(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
+inline char upper(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
 
-bool equalsNoCase(const char* name, std::string_view wanted) {
+[[gnu::always_inline]] inline bool equalsNoCase(const char* name, std::string_view wanted) {
+    // Most candidates differ in the first letter: a cheap test before the loop.
+    if (wanted.empty() ? name[0] != 0 : upper(name[0]) != upper(wanted[0])) return false;
     size_t i = 0;
     for (; name[i]; ++i) {
         if (i >= wanted.size() || upper(name[i]) != upper(wanted[i])) return false;
@@ -210,45 +227,74 @@ void appendElementMarkup(std::string& out, pugi::xml_node top) {
 
 }  // namespace
 
-XmlElement::XmlElement(std::shared_ptr<XmlDocumentHolder> doc, pugi::xml_node_struct* n)
-    : document(std::move(doc)), documentRef(&document), node(n) {}
+XmlElement::XmlElement(XmlDocumentHolder* doc, pugi::xml_node_struct* n) : document(doc), sharing(true), node(n) {
+    ++document->sharers;
+}
 
-XmlElement::XmlElement(Lent, const std::shared_ptr<XmlDocumentHolder>* owner, pugi::xml_node_struct* n)
-    : documentRef(owner), node(n) {}
+XmlElement::XmlElement(Lent, XmlDocumentHolder* doc, pugi::xml_node_struct* n)
+    : document(doc), sharing(false), node(n) {}
 
 void XmlElement::forEachChild(const std::function<bool(XmlElement& child)>& visit) const {
     for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
         pugi::xml_node_type type = child.type();
         if (type != pugi::node_element && type != pugi::node_pcdata && type != pugi::node_cdata) continue;
-        XmlElement lent(Lent{}, documentRef, child.internal_object());
+        XmlElement lent(Lent{}, document, child.internal_object());
         if (!visit(lent)) return;
     }
 }
 
-XmlElement::~XmlElement() = default;
+XmlElement::~XmlElement() {
+    if (sharing && --document->sharers == 0) delete document;
+}
 
-void XmlElement::fetchChildren() {
-    childrenFetched = true;
-    size_t count = 0;
-    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) ++count;
-    children.reserve(count);
-    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
-        pugi::xml_node_type type = child.type();
-        if (type == pugi::node_element || type == pugi::node_pcdata || type == pugi::node_cdata) {
-            children.push_back(child.internal_object());
-        }
+namespace {
+
+// Children as callers see them: elements and text pieces, nothing else.
+bool isVisible(pugi::xml_node child) {
+    pugi::xml_node_type type = child.type();
+    return type == pugi::node_element || type == pugi::node_pcdata || type == pugi::node_cdata;
+}
+
+pugi::xml_node firstVisible(pugi::xml_node child) {
+    while (child && !isVisible(child)) child = child.next_sibling();
+    return child;
+}
+
+}  // namespace
+
+pugi::xml_node_struct* XmlElement::seekChild(size_t index) {
+    if (!cursor || index < cursorIndex) {
+        cursor = firstVisible(pugi::xml_node(node).first_child()).internal_object();
+        cursorIndex = 0;
     }
+    while (cursor && cursorIndex < index) {
+        cursor = firstVisible(pugi::xml_node(cursor).next_sibling()).internal_object();
+        ++cursorIndex;
+    }
+    return cursor;
 }
 
 std::unique_ptr<XmlElement> XmlElement::childAt(size_t index) {
-    if (!childrenFetched) fetchChildren();
-    if (index >= children.size()) return nullptr;
-    return std::make_unique<XmlElement>(*documentRef, children[index]);
+    if (index >= childTotal) return nullptr;
+    pugi::xml_node_struct* child = seekChild(index);
+    if (!child) {
+        childTotal = cursorIndex;  // the walk ran off the end: now the count is known
+        cursor = nullptr;
+        return nullptr;
+    }
+    return std::make_unique<XmlElement>(document, child);
 }
 
 size_t XmlElement::childCount() {
-    if (!childrenFetched) fetchChildren();
-    return children.size();
+    if (childTotal == SIZE_MAX) {
+        size_t count = 0;
+        for (pugi::xml_node child = firstVisible(pugi::xml_node(node).first_child()); child;
+             child = firstVisible(child.next_sibling())) {
+            ++count;
+        }
+        childTotal = count;
+    }
+    return childTotal;
 }
 
 bool XmlElement::isText() const { return isTextNode(pugi::xml_node(node)); }
@@ -256,8 +302,19 @@ bool XmlElement::isText() const { return isTextNode(pugi::xml_node(node)); }
 int XmlElement::tagName(std::string& out) const {
     pugi::xml_node n(node);
     if (n.type() != pugi::node_element) return -1;
-    assign8Bit(out, n.name());
-    for (char& c : out) c = upper(c);
+    // Tag names are short and nearly always ASCII: copy and raise the case
+    // in one pass, and convert only when a byte above 127 turns up.
+    const char* name = n.name();
+    size_t length = std::strlen(name);
+    out.resize(length);
+    for (size_t i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(name[i]) >= 0x80) {
+            out = platform::utf8ToWindows1252(std::string_view(name, length));
+            for (char& c : out) c = upper(c);
+            return 0;
+        }
+        out[i] = upper(name[i]);
+    }
     return 0;
 }
 

@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -38,13 +39,15 @@ public:
     static constexpr size_t maxTagName = 1024;
     static constexpr size_t maxAttributeValue = 1024;
 
-    XmlElement(std::shared_ptr<XmlDocumentHolder> document, pugi::xml_node_struct* node);
+    // Takes a share of the document, which goes when its last element does.
+    XmlElement(XmlDocumentHolder* document, pugi::xml_node_struct* node);
     virtual ~XmlElement();
     XmlElement(const XmlElement&) = delete;
     XmlElement& operator=(const XmlElement&) = delete;
 
-    // The child at index, or null past the end. The first call gathers the
-    // children once; later calls index into that list.
+    // The child at index, or null past the end. Callers index through the
+    // children in order: the element keeps its place in them, so that each
+    // step costs the same however many children there are.
     std::unique_ptr<XmlElement> childAt(size_t index);
     size_t childCount();
 
@@ -92,18 +95,20 @@ public:
     std::string innerMarkup() const;
 
 private:
-    // A lent child: it holds no reference of its own; the element that lent
-    // it keeps the document alive while it exists.
+    // A lent child: it holds no share of its own; the element that lent it
+    // keeps the document alive while it exists.
     struct Lent {};
-    XmlElement(Lent, const std::shared_ptr<XmlDocumentHolder>* owner, pugi::xml_node_struct* node);
+    XmlElement(Lent, XmlDocumentHolder* document, pugi::xml_node_struct* node);
 
-    std::shared_ptr<XmlDocumentHolder> document;
-    const std::shared_ptr<XmlDocumentHolder>* documentRef;  // &document, or the lender's
+    XmlDocumentHolder* document;
+    bool sharing;  // holds a share of the document (not lent)
     pugi::xml_node_struct* node;
-    std::vector<pugi::xml_node_struct*> children;
-    bool childrenFetched = false;
+    // Where childAt last stood: the child and its index.
+    pugi::xml_node_struct* cursor = nullptr;
+    size_t cursorIndex = 0;
+    size_t childTotal = SIZE_MAX;  // counted when first asked for
 
-    void fetchChildren();
+    pugi::xml_node_struct* seekChild(size_t index);
 };
 
 }  // namespace lh::db

@@ -32,7 +32,9 @@ public:
     ChildMap() = default;
     ChildMap(const ChildMap&) = delete;
     ChildMap& operator=(const ChildMap&) = delete;
-    ~ChildMap() { ::operator delete(entries); }
+    ~ChildMap() {
+        if (entries) ::operator delete(entries);  // leaves, most nodes, have none
+    }
 
     const_iterator begin() const { return entries; }
     const_iterator end() const { return entries + count_; }

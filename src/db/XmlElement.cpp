@@ -348,20 +348,11 @@ int XmlElement::attribute(std::string_view upperName, std::string& out) const {
 }
 
 unsigned XmlElement::attributes(std::initializer_list<std::string_view> upperNames, std::string* const* outs) const {
-    unsigned found = 0;
-    const unsigned all = (1u << std::min<size_t>(upperNames.size(), 8)) - 1;
-    for (pugi::xml_attribute a = pugi::xml_node(node).first_attribute(); a && found != all; a = a.next_attribute()) {
-        const char* name = a.name();
-        unsigned bit = 1;
-        for (std::string_view wanted : upperNames) {
-            if (bit > all) break;
-            if (!(found & bit) && equalsNoCase(name, wanted)) {
-                assign8Bit(*outs[std::countr_zero(bit)], a.value());
-                found |= bit;
-                break;
-            }
-            bit <<= 1;
-        }
+    std::string_view views[8];
+    std::string scratch[8];
+    unsigned found = attributeViews(upperNames, views, scratch);
+    for (size_t i = 0; i < 8; ++i) {
+        if (found & (1u << i)) outs[i]->assign(views[i]);
     }
     return found;
 }

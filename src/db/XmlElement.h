@@ -10,7 +10,8 @@
 //     which answer -1 to tagName and give their text by text().
 //  5. the root is the document's outermost element.
 //  6. an absent attribute (-1) differs from an empty one (0, empty text).
-// All text is the program's 8-bit text (Windows-1252).
+// All text is the program's 8-bit text (Windows-1252). The elements of one
+// document are used on one thread at a time: they share a plain count.
 #pragma once
 
 #include <cstddef>

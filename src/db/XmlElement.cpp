@@ -234,12 +234,12 @@ XmlElement::XmlElement(XmlDocumentHolder* doc, pugi::xml_node_struct* n) : docum
 XmlElement::XmlElement(Lent, XmlDocumentHolder* doc, pugi::xml_node_struct* n)
     : document(doc), sharing(false), node(n) {}
 
-void XmlElement::forEachChild(const std::function<bool(XmlElement& child)>& visit) const {
+void XmlElement::visitChildren(bool (*visit)(void* callable, XmlElement& child), void* callable) const {
     for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
         pugi::xml_node_type type = child.type();
         if (type != pugi::node_element && type != pugi::node_pcdata && type != pugi::node_cdata) continue;
         XmlElement lent(Lent{}, document, child.internal_object());
-        if (!visit(lent)) return;
+        if (!visit(callable, lent)) return;
     }
 }
 

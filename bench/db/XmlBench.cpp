@@ -1,7 +1,13 @@
 // Parse and walk of a 10 MB document through XmlElement, against raw pugixml
-// on the same text. The ratio of the two is the wrapper's cost.
+// on the same text. The ratio of the two is the wrapper's cost. Both sides
+// copy the text into a buffer of their own and parse that in place (the
+// wrapper's entry point takes text it does not own), both walk every
+// element and read the same attributes, and both drop the document inside
+// the timing.
 #include <benchmark/benchmark.h>
 #include <pugixml.hpp>
+
+#include "FairRun.h"
 
 #include <cstring>
 #include <string>
@@ -79,7 +85,8 @@ void BM_RawPugixmlParseAndWalk(benchmark::State& state) {
     const std::string& text = tenMegabytes();
     for (auto _ : state) {
         pugi::xml_document document;
-        document.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
+        std::string buffer(text);
+        document.load_buffer_inplace(buffer.data(), buffer.size(), pugi::parse_default, pugi::encoding_utf8);
         benchmark::DoNotOptimize(walkRaw(document.document_element()));
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
@@ -89,4 +96,8 @@ void BM_RawPugixmlParseAndWalk(benchmark::State& state) {
 
 BENCHMARK(BM_RawPugixmlParseAndWalk)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_XmlElementParseAndWalk)->Unit(benchmark::kMillisecond);
-BENCHMARK_MAIN();
+
+int main(int argc, char** argv) {
+    return lh::bench::runFairly(
+        argc, argv, {{"XmlElement parse and walk / raw pugixml", "BM_XmlElementParseAndWalk", "BM_RawPugixmlParseAndWalk"}});
+}

@@ -3,12 +3,17 @@
 // the common insertion is an append, and a walk over the children touches
 // one block of memory. The key of each entry is a view of the child's own
 // name, which therefore never changes once the child is entered.
+//
+// The map itself is two numbers and a pointer, 16 bytes: most nodes are
+// leaves, and a large database has a hundred thousand of them.
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <new>
 #include <string_view>
-#include <utility>
-#include <vector>
+#include <type_traits>
 
 namespace lh::db {
 
@@ -16,21 +21,33 @@ class DbNode;
 
 class ChildMap {
 public:
-    using value_type = std::pair<std::string_view, DbNode*>;
-    using const_iterator = std::vector<value_type>::const_iterator;
+    // Moved with memmove: a plain pair of a key and its node.
+    struct value_type {
+        std::string_view first;  // the key
+        DbNode* second;          // the child
+    };
+    using const_iterator = const value_type*;
+    static_assert(std::is_trivially_copyable_v<value_type>);
 
-    const_iterator begin() const { return entries.begin(); }
-    const_iterator end() const { return entries.end(); }
-    size_t size() const { return entries.size(); }
-    bool empty() const { return entries.empty(); }
-    const value_type& front() const { return entries.front(); }
+    ChildMap() = default;
+    ChildMap(const ChildMap&) = delete;
+    ChildMap& operator=(const ChildMap&) = delete;
+    ~ChildMap() {
+        if (entries) ::operator delete(entries);  // leaves, most nodes, have none
+    }
+
+    const_iterator begin() const { return entries; }
+    const_iterator end() const { return entries + count_; }
+    size_t size() const { return count_; }
+    bool empty() const { return count_ == 0; }
+    const value_type& front() const { return entries[0]; }
 
     const_iterator find(std::string_view key) const {
-        auto it = lowerBound(key);
-        return it != entries.end() && it->first == key ? const_iterator(it) : entries.end();
+        const value_type* it = lowerBound(key);
+        return it != end() && it->first == key ? it : end();
     }
     DbNode* get(std::string_view key) const {
-        auto it = find(key);
+        const value_type* it = find(key);
         return it == end() ? nullptr : it->second;
     }
     size_t count(std::string_view key) const { return find(key) == end() ? 0 : 1; }
@@ -38,23 +55,59 @@ public:
     // Enters `node` under `key` (a view of the node's name) unless the key is
     // taken. Returns false for a taken key.
     bool insert(std::string_view key, DbNode* node) {
-        auto it = lowerBound(key);
-        if (it != entries.end() && it->first == key) return false;
-        entries.insert(it, value_type(key, node));
+        const value_type* it = lowerBound(key);
+        if (it != end() && it->first == key) return false;
+        insertAt(size_t(it - entries), key, node);
         return true;
     }
-    void erase(const_iterator it) { entries.erase(it); }
-    void clear() { entries.clear(); }
-    void reserve(size_t n) { entries.reserve(n); }
+    // Where `key` stands or would stand, and whether it is there: a lookup
+    // and an insertion with one search.
+    size_t position(std::string_view key, bool& found) const {
+        const value_type* it = lowerBound(key);
+        found = it != end() && it->first == key;
+        return size_t(it - entries);
+    }
+    DbNode* at(size_t index) const { return entries[index].second; }
+    void insertAt(size_t index, std::string_view key, DbNode* node) {
+        if (count_ == capacity) grow(count_ + 1);
+        if (index != count_)
+            std::memmove(static_cast<void*>(entries + index + 1), entries + index, (count_ - index) * sizeof(value_type));
+        entries[index] = value_type{key, node};
+        ++count_;
+    }
+    void erase(const_iterator it) {
+        size_t index = size_t(it - entries);
+        std::memmove(static_cast<void*>(entries + index), entries + index + 1, (count_ - index - 1) * sizeof(value_type));
+        --count_;
+    }
+    void clear() {
+        ::operator delete(entries);
+        entries = nullptr;
+        count_ = capacity = 0;
+    }
+    void reserve(size_t n) {
+        if (n > capacity) grow(n);
+    }
 
 private:
-    std::vector<value_type> entries;
+    value_type* entries = nullptr;
+    uint32_t count_ = 0;
+    uint32_t capacity = 0;
 
-    std::vector<value_type>::const_iterator lowerBound(std::string_view key) const {
+    void grow(size_t atLeast) {
+        size_t next = capacity ? size_t(capacity) * 2 : 4;
+        if (next < atLeast) next = atLeast;
+        auto* more = static_cast<value_type*>(::operator new(next * sizeof(value_type)));
+        if (count_) std::memcpy(static_cast<void*>(more), entries, count_ * sizeof(value_type));
+        ::operator delete(entries);
+        entries = more;
+        capacity = uint32_t(next);
+    }
+
+    const value_type* lowerBound(std::string_view key) const {
         // Appending in order is the usual case: test the end first.
-        if (entries.empty() || entries.back().first < key) return entries.end();
-        return std::lower_bound(entries.begin(), entries.end(), key,
-                                [](const value_type& e, std::string_view k) { return e.first < k; });
+        if (count_ == 0 || entries[count_ - 1].first < key) return end();
+        return std::lower_bound(begin(), end(), key, [](const value_type& e, std::string_view k) { return e.first < k; });
     }
 };
 

@@ -16,16 +16,32 @@ namespace lh::db {
 namespace {
 
 // atoi without its undefined overflow: out-of-range numbers are held at the
-// 32-bit limits, and text that is no number reads as 0.
-int32_t readInt(const std::string& text) {
-    long long n = std::strtoll(text.c_str(), nullptr, 10);
+// 32-bit limits, and text that is no number reads as 0. Leading white space
+// and a sign are taken as strtol takes them; the digits are read here, as a
+// large database reads a number for most of its nodes.
+int64_t readNumber(std::string_view text) {
+    const char* p = text.data();
+    const char* end = p + text.size();
+    while (p != end && (*p == ' ' || (*p >= '\t' && *p <= '\r'))) ++p;
+    bool negative = p != end && *p == '-';
+    if (p != end && (*p == '-' || *p == '+')) ++p;
+    int64_t n = 0;
+    for (; p != end && *p >= '0' && *p <= '9'; ++p) {
+        n = n * 10 + (*p - '0');
+        if (n > int64_t(UINT32_MAX) + 1) n = int64_t(UINT32_MAX) + 1;  // past every limit below
+    }
+    return negative ? -n : n;
+}
+
+int32_t readInt(std::string_view text) {
+    int64_t n = readNumber(text);
     if (n > INT32_MAX) return INT32_MAX;
     if (n < INT32_MIN) return INT32_MIN;
     return int32_t(n);
 }
 
-uint32_t readUnsigned(const std::string& text) {
-    long long n = std::strtoll(text.c_str(), nullptr, 10);
+uint32_t readUnsigned(std::string_view text) {
+    int64_t n = readNumber(text);
     return n < 0 || n > UINT32_MAX ? 0 : uint32_t(n);
 }
 
@@ -53,26 +69,33 @@ public:
     }
 
 private:
+    enum Tag { tagNode, tagInt, tagString, tagFormattedText, tagImage, tagHolder, tagCategoryDef };
+
     void loadChild(XmlElement& child, DbNode& parent) {
-        if (child.tagName(tag) != 0) return;
+        int tag = child.tagIndex({"NODE", "INTVALUE", "STRINGVALUE", "FORMATTEDTEXT", "IMAGE", "HOLDER", "CATEGORYDEF"});
+        if (tag < 0) return;
         name.clear();
-        if (tag == "NODE") {
-            loadGroup(child, parent);
-        } else if (tag == "INTVALUE" || tag == "STRINGVALUE") {
-            loadScalar(child, parent, tag == "INTVALUE" ? NodeKind::intValue : NodeKind::stringValue);
-        } else if (tag == "FORMATTEDTEXT" || tag == "IMAGE") {
+        switch (tag) {
+        case tagNode: loadGroup(child, parent); break;
+        case tagInt: loadScalar(child, parent, NodeKind::intValue); break;
+        case tagString: loadScalar(child, parent, NodeKind::stringValue); break;
+        case tagFormattedText:
+        case tagImage:
             child.attribute("NAME", name);
-            loadStored(child, parent, tag == "IMAGE" ? NodeKind::image : NodeKind::formattedText);
-        } else if (tag == "HOLDER") {
+            loadStored(child, parent, tag == tagImage ? NodeKind::image : NodeKind::formattedText);
+            break;
+        case tagHolder: {
             std::string owner;
             bool makeOwner = child.attribute("OWNER", owner) == 0 && owner == "true";
             if (child.attribute("NAME", text) == 0) parent.addHolder(text, makeOwner);
-        } else if (tag == "CATEGORYDEF") {
+            break;
+        }
+        case tagCategoryDef: {
             std::string holder;
             child.attribute("HOLDER", holder);
             if (child.attribute("DEFINITION", text) == 0) parent.setCategoryDefinition(holder, text);
-        } else {
-            return;
+            break;
+        }
         }
         if (module) parent.notify(ChangeKind::children);
     }
@@ -80,13 +103,15 @@ private:
     bool isStatic;
     ModuleLoadHooks* module;
     int depth = 0;
-    std::string tag, name, text, moduleName;  // reused: one allocation for the whole read
+    std::string name, text;  // reused: one allocation for the whole read
+    std::string scratch[3];  // attribute values turned into 8-bit text
 
-    // A new child, marked as this load marks everything it makes. Null when
-    // the name cannot be a key (empty, or with a "." in it).
-    DbNode* create(DbNode& parent, const std::string& key) {
-        DbNode* node = parent.addChildQuietly(key);
-        if (!node) return nullptr;
+    // The child under `key`; a new one is marked as this load marks
+    // everything it makes, and `created` tells which. Null when the name
+    // cannot be a key (empty, or with a "." in it).
+    DbNode* childOrNew(DbNode& parent, std::string_view key, bool& created) {
+        DbNode* node = parent.addChildQuietly(key, &created);
+        if (!node || !created) return node;
         node->isStatic = isStatic;
         if (module) {
             node->module.set(module->moduleName());
@@ -96,41 +121,42 @@ private:
     }
 
     void loadGroup(XmlElement& element, DbNode& parent) {
-        std::string* outs[] = {&name, &text, &moduleName};
-        moduleName.clear();
-        unsigned got = element.attributes({"NAME", "CATEGORY", "MODULE"}, outs);
-        std::string key = name;
-        if (module && isTopLevelGroup(parent)) key = module->translateRecordId(parent.name, key);
-        uint32_t category = got & 2 ? readUnsigned(text) : 0;
+        std::string_view views[3];
+        unsigned got = element.attributeViews({"NAME", "CATEGORY", "MODULE"}, views, scratch);
+        std::string_view key = views[0];
+        std::string translated;
+        if (module && isTopLevelGroup(parent)) {
+            translated = module->translateRecordId(parent.name, key);
+            key = translated;
+        }
+        uint32_t category = got & 2 ? readUnsigned(views[1]) : 0;
         bool hasModule = got & 4;
-        if (hasModule) loadedModules().insert(moduleName);
-        DbNode* node = parent.child(key);
-        if (!node) {
-            node = create(parent, key);
-            if (!node) return;
+        if (hasModule) loadedModules().emplace(views[2]);
+        bool created = false;
+        DbNode* node = childOrNew(parent, key, created);
+        if (!node) return;
+        if (created) {
             node->category = category;
-            if (hasModule && !module) node->module.set(moduleName);
+            if (hasModule && !module) node->module.set(views[2]);
         }
         load(element, *node);
     }
 
     void loadScalar(XmlElement& element, DbNode& parent, NodeKind kind) {
-        std::string* outs[] = {&name, &text};
-        bool hasValue = element.attributes({"NAME", "VALUE"}, outs) & 2;
-        DbNode* node = parent.child(name);
-        if (!node) {
-            node = create(parent, name);
-            if (!node) return;
-            node->attachValue(makeValue(kind));
-        }
+        std::string_view views[2];
+        bool hasValue = element.attributeViews({"NAME", "VALUE"}, views, scratch) & 2;
+        bool created = false;
+        DbNode* node = childOrNew(parent, views[0], created);
+        if (!node) return;
+        if (created) node->attachValue(makeValue(kind));
         if (node->kind == kind && node->value) {
             // The kind says what the value is.
             if (kind == NodeKind::intValue) {
-                static_cast<IntValue*>(node->value.get())->set(hasValue ? readInt(text) : 0);
+                static_cast<IntValue*>(node->value.get())->set(hasValue ? readInt(views[1]) : 0);
             } else {
                 auto* value = static_cast<StringValue*>(node->value.get());
                 if (hasValue) {
-                    value->set(text);
+                    value->set(views[1]);
                 } else {
                     value->set(std::nullopt);
                 }
@@ -140,12 +166,10 @@ private:
     }
 
     void loadStored(XmlElement& element, DbNode& parent, NodeKind kind) {
-        DbNode* node = parent.child(name);
-        if (!node) {
-            node = create(parent, name);
-            if (!node) return;
-            node->attachValue(makeValue(kind));
-        }
+        bool created = false;
+        DbNode* node = childOrNew(parent, name, created);
+        if (!node) return;
+        if (created) node->attachValue(makeValue(kind));
         if (node->kind != kind || !node->value) return;
         if (kind == NodeKind::image && module) {
             if (auto* image = node->valueAs<ImageValueBase>()) module->readImage(element, *image);

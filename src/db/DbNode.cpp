@@ -42,7 +42,15 @@ void DbNode::tearDown(bool nested) {
     if (!nested) {
         if (ReplicationSink* sink = dbContext().sink) sink->nodeDeleted(pathOf());
     }
-    for (auto& [key, node] : children) {
+    // A large tree does not stay in the cache: ask for the nodes a few
+    // places ahead, so that their loads overlap.
+    // The node first, its value once the node is in.
+    constexpr size_t kAhead = 8;
+    for (size_t i = 0; i < kAhead && i < children.size(); ++i) __builtin_prefetch(children.at(i), 1);
+    for (size_t i = 0; i < children.size(); ++i) {
+        if (i + kAhead < children.size()) __builtin_prefetch(children.at(i + kAhead), 1);
+        if (i + kAhead / 2 < children.size()) __builtin_prefetch(children.at(i + kAhead / 2)->value.get(), 1);
+        DbNode* node = children.at(i);
         node->tellObserversOfDeletion();
         node->tearDown(true);
         delete node;
@@ -52,11 +60,15 @@ void DbNode::tearDown(bool nested) {
     tornDown = true;
 }
 
-DbNode* DbNode::addChildQuietly(std::string_view key) {
+DbNode* DbNode::addChildQuietly(std::string_view key, bool* created) {
+    if (created) *created = false;
     if (key.empty() || key.find('.') != std::string_view::npos) return nullptr;
-    if (DbNode* existing = children.get(key)) return existing;
+    bool found = false;
+    size_t at = children.position(key, found);
+    if (found) return children.at(at);
     auto* node = new DbNode(key, this);
-    children.insert(node->name, node);
+    children.insertAt(at, node->name, node);
+    if (created) *created = true;
     return node;
 }
 
@@ -135,7 +147,7 @@ void DbNode::addHolder(std::string_view userName, bool makeOwner) {
 }
 
 void DbNode::setCategoryDefinition(std::string_view holder, std::string_view definition) {
-    categoryDefinitions[std::string(holder)] = std::string(definition);
+    categoryDefinitions.set(holder, definition);
 }
 
 int DbNode::removeModuleNodes(std::string_view moduleName) {

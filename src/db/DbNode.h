@@ -4,12 +4,12 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "db/CategoryDefinitions.h"
 #include "db/ChildMap.h"
 #include "db/FixedText.h"
 #include "db/HolderList.h"
@@ -41,7 +41,8 @@ public:
     DbNode* addChild(std::string_view key);
     // The same without telling anyone: for loaders and message handlers that
     // notify once at the end, or not at all.
-    DbNode* addChildQuietly(std::string_view key);
+    // With `created`, tells whether the child is new.
+    DbNode* addChildQuietly(std::string_view key, bool* created = nullptr);
 
     // Gives a kind-0 node its value and kind. -1 if the node has a kind
     // already (a kind never changes once set) or the value is null.
@@ -70,17 +71,20 @@ public:
         return dynamic_cast<T*>(value.get());
     }
 
+    // A large database holds a hundred thousand nodes, and reading it is
+    // mostly the making of them: the fields are kept small (about 150
+    // bytes in all), and what most nodes leave empty costs a pointer.
     std::string name;  // never changes: the parent's key is a view of it
     NodeKind kind = NodeKind::node;
-    std::unique_ptr<NodeValue> value;
-    FixedText<256> module;  // the Module this node came from; empty for ours
     uint32_t isStatic = 0;  // static Ruleset data: not editable, not stored
+    std::unique_ptr<NodeValue> value;
+    RareText<256> module;  // the Module this node came from; empty for ours
     uint32_t category = 0;
     ChildMap children;  // owned
     DbNode* parent = nullptr;
     HolderList holders;
     User* owner = nullptr;
-    std::map<std::string, std::string> categoryDefinitions;
+    CategoryDefinitions categoryDefinitions;
     std::vector<NodeObserver*> observers;  // not owned
 
 private:

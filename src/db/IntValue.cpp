@@ -30,16 +30,32 @@ int32_t apply(int32_t accumulator, IntValue::Operation operation, int32_t operan
 }  // namespace
 
 IntValue::~IntValue() {
-    for (Source& source : sourceList) {
-        auto& list = source.value->dependantList;
+    if (!links) return;
+    for (Source& source : links->sources) {
+        auto& list = source.value->ownLinks().dependants;
         list.erase(std::remove(list.begin(), list.end(), this), list.end());
     }
-    for (IntValue* dependant : dependantList) {
-        auto& list = dependant->sourceList;
+    for (IntValue* dependant : links->dependants) {
+        auto& list = dependant->ownLinks().sources;
         list.erase(std::remove_if(list.begin(), list.end(), [this](const Source& s) { return s.value == this; }),
                    list.end());
         dependant->recompute();
     }
+}
+
+IntValue::Links& IntValue::ownLinks() {
+    if (!links) links = std::make_unique<Links>();
+    return *links;
+}
+
+const std::vector<IntValue::Source>& IntValue::sources() const {
+    static const std::vector<Source> none;
+    return links ? links->sources : none;
+}
+
+const std::vector<IntValue*>& IntValue::dependants() const {
+    static const std::vector<IntValue*> none;
+    return links ? links->dependants : none;
 }
 
 void IntValue::set(int32_t number) {
@@ -58,17 +74,21 @@ int IntValue::publish(bool quiet) {
 }
 
 void IntValue::addSource(IntValue& source, Operation operation, std::map<int32_t, int32_t> mapping) {
-    sourceList.push_back(Source{&source, operation, std::move(mapping)});
-    auto& list = source.dependantList;
+    ownLinks().sources.push_back(Source{&source, operation, std::move(mapping)});
+    auto& list = source.ownLinks().dependants;
     if (std::find(list.begin(), list.end(), this) == list.end()) list.push_back(this);
     recompute();
 }
 
 void IntValue::recompute() {
+    if (!links) {  // no sources, no dependants
+        effectiveValue = baseValue;
+        return;
+    }
     if (computing) return;
     computing = true;
     int32_t accumulator = 0;
-    for (const Source& source : sourceList) {
+    for (const Source& source : links->sources) {
         int32_t number = source.value->effectiveValue;
         auto mapped = source.mapping.find(number);
         if (mapped != source.mapping.end()) number = mapped->second;
@@ -76,7 +96,7 @@ void IntValue::recompute() {
     }
     effectiveValue = int32_t(uint32_t(int64_t(baseValue) + accumulator));
     // Indexes, not iterators: a dependant may be added while this runs.
-    for (size_t i = 0; i < dependantList.size(); ++i) dependantList[i]->recompute();
+    for (size_t i = 0; i < links->dependants.size(); ++i) links->dependants[i]->recompute();
     computing = false;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <vector>
 
 #include "db/NodePool.h"
@@ -39,8 +40,8 @@ public:
     // Works `effective` out again, then every dependant's, in list order.
     void recompute();
 
-    const std::vector<Source>& sources() const { return sourceList; }
-    const std::vector<IntValue*>& dependants() const { return dependantList; }
+    const std::vector<Source>& sources() const;
+    const std::vector<IntValue*>& dependants() const;
 
     int mode = normal;  // in readOnly, set and publish do nothing
     bool isDirty = false;
@@ -48,9 +49,15 @@ public:
 private:
     int32_t baseValue = 0;
     int32_t effectiveValue = 0;
-    std::vector<Source> sourceList;
-    std::vector<IntValue*> dependantList;
     bool computing = false;  // stops a loop of values that feed each other
+    // Most numbers of a database neither feed nor take from others: their
+    // lists are made on first use, and a plain number stays small.
+    struct Links {
+        std::vector<Source> sources;
+        std::vector<IntValue*> dependants;
+    };
+    std::unique_ptr<Links> links;
+    Links& ownLinks();
 };
 
 }  // namespace lh::db

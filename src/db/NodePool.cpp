@@ -28,6 +28,9 @@ void* BlockPool::take() {
     if (!freeList) grow();
     FreeBlock* block = freeList;
     freeList = block->next;
+    // The next block is asked for soon, and reading its link is a miss
+    // when a large tree went before: start the load now.
+    __builtin_prefetch(freeList, 1);
     return block;
 }
 

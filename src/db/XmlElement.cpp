@@ -31,7 +31,22 @@ bool isAscii(const char* s, size_t length) {
 }
 
 void assign8Bit(std::string& out, const char* utf8) {
-    size_t length = std::strlen(utf8);
+    // Values are mostly short: a byte loop that copies, checks and finds the
+    // end in one pass beats three library calls. A long one takes the
+    // library's road.
+    constexpr size_t kShort = 32;
+    char copy[kShort];
+    size_t i = 0;
+    unsigned char high = 0;
+    for (; i < kShort && utf8[i]; ++i) {
+        copy[i] = utf8[i];
+        high |= static_cast<unsigned char>(utf8[i]);
+    }
+    if (i < kShort && high < 0x80) {
+        out.assign(copy, i);
+        return;
+    }
+    size_t length = i + std::strlen(utf8 + i);
     if (isAscii(utf8, length)) {
         out.assign(utf8, length);
     } else {
@@ -46,9 +61,11 @@ void copyToBuffer(const std::string& text, char* buffer, size_t size) {
     buffer[n] = 0;
 }
 
-char upper(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
+inline char upper(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
 
-bool equalsNoCase(const char* name, std::string_view wanted) {
+[[gnu::always_inline]] inline bool equalsNoCase(const char* name, std::string_view wanted) {
+    // Most candidates differ in the first letter: a cheap test before the loop.
+    if (wanted.empty() ? name[0] != 0 : upper(name[0]) != upper(wanted[0])) return false;
     size_t i = 0;
     for (; name[i]; ++i) {
         if (i >= wanted.size() || upper(name[i]) != upper(wanted[i])) return false;
@@ -90,7 +107,7 @@ void appendTextBelow(pugi::xml_node top, std::string& utf8) {
 
 // Length of the UTF-8 sequence at s[i] and its code point, or 0 when the
 // bytes there are no valid sequence.
-size_t decodeUtf8(const std::string& s, size_t i, char32_t& cp) {
+size_t decodeUtf8(std::string_view s, size_t i, char32_t& cp) {
     unsigned char c = static_cast<unsigned char>(s[i]);
     size_t len = (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
     if (len == 0 || i + len > s.size()) return 0;
@@ -103,55 +120,181 @@ size_t decodeUtf8(const std::string& s, size_t i, char32_t& cp) {
     return len;
 }
 
-// Collects printed XML, writing non-ASCII characters as references so the
-// markup stays exact in an 8-bit file without a declaration.
-class MarkupWriter : public pugi::xml_writer {
-public:
-    std::string utf8;
-    void write(const void* data, size_t size) override { utf8.append(static_cast<const char*>(data), size); }
-};
+// Appends the UTF-8 text `text` as markup that reads back to exactly the
+// same text, whatever stands around it: "&", "<", ">" and (in attributes)
+// the double quote as entities; tab, line feed and carriage return as
+// numeric references, so that no line break or indentation of the file
+// around the markup can mix with the text, and the reader's turning of
+// white space in attributes into blanks has nothing to change; characters
+// outside ASCII as references to their code points, so the markup stays
+// exact in an 8-bit file without a declaration.
+void appendMarkupText(std::string& out, std::string_view text, bool attribute) {
+    for (size_t i = 0; i < text.size();) {
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c < 0x80) {
+            switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '\t': out += "&#9;"; break;
+            case '\n': out += "&#10;"; break;
+            case '\r': out += "&#13;"; break;
+            case '"':
+                if (attribute) {
+                    out += "&quot;";
+                    break;
+                }
+                [[fallthrough]];
+            default: out.push_back(char(c));
+            }
+            ++i;
+            continue;
+        }
+        char32_t cp = 0;
+        size_t len = decodeUtf8(text, i, cp);
+        if (len == 0) {
+            cp = platform::windows1252ToCodePoint(c);  // raw 8-bit byte
+            len = 1;
+        }
+        out += "&#";
+        out += std::to_string(uint32_t(cp));
+        out += ';';
+        i += len;
+    }
+}
+
+// A text piece inside an element. The reader drops a piece that holds
+// nothing but white space; one of blanks alone therefore starts with a
+// reference, which the reader counts as content.
+void appendPieceMarkup(std::string& out, std::string_view text) {
+    if (!text.empty() && text.find_first_not_of(' ') == std::string_view::npos) {
+        out += "&#32;";
+        text.remove_prefix(1);
+    }
+    appendMarkupText(out, text, false);
+}
+
+void appendOpenTag(std::string& out, pugi::xml_node element) {
+    out += '<';
+    out += element.name();
+    for (pugi::xml_attribute a = element.first_attribute(); a; a = a.next_attribute()) {
+        out += ' ';
+        out += a.name();
+        out += "=\"";
+        appendMarkupText(out, a.value(), true);
+        out += '"';
+    }
+}
+
+// Prints one element and all below it, without recursion: a hostile
+// document may nest deeper than the stack would allow.
+void appendElementMarkup(std::string& out, pugi::xml_node top) {
+    appendOpenTag(out, top);
+    if (!top.first_child()) {
+        out += " />";
+        return;
+    }
+    out += '>';
+    pugi::xml_node node = top.first_child();
+    while (node) {
+        bool descend = false;
+        if (isTextNode(node)) {
+            appendPieceMarkup(out, node.value());
+        } else if (node.type() == pugi::node_element) {
+            appendOpenTag(out, node);
+            if (node.first_child()) {
+                out += '>';
+                descend = true;
+            } else {
+                out += " />";
+            }
+        }
+        if (descend) {
+            node = node.first_child();
+            continue;
+        }
+        // Close every element whose last child is done.
+        while (node != top && !node.next_sibling()) {
+            node = node.parent();
+            out += "</";
+            out += node.name();
+            out += '>';
+        }
+        if (node == top) break;
+        node = node.next_sibling();
+    }
+}
 
 }  // namespace
 
-XmlElement::XmlElement(std::shared_ptr<XmlDocumentHolder> doc, pugi::xml_node_struct* n)
-    : document(std::move(doc)), documentRef(&document), node(n) {}
+XmlElement::XmlElement(XmlDocumentHolder* doc, pugi::xml_node_struct* n) : document(doc), sharing(true), node(n) {
+    ++document->sharers;
+}
 
-XmlElement::XmlElement(Lent, const std::shared_ptr<XmlDocumentHolder>* owner, pugi::xml_node_struct* n)
-    : documentRef(owner), node(n) {}
+XmlElement::XmlElement(Lent, XmlDocumentHolder* doc, pugi::xml_node_struct* n)
+    : document(doc), sharing(false), node(n) {}
 
-void XmlElement::forEachChild(const std::function<bool(XmlElement& child)>& visit) const {
+void XmlElement::visitChildren(bool (*visit)(void* callable, XmlElement& child), void* callable) const {
     for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
         pugi::xml_node_type type = child.type();
         if (type != pugi::node_element && type != pugi::node_pcdata && type != pugi::node_cdata) continue;
-        XmlElement lent(Lent{}, documentRef, child.internal_object());
-        if (!visit(lent)) return;
+        XmlElement lent(Lent{}, document, child.internal_object());
+        if (!visit(callable, lent)) return;
     }
 }
 
-XmlElement::~XmlElement() = default;
+XmlElement::~XmlElement() {
+    if (sharing && --document->sharers == 0) delete document;
+}
 
-void XmlElement::fetchChildren() {
-    childrenFetched = true;
-    size_t count = 0;
-    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) ++count;
-    children.reserve(count);
-    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
-        pugi::xml_node_type type = child.type();
-        if (type == pugi::node_element || type == pugi::node_pcdata || type == pugi::node_cdata) {
-            children.push_back(child.internal_object());
-        }
+namespace {
+
+// Children as callers see them: elements and text pieces, nothing else.
+bool isVisible(pugi::xml_node child) {
+    pugi::xml_node_type type = child.type();
+    return type == pugi::node_element || type == pugi::node_pcdata || type == pugi::node_cdata;
+}
+
+pugi::xml_node firstVisible(pugi::xml_node child) {
+    while (child && !isVisible(child)) child = child.next_sibling();
+    return child;
+}
+
+}  // namespace
+
+pugi::xml_node_struct* XmlElement::seekChild(size_t index) {
+    if (!cursor || index < cursorIndex) {
+        cursor = firstVisible(pugi::xml_node(node).first_child()).internal_object();
+        cursorIndex = 0;
     }
+    while (cursor && cursorIndex < index) {
+        cursor = firstVisible(pugi::xml_node(cursor).next_sibling()).internal_object();
+        ++cursorIndex;
+    }
+    return cursor;
 }
 
 std::unique_ptr<XmlElement> XmlElement::childAt(size_t index) {
-    if (!childrenFetched) fetchChildren();
-    if (index >= children.size()) return nullptr;
-    return std::make_unique<XmlElement>(*documentRef, children[index]);
+    if (index >= childTotal) return nullptr;
+    pugi::xml_node_struct* child = seekChild(index);
+    if (!child) {
+        childTotal = cursorIndex;  // the walk ran off the end: now the count is known
+        cursor = nullptr;
+        return nullptr;
+    }
+    return std::make_unique<XmlElement>(document, child);
 }
 
 size_t XmlElement::childCount() {
-    if (!childrenFetched) fetchChildren();
-    return children.size();
+    if (childTotal == SIZE_MAX) {
+        size_t count = 0;
+        for (pugi::xml_node child = firstVisible(pugi::xml_node(node).first_child()); child;
+             child = firstVisible(child.next_sibling())) {
+            ++count;
+        }
+        childTotal = count;
+    }
+    return childTotal;
 }
 
 bool XmlElement::isText() const { return isTextNode(pugi::xml_node(node)); }
@@ -159,9 +302,32 @@ bool XmlElement::isText() const { return isTextNode(pugi::xml_node(node)); }
 int XmlElement::tagName(std::string& out) const {
     pugi::xml_node n(node);
     if (n.type() != pugi::node_element) return -1;
-    assign8Bit(out, n.name());
-    for (char& c : out) c = upper(c);
+    // Tag names are short and nearly always ASCII: copy and raise the case
+    // in one pass, and convert only when a byte above 127 turns up.
+    const char* name = n.name();
+    size_t length = std::strlen(name);
+    out.resize(length);
+    for (size_t i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(name[i]) >= 0x80) {
+            out = platform::utf8ToWindows1252(std::string_view(name, length));
+            for (char& c : out) c = upper(c);
+            return 0;
+        }
+        out[i] = upper(name[i]);
+    }
     return 0;
+}
+
+int XmlElement::tagIndex(std::initializer_list<std::string_view> upperNames) const {
+    pugi::xml_node n(node);
+    if (n.type() != pugi::node_element) return -1;
+    const char* name = n.name();
+    int index = 0;
+    for (std::string_view wanted : upperNames) {
+        if (equalsNoCase(name, wanted)) return index;
+        ++index;
+    }
+    return -1;
 }
 
 int XmlElement::tagName(char* buffer, size_t size) const {
@@ -182,6 +348,17 @@ int XmlElement::attribute(std::string_view upperName, std::string& out) const {
 }
 
 unsigned XmlElement::attributes(std::initializer_list<std::string_view> upperNames, std::string* const* outs) const {
+    std::string_view views[8];
+    std::string scratch[8];
+    unsigned found = attributeViews(upperNames, views, scratch);
+    for (size_t i = 0; i < 8; ++i) {
+        if (found & (1u << i)) outs[i]->assign(views[i]);
+    }
+    return found;
+}
+
+unsigned XmlElement::attributeViews(std::initializer_list<std::string_view> upperNames, std::string_view* views,
+                                    std::string* scratch) const {
     unsigned found = 0;
     const unsigned all = (1u << std::min<size_t>(upperNames.size(), 8)) - 1;
     for (pugi::xml_attribute a = pugi::xml_node(node).first_attribute(); a && found != all; a = a.next_attribute()) {
@@ -190,7 +367,15 @@ unsigned XmlElement::attributes(std::initializer_list<std::string_view> upperNam
         for (std::string_view wanted : upperNames) {
             if (bit > all) break;
             if (!(found & bit) && equalsNoCase(name, wanted)) {
-                assign8Bit(*outs[std::countr_zero(bit)], a.value());
+                size_t index = size_t(std::countr_zero(bit));
+                const char* value = a.value();
+                size_t length = std::strlen(value);
+                if (isAscii(value, length)) {
+                    views[index] = std::string_view(value, length);
+                } else {
+                    scratch[index] = platform::utf8ToWindows1252(std::string_view(value, length));
+                    views[index] = scratch[index];
+                }
                 found |= bit;
                 break;
             }
@@ -222,30 +407,20 @@ std::optional<std::string> XmlElement::text() const {
 }
 
 std::string XmlElement::innerMarkup() const {
-    MarkupWriter writer;
-    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
-        if (child.type() != pugi::node_element && !isTextNode(child)) continue;
-        child.print(writer, "", pugi::format_raw);
-        if (child.type() == pugi::node_element) writer.utf8.push_back('\n');
-    }
-    // Every character outside ASCII becomes a reference to its code point.
     std::string out;
-    out.reserve(writer.utf8.size());
-    for (size_t i = 0; i < writer.utf8.size();) {
-        unsigned char c = static_cast<unsigned char>(writer.utf8[i]);
-        if (c < 0x80) {
-            out.push_back(char(c));
-            ++i;
-            continue;
+    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element) {
+            appendElementMarkup(out, child);
+            out.push_back('\n');
+        } else if (isTextNode(child)) {
+            // Between the elements, a text piece stands where the file's
+            // line breaks and indentation are: its outer white space belongs
+            // to the layout, not to the text.
+            std::string_view text = child.value();
+            size_t first = text.find_first_not_of(" \t\r\n");
+            if (first == std::string_view::npos) continue;
+            appendMarkupText(out, text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1), false);
         }
-        char32_t cp = 0;
-        size_t len = decodeUtf8(writer.utf8, i, cp);
-        if (len == 0) {
-            cp = platform::windows1252ToCodePoint(c);  // raw 8-bit byte
-            len = 1;
-        }
-        out += "&#" + std::to_string(uint32_t(cp)) + ";";
-        i += len;
     }
     return out;
 }

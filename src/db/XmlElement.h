@@ -10,11 +10,13 @@
 //     which answer -1 to tagName and give their text by text().
 //  5. the root is the document's outermost element.
 //  6. an absent attribute (-1) differs from an empty one (0, empty text).
-// All text is the program's 8-bit text (Windows-1252).
+// All text is the program's 8-bit text (Windows-1252). The elements of one
+// document are used on one thread at a time: they share a plain count.
 #pragma once
 
 #include <cstddef>
-#include <functional>
+#include <cstdint>
+#include <type_traits>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -38,13 +40,15 @@ public:
     static constexpr size_t maxTagName = 1024;
     static constexpr size_t maxAttributeValue = 1024;
 
-    XmlElement(std::shared_ptr<XmlDocumentHolder> document, pugi::xml_node_struct* node);
+    // Takes a share of the document, which goes when its last element does.
+    XmlElement(XmlDocumentHolder* document, pugi::xml_node_struct* node);
     virtual ~XmlElement();
     XmlElement(const XmlElement&) = delete;
     XmlElement& operator=(const XmlElement&) = delete;
 
-    // The child at index, or null past the end. The first call gathers the
-    // children once; later calls index into that list.
+    // The child at index, or null past the end. Callers index through the
+    // children in order: the element keeps its place in them, so that each
+    // step costs the same however many children there are.
     std::unique_ptr<XmlElement> childAt(size_t index);
     size_t childCount();
 
@@ -52,7 +56,17 @@ public:
     // lent to `visit` for the length of the call only; false from `visit`
     // stops the walk. The fast road for loaders of large documents: no child
     // is allocated and no list is gathered.
-    void forEachChild(const std::function<bool(XmlElement& child)>& visit) const;
+    template <class Visit>
+    void forEachChild(Visit&& visit) const {
+        using Callable = std::remove_reference_t<Visit>;
+        visitChildren([](void* callable, XmlElement& child) -> bool { return (*static_cast<Callable*>(callable))(child); },
+                      const_cast<void*>(static_cast<const void*>(&visit)));
+    }
+
+    // The index of the name in `upperNames` that the tag name equals without
+    // regard to case, or -1 (also for a text piece). Compares in place: the
+    // fast road for loaders that know the tags they read.
+    int tagIndex(std::initializer_list<std::string_view> upperNames) const;
 
     // 0 and the tag name in upper case, or -1 for a text piece.
     int tagName(std::string& out) const;
@@ -68,28 +82,42 @@ public:
     // that it was there. At most 8 names.
     unsigned attributes(std::initializer_list<std::string_view> upperNames, std::string* const* outs) const;
 
+    // The same without copies, for loaders of large documents: the value of
+    // upperNames[i] goes to views[i] and stays valid while the document
+    // lives, or, for a value that needs turning into 8-bit text, while
+    // scratch[i] is left alone. Absent attributes leave their view as it was.
+    unsigned attributeViews(std::initializer_list<std::string_view> upperNames, std::string_view* views,
+                            std::string* scratch) const;
+
     // The text of a text piece, or of all text pieces below an element joined
     // in order; nullopt when there is none.
     std::optional<std::string> text() const;
 
-    // The element's content printed back as XML on one line per child
-    // element, in 8-bit text with anything above 127 written as a character
-    // reference. For values that keep XML they do not interpret yet.
+    // The element's content printed back as XML, one line per child element,
+    // for values that keep XML they do not interpret yet. No line break,
+    // tab or character above 127 stands in it as it is: each is written as
+    // a character reference, so the markup can be indented into a file and
+    // read back to the same markup any number of times.
     std::string innerMarkup() const;
 
 private:
-    // A lent child: it holds no reference of its own; the element that lent
-    // it keeps the document alive while it exists.
+    // A lent child: it holds no share of its own; the element that lent it
+    // keeps the document alive while it exists.
     struct Lent {};
-    XmlElement(Lent, const std::shared_ptr<XmlDocumentHolder>* owner, pugi::xml_node_struct* node);
+    XmlElement(Lent, XmlDocumentHolder* document, pugi::xml_node_struct* node);
 
-    std::shared_ptr<XmlDocumentHolder> document;
-    const std::shared_ptr<XmlDocumentHolder>* documentRef;  // &document, or the lender's
+    XmlDocumentHolder* document;
+    bool sharing;  // holds a share of the document (not lent)
     pugi::xml_node_struct* node;
-    std::vector<pugi::xml_node_struct*> children;
-    bool childrenFetched = false;
+    // Where childAt last stood: the child and its index.
+    pugi::xml_node_struct* cursor = nullptr;
+    size_t cursorIndex = 0;
+    size_t childTotal = SIZE_MAX;  // counted when first asked for
 
-    void fetchChildren();
+    pugi::xml_node_struct* seekChild(size_t index);
+    // The walk behind forEachChild: a plain function and its callable, which
+    // costs less than a std::function made for every element of a document.
+    void visitChildren(bool (*visit)(void* callable, XmlElement& child), void* callable) const;
 };
 
 }  // namespace lh::db

@@ -219,7 +219,7 @@ size_t strayContentOffset(const pugi::xml_document& document) {
 template <class Original>
 XmlParseResult parseBuffer(std::string utf8, const std::string& title, Original original) {
     XmlParseResult result;
-    auto holder = std::make_shared<XmlDocumentHolder>();
+    auto holder = std::make_unique<XmlDocumentHolder>();
     holder->buffer = std::move(utf8);
     // Text pieces are kept whole here and trimmed when asked for (see
     // XmlElement::text), so that markup kept verbatim keeps its blanks.
@@ -232,7 +232,7 @@ XmlParseResult parseBuffer(std::string utf8, const std::string& title, Original 
     size_t stray = strayContentOffset(holder->document);
     if (stray != std::string::npos) return malformed(title, pugi::status_bad_pcdata, original(), stray);
     result.status = XmlStatus::ok;
-    result.root = std::make_unique<XmlElement>(std::move(holder), root.internal_object());
+    result.root = std::make_unique<XmlElement>(holder.release(), root.internal_object());
     return result;
 }
 

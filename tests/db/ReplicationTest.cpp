@@ -222,6 +222,40 @@ TEST_F(ReplicationInProcess, FormattedTextTravelsInPiecesOfAtMost4000Bytes) {
     EXPECT_EQ(stored(db::findNode("notes.00001.text", tree("alice"))), longText);
 }
 
+// The same text through saves on the host and pieces on the wire: line
+// breaks, blank lines, tabs and leading blanks arrive as they left.
+TEST_F(ReplicationInProcess, MultiLineFormattedTextSurvivesSavesAndPieces) {
+    const std::string lines = "line1\nline2\n\n\tafter a blank line and a tab\n    four blanks in front\n\n\nlast";
+    std::string story;
+    for (int i = 0; i < 60; ++i) story += "\t\t\t<p>" + lines + "</p>\n";  // several pieces on the wire
+    std::string text = "<root>\n\t<node name=\"notes\">\n\t\t<formattedtext name=\"story\">\n" + story +
+                       "\t\t</formattedtext>\n\t</node>\n</root>\n";
+    auto paragraphsOf = [](DbNode* node) {
+        std::vector<std::string> out;
+        if (!node) return out;
+        auto parsed = db::parseXmlTextChecked("<root>" + stored(node) + "</root>", "markup");
+        EXPECT_EQ(parsed.status, db::XmlStatus::ok);
+        if (!parsed.root) return out;
+        for (size_t i = 0; auto child = parsed.root->childAt(i); ++i) out.push_back(child->text().value_or(""));
+        return out;
+    };
+    const std::vector<std::string> expected(60, lines);
+    for (int cycle = 1; cycle <= 5; ++cycle) {
+        db::XmlParseResult parsed = db::parseXmlTextChecked(text, "db.xml");
+        ASSERT_EQ(parsed.status, db::XmlStatus::ok);
+        db::loadNodes(parsed.root.get(), db::rootNode(), false);
+        DbNode* node = db::findNode("notes.story");
+        ASSERT_NE(node, nullptr);
+        EXPECT_GT(stored(node).size(), db::kTextChunkSize);
+        EXPECT_EQ(paragraphsOf(node), expected) << "cycle " << cycle;
+        ASSERT_EQ(hostRepl.sendTo(*node, "alice"), 0);
+        settle();
+        EXPECT_EQ(paragraphsOf(db::findNode("notes.story", tree("alice"))), expected) << "cycle " << cycle;
+        // What the client holds is what the host saves next.
+        text = db::databaseText(tree("alice"));
+    }
+}
+
 TEST_F(ReplicationInProcess, ReceivedDataBuildsTheTreeAndKeepsKinds) {
     Client& alice = *clients["alice"];
     auto receive = [&](const db::DataMessage& d) {

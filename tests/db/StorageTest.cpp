@@ -183,6 +183,34 @@ TEST(Storage, HandWrittenFileReadsIntoTheExpectedTree) {
     EXPECT_EQ(loadNodes(nullptr, root, false), 1);
 }
 
+// A text with line breaks, blank lines, tabs and leading blanks, as a
+// hand-written file holds it, comes back byte for byte from every save.
+TEST(Storage, FormattedTextKeepsItsBytesThroughRepeatedSaves) {
+    const std::string lines = "line1\nline2\n\n\tafter a blank line and a tab\n    four blanks in front\n\n\nlast";
+    std::string text = "<root>\n\t<node name=\"notes\">\n\t\t<formattedtext name=\"story\">\n\t\t\t<p>" + lines +
+                       "</p>\n\t\t\t<p>Plain <b>bold\n\n  still bold</b> after</p>\n\t\t</formattedtext>\n\t</node>\n"
+                       "</root>\n";
+    auto paragraphs = [](const DbNode& root) {
+        std::vector<std::string> out;
+        auto* value = findNode("notes.story", root)->valueAs<KeptFormattedText>();
+        auto parsed = parseXmlTextChecked("<root>" + value->markup + "</root>", "markup");
+        EXPECT_EQ(parsed.status, XmlStatus::ok);
+        if (!parsed.root) return out;
+        for (size_t i = 0; auto child = parsed.root->childAt(i); ++i) out.push_back(child->text().value_or(""));
+        return out;
+    };
+    const std::vector<std::string> expected = {lines, "Plainbold\n\n  still boldafter"};
+    std::string firstSave;
+    for (int cycle = 1; cycle <= 5; ++cycle) {
+        DbNode root("", nullptr);
+        loadText(text, root);
+        EXPECT_EQ(paragraphs(root), expected) << "cycle " << cycle;
+        text = databaseText(root);
+        if (cycle == 1) firstSave = text;
+        EXPECT_EQ(text, firstSave) << "cycle " << cycle;
+    }
+}
+
 TEST(Storage, StaticLoadMarksNodes) {
     DbNode root("", nullptr);
     XmlParseResult parsed = parseXmlTextChecked("<root><node name=\"g\"><intvalue name=\"x\" value=\"1\"/></node>"

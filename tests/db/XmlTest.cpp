@@ -64,6 +64,14 @@ TEST(Xml, TheSixPoints) {
     }
     EXPECT_EQ(seen, (std::vector<std::string>{"-|Some", "B|bold", "-|text"}));
     EXPECT_EQ(mixed->text().value_or(""), "Someboldtext");
+    // Any order of indexes gives the same children; a comment is no child.
+    auto withComment = parseOk("<r>a<!-- note --><b/>c</r>");
+    const std::vector<std::string> expected = {"-a", "B", "-c", "null"};
+    for (size_t i : {2, 0, 1, 3, 1, 0}) {
+        auto child = withComment->childAt(i);
+        EXPECT_EQ(child ? tag(*child) + child->text().value_or("") : "null", expected[i]) << i;
+    }
+    EXPECT_EQ(withComment->childCount(), 3u);
 
     // Past the end, and on an element without children, childAt is null.
     EXPECT_EQ(root->childAt(2), nullptr);

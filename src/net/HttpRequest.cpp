@@ -88,6 +88,14 @@ void HttpRequest::start(const std::string& newUrl, int version, const std::strin
     current = StatusLine;
 }
 
+void HttpRequest::readReplyFrom(std::unique_ptr<Connection> connection) {
+    link = std::move(connection);
+    responseHeaders.clear();
+    status.clear();
+    error.clear();
+    current = link ? StatusLine : Failed;
+}
+
 int HttpRequest::poll() {
     if (current == Failed || !link) return -1;
     link->pump();

@@ -1,0 +1,26 @@
+// Feeds arbitrary bytes to the database load as a db.xml: the XML reading
+// with its encodings and error report, then the record tree built from it.
+// Nothing may read out of bounds, overflow the stack, assert or leak.
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "db/DatabaseLoader.h"
+#include "db/DbNode.h"
+#include "db/XmlParse.h"
+
+using namespace lh::db;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    std::string_view text(reinterpret_cast<const char*>(data), size);
+    XmlParseResult parsed = parseXmlTextChecked(text, "db.xml");
+    if (parsed.status != XmlStatus::ok) {
+        (void)parsed.error.message();
+        return 0;
+    }
+    loadNodes(parsed.root.get(), rootNode(), false);
+    // A second read merges into what the first made.
+    loadNodes(parsed.root.get(), rootNode(), true);
+    clearTree();
+    return 0;
+}

@@ -228,23 +228,60 @@ std::string XmlElement::innerMarkup() const {
         child.print(writer, "", pugi::format_raw);
         if (child.type() == pugi::node_element) writer.utf8.push_back('\n');
     }
-    // Every character outside ASCII becomes a reference to its code point.
+    // Every character outside ASCII becomes a reference to its code point,
+    // wherever XML takes one: in text and attribute values. A name cannot
+    // hold a reference, so there the character stays UTF-8; a reference
+    // inside a name would make the saved file unreadable.
+    const std::string& markup = writer.utf8;
     std::string out;
-    out.reserve(writer.utf8.size());
-    for (size_t i = 0; i < writer.utf8.size();) {
-        unsigned char c = static_cast<unsigned char>(writer.utf8[i]);
+    out.reserve(markup.size());
+    bool inTag = false;
+    char quote = 0;
+    std::string_view opaqueEnd;  // the end of a comment, CDATA or instruction under way
+    for (size_t i = 0; i < markup.size();) {
+        unsigned char c = static_cast<unsigned char>(markup[i]);
         if (c < 0x80) {
-            out.push_back(char(c));
-            ++i;
+            size_t step = 1;
+            if (!opaqueEnd.empty()) {
+                if (markup.compare(i, opaqueEnd.size(), opaqueEnd) == 0) {
+                    step = opaqueEnd.size();
+                    opaqueEnd = {};
+                }
+            } else if (quote) {
+                if (c == quote) quote = 0;
+            } else if (inTag) {
+                if (c == '"' || c == '\'') quote = char(c);
+                if (c == '>') inTag = false;
+            } else if (c == '<') {
+                // These hold no names, and may hold quotes and '>' freely.
+                for (auto [open, close] : {std::pair<std::string_view, std::string_view>{"<!--", "-->"},
+                                           {"<![CDATA[", "]]>"},
+                                           {"<?", "?>"}}) {
+                    if (markup.compare(i, open.size(), open) == 0) {
+                        step = open.size();
+                        opaqueEnd = close;
+                        break;
+                    }
+                }
+                inTag = opaqueEnd.empty();
+            }
+            out.append(markup, i, step);
+            i += step;
             continue;
         }
         char32_t cp = 0;
-        size_t len = decodeUtf8(writer.utf8, i, cp);
-        if (len == 0) {
+        size_t len = decodeUtf8(markup, i, cp);
+        bool raw = len == 0;
+        if (raw) {
             cp = platform::windows1252ToCodePoint(c);  // raw 8-bit byte
             len = 1;
         }
-        out += "&#" + std::to_string(uint32_t(cp)) + ";";
+        if (inTag && !quote) {
+            std::string_view bytes = std::string_view(markup).substr(i, len);
+            out += raw ? platform::windows1252ToUtf8(bytes) : std::string(bytes);
+        } else {
+            out += "&#" + std::to_string(uint32_t(cp)) + ";";
+        }
         i += len;
     }
     return out;

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -17,11 +18,13 @@
 #include <string>
 
 #include "db/Campaign.h"
+#include "db/DatabaseWriter.h"
 #include "db/DbContext.h"
 #include "db/DbNode.h"
 #include "db/Replication.h"
 #include "db/StringValue.h"
 #include "db/Users.h"
+#include "db/XmlParse.h"
 #include "net/ClientLogin.h"
 #include "net/FileExchange.h"
 #include "net/FileServer.h"
@@ -124,6 +127,16 @@ void hostRig(const uint8_t* data, size_t size) {
     if (stranger.connection) host.disconnect(stranger);
     for (int round = 0; round < 3; ++round) host.poll();
     db::detachReplication();
+
+    // Whatever the clients sent, the Campaign saves into a db.xml that
+    // loads again: a client must not be able to make the host lose it.
+    std::string saved = db::databaseText(db::rootNode());
+    db::XmlParseResult parsed = db::parseXmlTextChecked(saved, "db.xml");
+    if (parsed.status != db::XmlStatus::ok) {
+        std::fprintf(stderr, "saved database does not read back:%s\n%s\n", parsed.error.message().c_str(),
+                     saved.c_str());
+        std::abort();
+    }
 }
 
 // A client: the same bytes as the host's messages. The login's answer is

@@ -3,6 +3,7 @@
 
 #include <unzip.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
@@ -157,13 +158,14 @@ bool ResourceFile::readCurrentEntry(void* handle) {
     uint64_t declared = 0;
     if (!currentEntry(zip, entryName, declared) || declared > kMaxEntrySize) return false;
     if (unzOpenCurrentFile(zip) != UNZ_OK) return false;
-    // The buffer grows with the bytes that actually come out: a header can
-    // claim hundreds of megabytes for an entry of a few bytes.
+    // The buffer grows with the bytes that actually come out, doubling from
+    // 64 KB: a header can claim hundreds of megabytes for an entry of a few
+    // bytes.
     std::vector<char> buffer;
     uint64_t got = 0;
     bool ok = true;
     while (got < declared) {
-        size_t piece = size_t(std::min<uint64_t>(declared - got, 1u << 20));
+        size_t piece = size_t(std::min<uint64_t>(declared - got, std::clamp<uint64_t>(got, 64u << 10, 1u << 20)));
         buffer.resize(size_t(got) + piece);
         int n = unzReadCurrentFile(zip, buffer.data() + got, unsigned(piece));
         if (n <= 0) {

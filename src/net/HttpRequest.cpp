@@ -94,6 +94,8 @@ void HttpRequest::start(const std::string& newUrl, int version, const std::strin
 void HttpRequest::readReplyFrom(std::unique_ptr<Connection> connection) {
     link = std::move(connection);
     responseHeaders.clear();
+    headerBytes = 0;
+    lineScan = 0;
     status.clear();
     error.clear();
     current = link ? StatusLine : Failed;

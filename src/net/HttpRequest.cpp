@@ -91,6 +91,16 @@ void HttpRequest::start(const std::string& newUrl, int version, const std::strin
     current = StatusLine;
 }
 
+void HttpRequest::readReplyFrom(std::unique_ptr<Connection> connection) {
+    link = std::move(connection);
+    responseHeaders.clear();
+    headerBytes = 0;
+    lineScan = 0;
+    status.clear();
+    error.clear();
+    current = link ? StatusLine : Failed;
+}
+
 int HttpRequest::poll() {
     if (current == Failed || !link) return -1;
     link->pump();

@@ -37,6 +37,10 @@ public:
     void addHeader(const std::string& line);
     // version % 10 is the minor HTTP version; `method` is sent as given.
     void start(const std::string& url, int version = 0, const std::string& method = "GET");
+    // Reads the reply that `connection` holds or will receive, as if this
+    // request had gone out on it: a recorded reply is parsed by the same
+    // code as a live one.
+    void readReplyFrom(std::unique_ptr<Connection> connection);
 
     // -1 failed, 0 under way, 1 the connection is closed.
     int poll();

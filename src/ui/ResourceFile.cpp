@@ -3,6 +3,7 @@
 
 #include <unzip.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
@@ -157,17 +158,23 @@ bool ResourceFile::readCurrentEntry(void* handle) {
     uint64_t declared = 0;
     if (!currentEntry(zip, entryName, declared) || declared > kMaxEntrySize) return false;
     if (unzOpenCurrentFile(zip) != UNZ_OK) return false;
-    std::vector<char> buffer(size_t(declared) + 1);
+    // The buffer grows with the bytes that actually come out, doubling from
+    // 64 KB: a header can claim hundreds of megabytes for an entry of a few
+    // bytes.
+    std::vector<char> buffer;
     uint64_t got = 0;
     bool ok = true;
     while (got < declared) {
-        int n = unzReadCurrentFile(zip, buffer.data() + got, unsigned(std::min<uint64_t>(declared - got, 1u << 20)));
+        size_t piece = size_t(std::min<uint64_t>(declared - got, std::clamp<uint64_t>(got, 64u << 10, 1u << 20)));
+        buffer.resize(size_t(got) + piece);
+        int n = unzReadCurrentFile(zip, buffer.data() + got, unsigned(piece));
         if (n <= 0) {
             ok = false;
             break;
         }
         got += uint64_t(n);
     }
+    buffer.resize(size_t(got) + 1);
     // A header that understates the size leaves bytes behind; that entry is
     // damaged, as is one whose checksum fails at the close.
     char extra;

@@ -315,3 +315,25 @@ TEST(Storage, DeepFilesStopAtTheDeepestPossiblePath) {
     EXPECT_EQ(depth, 128);
     EXPECT_EQ(findNode("n.n.n", root)->pathOf(), "n.n.n");
 }
+
+TEST(Storage, FormattedTextWithNamesOutsideAsciiSavesReadably) {
+    // Found by fuzzing: characters outside ASCII in the element and
+    // attribute names of a formatted text were saved as references, which
+    // names cannot hold, so the saved db.xml no longer read.
+    std::string folder = std::string(LOREHAVEN_TEST_DATA) + "/malformed/fuzz_database/";
+    for (const char* file : {"markup_names_not_ascii.xml", "markup_name_raw_bytes_found.xml"}) {
+        SCOPED_TRACE(file);
+        DbNode root("", nullptr);
+        loadText(lh::test::readFile(folder + file), root);
+        DbNode again("", nullptr);
+        loadText(databaseText(root), again);  // reads back
+    }
+    // Names, texts, values and CDATA all come back as they were.
+    DbNode root("", nullptr);
+    loadText(lh::test::readFile(folder + "markup_names_not_ascii.xml"), root);
+    DbNode again("", nullptr);
+    loadText(databaseText(root), again);
+    const std::string& markup = findNode("notes.text", root)->valueAs<KeptFormattedText>()->markup;
+    EXPECT_NE(markup.find("CDATA"), std::string::npos);
+    EXPECT_EQ(findNode("notes.text", again)->valueAs<KeptFormattedText>()->markup, markup);
+}

@@ -219,3 +219,27 @@ TEST(Http, HeadersPastTheirCapAreRefusedAfterLittleWork) {
     EXPECT_EQ(result, -1);
     EXPECT_EQ(fetch.errorText(), "malformed HTTP reply");
 }
+
+TEST(Http, RecordedReplyReadsLikeALiveOne) {
+    // The fuzz target over replies feeds them this way.
+    auto reply = [](const std::string& bytes) {
+        auto request = std::make_unique<HttpRequest>(nullptr);
+        auto link = std::make_unique<Connection>(static_cast<Resolver*>(nullptr));
+        link->received().append(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+        request->readReplyFrom(std::move(link));
+        return request;
+    };
+    auto ok = reply("HTTP/1.1 200 OK\r\nServer: x\r\ncontent-length:  5\r\n\r\nhello");
+    EXPECT_EQ(ok->poll(), 0);
+    EXPECT_EQ(ok->statusCode(), 200);
+    EXPECT_EQ(ok->progress(), 2);
+    ASSERT_NE(ok->headerValue("Content-Length"), nullptr);
+    EXPECT_STREQ(ok->headerValue("Content-Length"), "5");
+    char body[8] = {};
+    EXPECT_EQ(ok->readBody(body, sizeof body), 5u);
+    EXPECT_STREQ(body, "hello");
+
+    auto missing = reply("HTTP/1.1 404 NOT FOUND\r\n\r\n");
+    EXPECT_EQ(missing->poll(), -1);
+    EXPECT_EQ(missing->statusCode(), 404);
+}

@@ -2,6 +2,8 @@
 // archive's rules, and a damaged archive finds nothing without harm.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "ZipWriter.h"
 #include "platform/Paths.h"
 #include "support/TestSupport.h"
@@ -119,4 +121,29 @@ TEST(ResourceFile, ReplacedOrRemovedArchiveIsReadAnew) {
     std::filesystem::remove(box.dir.path() / "resource.pak");
     EXPECT_FALSE(ResourceFile::Exists("rulesets/ABC/base.xml"));
     EXPECT_FALSE(r.Open("rulesets\\abc\\base.xml"));
+}
+
+namespace {
+// The most this process has held in memory at once, in kB.
+long peakResidentKb() {
+    std::string status = lh::test::readFile("/proc/self/status");
+    size_t at = status.find("VmHWM:");
+    return at == std::string::npos ? 0 : std::strtol(status.c_str() + at + 6, nullptr, 10);
+}
+}  // namespace
+
+TEST(ResourceFile, EntryClaimingMoreThanItHoldsTakesNoMemoryForTheClaim) {
+    // Found by fuzzing: a stored entry of 5 bytes whose headers claim
+    // 400 MB; the reader took the claim's memory before reading a byte.
+    lh::test::TempDir dir;
+    lh::platform::setWorkingDirectory(dir.path());
+    std::filesystem::copy_file(std::string(LOREHAVEN_TEST_DATA) + "/malformed/fuzz_resource/entry_claims_400mb.pak",
+                               dir.path() / "resource.pak");
+    ResourceFile::setArchivePath("resource.pak");
+    long before = peakResidentKb();
+    ResourceFile r;
+    EXPECT_TRUE(ResourceFile::Exists("big.txt"));
+    EXPECT_FALSE(r.Open("big.txt"));
+    EXPECT_FALSE(r.FirstFile(""));
+    EXPECT_LT(peakResidentKb() - before, 64 * 1024);
 }

@@ -328,12 +328,13 @@ TEST(Storage, FormattedTextWithNamesOutsideAsciiSavesReadably) {
         DbNode again("", nullptr);
         loadText(databaseText(root), again);  // reads back
     }
-    // Names, texts, values and CDATA all come back as they were.
+    // Names, texts, values and the CDATA's text all come back as they were
+    // (the CDATA may come back as escaped text, which reads the same).
     DbNode root("", nullptr);
     loadText(lh::test::readFile(folder + "markup_names_not_ascii.xml"), root);
     DbNode again("", nullptr);
     loadText(databaseText(root), again);
     const std::string& markup = findNode("notes.text", root)->valueAs<KeptFormattedText>()->markup;
-    EXPECT_NE(markup.find("CDATA"), std::string::npos);
+    EXPECT_TRUE(markup.find("<![CDATA[x > \"y") != std::string::npos || markup.find("x &gt; ") != std::string::npos) << markup;
     EXPECT_EQ(findNode("notes.text", again)->valueAs<KeptFormattedText>()->markup, markup);
 }

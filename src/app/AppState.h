@@ -28,9 +28,9 @@ constexpr uint32_t kTickMs = 30;
 constexpr uint32_t kIdleMs = 60000;
 constexpr uint32_t kAutosaveMs = 300000;
 
+// The way in (host, join, local characters) is db::sessionMode(), held once.
 struct AppState {
     platform::Window* mainWindow = nullptr;
-    int sessionMode = 0;          // 0 host, 1 join, 2 local characters
     uint32_t listenPort = kDefaultPort;
     bool fullScreen = false;
     uint32_t tickCount = 0;

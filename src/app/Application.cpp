@@ -16,9 +16,9 @@
 #include "app/SystemLines.h"
 #include "db/Box.h"
 #include "db/Campaign.h"
-#include "db/DbContext.h"
 #include "db/DatabaseLoader.h"
 #include "db/DbNode.h"
+#include "db/SessionMode.h"
 #include "db/Users.h"
 #include "db/XmlParse.h"
 #include "platform/Paths.h"
@@ -74,11 +74,10 @@ bool chooseWayIn(const CommandLine& cl) {
     WayIn wayIn;
     bool settled = wayInFromCommandLine(cl, wayIn);
     if (!settled && runLauncherDialogs(wayIn, campaignServices()) == 0) return false;
-    a.sessionMode = wayIn.sessionMode;
+    db::setSessionMode(wayIn.sessionMode);
     db::localUser().name.set(wayIn.fields.userName);
-    switch (a.sessionMode) {
-    case 0:
-        db::dbContext().isHost = true;
+    switch (wayIn.sessionMode) {
+    case db::SessionMode::Host:
         if (settled && !openCampaignFromCommandLine(wayIn)) {
             platform::messageBox("Error", "The Campaign \"" + wayIn.campaign.name + "\" cannot be used as a folder.");
             return false;
@@ -88,13 +87,14 @@ bool chooseWayIn(const CommandLine& cl) {
         db::localUser().identities.push_back(wayIn.fields.gamemasterName);
         startHostSession(uint16_t(a.listenPort));
         return true;
-    case 1:
+    case db::SessionMode::Join:
         return joinHostSession(wayIn, uint16_t(a.listenPort));
-    default:
-        db::campaign().ruleset.set(wayIn.localRuleset);
-        startLocalSession();
-        return true;
+    case db::SessionMode::LocalCharacters:
+        break;
     }
+    db::campaign().ruleset.set(wayIn.localRuleset);
+    startLocalSession();
+    return true;
 }
 
 void placeMainWindow(platform::Window& window) {
@@ -114,9 +114,9 @@ void contentLoad(platform::SplashWindow* splash) {
     // files outside the archive are what the host offers its clients.
     ui::setStaticDataLoader([](db::XmlElement& root) { db::loadNodes(&root, db::rootNode(), true); });
     ui::setRulesetFileSink([](std::string_view path) { db::addRulesetFile(path); });
-    setDesktopImage(ui::LoadRuleset(db::campaign().ruleset.view(), app().sessionMode));
+    setDesktopImage(ui::LoadRuleset(db::campaign().ruleset.view(), db::sessionMode()));
     if (splash) splash->progress(0.7f);
-    if (app().sessionMode == 0) db::loadCampaignDatabase(db::rootNode());
+    if (db::isHost()) db::loadCampaignDatabase(db::rootNode());
     platform::setTimer(kTimerAutosave, kAutosaveMs);
     if (splash) splash->progress(1.0f);
 }
@@ -193,8 +193,8 @@ SpineHooks& hooks() {
 
 void SetMouseIdle(bool idle) {
     AppState& a = app();
-    if (a.sessionMode == 2) return;
-    bool reporter = a.sessionMode == 1 && hooks().sendIdleState;
+    if (db::sessionMode() == db::SessionMode::LocalCharacters) return;
+    bool reporter = db::sessionMode() == db::SessionMode::Join && hooks().sendIdleState;
     if (!idle) {
         platform::setOneShotTimer(kTimerIdle, kIdleMs);
         if (a.idleReported && reporter) hooks().sendIdleState(0);
@@ -226,12 +226,11 @@ bool InitInstance(const CommandLine& cl) {
         delete splash;
         return false;
     }
-    setFrameState({[] { return app().sessionMode; }, [] { return app().sessionMode == 0; }, [] { return false; },
-                   [] { return app().desktopLightColor; }});
+    setFrameState({[] { return false; }, [] { return app().desktopLightColor; }});
     hooks().drawFrame = DrawFrame;
 
     contentLoad(splash);
-    if (a.sessionMode == 1) requestStartIdentity(cl.identityName);
+    if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
 
     delete splash;
     a.mainWindow->show();
@@ -266,7 +265,7 @@ int runMainLoop() {
 
 void runExitPath() {
     if (app().connectionLost) return;
-    if (app().sessionMode == 0) db::saveCampaignOnExit();
+    if (db::isHost()) db::saveCampaignOnExit();
     if (hooks().exitSave) hooks().exitSave();
 }
 

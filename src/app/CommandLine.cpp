@@ -63,11 +63,11 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
         } else if (a == "--version") {
             cl.showVersion = true;
         } else if (a == "--host") {
-            cl.sessionMode = 0;
+            cl.sessionMode = db::SessionMode::Host;
         } else if (a == "--local") {
-            cl.sessionMode = 2;
+            cl.sessionMode = db::SessionMode::LocalCharacters;
         } else if (a == "--join") {
-            cl.sessionMode = 1;
+            cl.sessionMode = db::SessionMode::Join;
             needValue(cl.joinAddress);
         } else if (a == "--quit-after-first-frame") {
             cl.quitAfterFirstFrame = true;

@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "db/SessionMode.h"
+
 namespace lh::app {
 
 struct CommandLine {
     std::optional<uint32_t> port;        // from a "p%u" token
-    std::optional<int> sessionMode;      // 0 host, 1 join, 2 local characters
+    std::optional<db::SessionMode> sessionMode;
     std::string joinAddress;
     std::string userName;                // --user (players)
     std::string gamemasterName;          // --gm (host)

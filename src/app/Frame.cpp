@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "db/SessionMode.h"
 #include "platform/Paths.h"
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
@@ -25,12 +26,6 @@ void run(FrameStep step, render::RenderContext& context) {
     if (draw) draw(context);
 }
 
-int sessionMode() {
-    return state.sessionMode ? state.sessionMode() : 0;
-}
-bool isHost() {
-    return state.isHost ? state.isHost() : sessionMode() == 0;
-}
 bool desktopModal() {
     return state.desktopModal ? state.desktopModal() : false;
 }
@@ -70,7 +65,7 @@ void setDesktopImage(render::Bitmap* image) {
 
 void drawFrameLayers(render::RenderContext& context) {
     tileDesktopImage(context);
-    if (sessionMode() != 2) {
+    if (db::sessionMode() != db::SessionMode::LocalCharacters) {
         run(FrameStep::ChatFrame, context);
         run(FrameStep::ModifierCollector, context);
         run(FrameStep::ChatWindow, context);
@@ -78,7 +73,7 @@ void drawFrameLayers(render::RenderContext& context) {
         run(FrameStep::HotkeyBar, context);
     }
     run(FrameStep::CharacterList, context);
-    if (isHost()) run(FrameStep::IdentityList, context);
+    if (db::isHost()) run(FrameStep::IdentityList, context);
     run(FrameStep::DesktopTokens, context);
     run(FrameStep::DesktopWindows, context);
     run(FrameStep::DieBox, context);

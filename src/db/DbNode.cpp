@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "db/DbContext.h"
+#include "db/SessionMode.h"
 
 namespace lh::db {
 
@@ -98,7 +99,7 @@ std::string DbNode::nextRecordId() const {
 
 bool DbNode::canEdit() const {
     if (isStatic) return false;
-    if (dbContext().isHost) return true;
+    if (isHost()) return true;
     return owner != nullptr && owner == &localUser();
 }
 

@@ -8,6 +8,7 @@
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/StringValue.h"
+#include "db/SessionMode.h"
 
 using namespace lh::db;
 
@@ -42,7 +43,10 @@ public:
 
 class Tree : public ::testing::Test {
 protected:
-    void SetUp() override { dbContext() = DbContext{}; }
+    void SetUp() override {
+        dbContext() = DbContext{};
+        setSessionMode(SessionMode::Join);
+    }
     void TearDown() override {
         dbContext() = DbContext{};
         clearTree();
@@ -164,11 +168,11 @@ TEST_F(Tree, HoldersOwnersAndEditRights) {
     EXPECT_EQ(longName.name.size(), 19u);
     EXPECT_EQ(&knownUser("a-very-long-player-name-that-differs-late"), &longName);
 
-    dbContext().isHost = true;
+    setSessionMode(SessionMode::Host);
     EXPECT_TRUE(field->canEdit());
     field->isStatic = 1;
     EXPECT_FALSE(field->canEdit());
-    dbContext().isHost = false;
+    setSessionMode(SessionMode::Join);
     EXPECT_FALSE(late->canEdit());  // owned by another
     late->setOwner(nullptr);
     EXPECT_FALSE(late->canEdit());  // unowned

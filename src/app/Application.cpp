@@ -23,6 +23,8 @@
 #include "db/XmlParse.h"
 #include "platform/Paths.h"
 #include "platform/Platform.h"
+#include "platform/Scheduler.h"
+#include "platform/Spine.h"
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "ui/RulesetFiles.h"
@@ -38,6 +40,24 @@ constexpr int kKeyPrintScreen = 0x2C;
 
 // The ruleset a new Campaign gets when the command line names none.
 constexpr const char* kDefaultRuleset = "Lorehaven";
+
+// What the spine itself listens to, each timer beside what it does.
+struct SpineListeners {
+    platform::Timer idle{[] { SetMouseIdle(true); }};
+    platform::Timer autosave{[] {
+        if (db::autosaveCampaign()) postSystemLine("Campaign saved.");
+    }};
+    // The test flags: a count of 30 ms ticks from the start of the loop.
+    platform::Timer quitAfterTicks{[] { platform::postQuit(0); }};
+    platform::Timer screenshotAtTick{[] { SaveScreenshot(); }};
+    platform::Subscription frame;
+    platform::Subscription hostLost;
+};
+
+SpineListeners& listeners() {
+    static SpineListeners l;
+    return l;
+}
 
 bool campaignHasDatabase(const std::string& name) {
     std::error_code ec;
@@ -117,29 +137,8 @@ void contentLoad(platform::SplashWindow* splash) {
     setDesktopImage(ui::LoadRuleset(db::campaign().ruleset.view(), db::sessionMode()));
     if (splash) splash->progress(0.7f);
     if (db::isHost()) db::loadCampaignDatabase(db::rootNode());
-    platform::setTimer(kTimerAutosave, kAutosaveMs);
+    listeners().autosave.start(kAutosaveMs, platform::TimerMode::Repeating);
     if (splash) splash->progress(1.0f);
-}
-
-void onTimer(int id) {
-    AppState& a = app();
-    switch (id) {
-    case kTimerTick:
-        ++a.tickCount;
-        if (hooks().pollSession) hooks().pollSession();
-        if (hooks().onTick) hooks().onTick();
-        if (a.screenshotAtTick && a.tickCount == a.screenshotAtTick) SaveScreenshot();
-        if (a.quitAfterTicks && a.tickCount >= a.quitAfterTicks) platform::postQuit(0);
-        break;
-    case kTimerIdle:
-        SetMouseIdle(true);
-        break;
-    case kTimerAutosave:
-        if (db::autosaveCampaign()) postSystemLine("Campaign saved.");
-        break;
-    default:
-        break;
-    }
 }
 
 bool isInput(platform::EventType t) {
@@ -158,11 +157,8 @@ bool handleEvent(const platform::Event& e, int& exitCode) {
     case EventType::QuitRequest:
         exitCode = e.exitCode;
         return true;
-    case EventType::Timer:
-        onTimer(e.timerId);
-        return false;
     case EventType::Wake:
-        if (hooks().pollSession) hooks().pollSession();
+        platform::spine().pollSession.emit();
         return false;
     case EventType::Resized:
         render::GraphicsDevice::Get().Resize();
@@ -179,28 +175,23 @@ bool handleEvent(const platform::Event& e, int& exitCode) {
             SaveScreenshot();
             return false;
         }
-        if (hooks().routeInput) hooks().routeInput(e);
+        platform::spine().routeInput.emit(e);
     }
     return false;
 }
 
 }  // namespace
 
-SpineHooks& hooks() {
-    static SpineHooks h;
-    return h;
-}
-
 void SetMouseIdle(bool idle) {
     AppState& a = app();
     if (db::sessionMode() == db::SessionMode::LocalCharacters) return;
-    bool reporter = db::sessionMode() == db::SessionMode::Join && hooks().sendIdleState;
+    bool reporter = db::sessionMode() == db::SessionMode::Join;
     if (!idle) {
-        platform::setOneShotTimer(kTimerIdle, kIdleMs);
-        if (a.idleReported && reporter) hooks().sendIdleState(0);
+        listeners().idle.start(kIdleMs);
+        if (a.idleReported && reporter) platform::spine().sendIdleState.emit(0);
         a.idleReported = false;
     } else {
-        if (reporter) hooks().sendIdleState(2);
+        if (reporter) platform::spine().sendIdleState.emit(2);
         a.idleReported = true;
     }
 }
@@ -227,7 +218,9 @@ bool InitInstance(const CommandLine& cl) {
         return false;
     }
     setFrameState({[] { return false; }, [] { return app().desktopLightColor; }});
-    hooks().drawFrame = DrawFrame;
+    listeners().frame = platform::spine().drawFrame.subscribe(DrawFrame);
+    // A lost host ends the process; no idle report goes out meanwhile.
+    listeners().hostLost = platform::spine().hostLost.subscribe([] { listeners().idle.stop(); });
 
     contentLoad(splash);
     if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
@@ -244,29 +237,35 @@ bool InitInstance(const CommandLine& cl) {
 }
 
 int runMainLoop() {
-    platform::setTimer(kTimerTick, kTickMs);
-    platform::setOneShotTimer(kTimerIdle, kIdleMs);
+    AppState& a = app();
+    SpineListeners& l = listeners();
+    l.idle.start(kIdleMs);
+    if (a.quitAfterTicks) l.quitAfterTicks.start(a.quitAfterTicks * platform::kTickMs);
+    if (a.screenshotAtTick) l.screenshotAtTick.start(a.screenshotAtTick * platform::kTickMs);
+    platform::Spine& spine = platform::spine();
     int exitCode = 0;
     for (;;) {
+        platform::runDueTimers();
         platform::Event e;
         if (platform::pollEvent(e)) {
             if (handleEvent(e, exitCode)) return exitCode;
             continue;
         }
         // Idle: step the dice, draw what is dirty; with nothing to draw,
-        // sleep until the next event or timer instead of spinning.
-        if (hooks().stepDice) hooks().stepDice();
-        int drew = hooks().drawFrame ? hooks().drawFrame() : 0;
-        if (drew && app().quitAfterFirstFrame) platform::postQuit(0);
+        // sleep until the next event, socket or due timer.
+        spine.stepDice.emit();
+        int drew = 0;
+        spine.drawFrame.forEach([&](const std::function<int()>& draw) { drew |= draw(); });
+        if (drew && a.quitAfterFirstFrame) platform::postQuit(0);
         if (drew) continue;
-        if (platform::waitEvent(e, -1) && handleEvent(e, exitCode)) return exitCode;
+        if (platform::waitEvent(e, platform::waitTimeoutMs()) && handleEvent(e, exitCode)) return exitCode;
     }
 }
 
 void runExitPath() {
     if (app().connectionLost) return;
     if (db::isHost()) db::saveCampaignOnExit();
-    if (hooks().exitSave) hooks().exitSave();
+    platform::spine().exitSave.emit();
 }
 
 int runMain(int argc, char** argv) {

@@ -8,7 +8,7 @@
 #include "app/LauncherWindow.h"
 #include "app/SystemLines.h"
 #include "db/DbNode.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/Users.h"
 #include "net/ClientLogin.h"
 #include "net/FileExchange.h"
@@ -24,6 +24,7 @@
 #include "platform/Platform.h"
 #include "platform/Scheduler.h"
 #include "platform/Spine.h"
+#include "ui/ResourceFile.h"
 
 namespace lh::app {
 
@@ -163,7 +164,8 @@ bool hasSession() { return current() != nullptr; }
 void startHostSession(uint16_t port) {
     net::Session& s = makeSession();
     attachNetwork(s);
-    net::installFileService(s, platform::workingDirectory());
+    net::installFileService(s, platform::workingDirectory(),
+                            [](const std::string& path) { return ui::ResourceFile::Exists(path); });
     db::attachReplication(s);
     net::HostLoginHooks login;
     login.postLine = [](const std::string& text) { postSystemLine(text); };

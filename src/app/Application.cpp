@@ -3,11 +3,13 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <string>
 #include <vector>
 
 #include "app/AppState.h"
+#include "app/ScriptPlayer.h"
 #include "app/SessionSetup.h"
 #include "app/Frame.h"
 #include "app/WayIn.h"
@@ -21,10 +23,13 @@
 #include "db/SessionMode.h"
 #include "db/Users.h"
 #include "db/XmlParse.h"
+#include "platform/Clock.h"
+#include "platform/InputScript.h"
 #include "platform/Paths.h"
 #include "platform/Platform.h"
 #include "platform/Scheduler.h"
 #include "platform/Spine.h"
+#include "platform/Trace.h"
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "ui/RulesetFiles.h"
@@ -57,6 +62,45 @@ struct SpineListeners {
 SpineListeners& listeners() {
     static SpineListeners l;
     return l;
+}
+
+// The test driver's steps, read before anything starts.
+std::vector<platform::ScriptStep>& scriptSteps() {
+    static std::vector<platform::ScriptStep> steps;
+    return steps;
+}
+
+// "--script FILE" or LOREHAVEN_SCRIPT; false after a message when the file
+// cannot be read or has a bad line.
+bool readScript(const CommandLine& cl) {
+    std::string path = cl.scriptFile;
+    if (path.empty()) {
+        const char* env = std::getenv("LOREHAVEN_SCRIPT");
+        if (env) path = env;
+    }
+    if (path.empty()) return true;
+    std::FILE* f = std::fopen(path.c_str(), "rb");
+    if (!f) {
+        std::fprintf(stderr, "lorehaven: cannot read the script %s\n", path.c_str());
+        return false;
+    }
+    std::string text;
+    char buffer[4096];
+    size_t n;
+    constexpr size_t kMaxScript = 16u << 20;
+    while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0 && text.size() <= kMaxScript) text.append(buffer, n);
+    std::fclose(f);
+    if (text.size() > kMaxScript) {
+        std::fprintf(stderr, "lorehaven: the script %s is larger than 16 MB\n", path.c_str());
+        return false;
+    }
+    platform::ParsedScript parsed = platform::parseInputScript(text);
+    if (!parsed.error.empty()) {
+        std::fprintf(stderr, "lorehaven: script %s, %s\n", path.c_str(), parsed.error.c_str());
+        return false;
+    }
+    scriptSteps() = std::move(parsed.steps);
+    return true;
 }
 
 bool campaignHasDatabase(const std::string& name) {
@@ -244,21 +288,47 @@ int runMainLoop() {
     if (a.screenshotAtTick) l.screenshotAtTick.start(a.screenshotAtTick * platform::kTickMs);
     platform::Spine& spine = platform::spine();
     int exitCode = 0;
+    auto drawPending = [&spine] {
+        int drew = 0;
+        spine.drawFrame.forEach([&](const std::function<int()>& draw) { drew |= draw(); });
+        return drew;
+    };
+    // Script steps reach the same handler as the window's events; a quit
+    // among them ends the loop like any other.
+    ScriptActions actions;
+    actions.deliver = [&exitCode](const platform::Event& e) {
+        if (handleEvent(e, exitCode)) platform::postQuit(exitCode);
+    };
+    actions.drawPending = drawPending;
+    actions.screenshot = saveScreenshotAs;
+    actions.quit = [](int code) { platform::postQuit(code); };
+    ScriptPlayer player(std::move(scriptSteps()), std::move(actions));
+    player.start();
+    bool shown = false;
     for (;;) {
         platform::runDueTimers();
         platform::Event e;
         if (platform::pollEvent(e)) {
-            if (handleEvent(e, exitCode)) return exitCode;
+            if (handleEvent(e, exitCode)) {
+                platform::trace("quit %d", exitCode);
+                return exitCode;
+            }
             continue;
         }
         // Idle: step the dice, draw what is dirty; with nothing to draw,
         // sleep until the next event, socket or due timer.
         spine.stepDice.emit();
-        int drew = 0;
-        spine.drawFrame.forEach([&](const std::function<int()>& draw) { drew |= draw(); });
-        if (drew && a.quitAfterFirstFrame) platform::postQuit(0);
+        int drew = drawPending();
+        if (drew && !shown) {
+            shown = true;
+            platform::trace("frame");
+            if (a.quitAfterFirstFrame) platform::postQuit(0);
+        }
         if (drew) continue;
-        if (platform::waitEvent(e, platform::waitTimeoutMs()) && handleEvent(e, exitCode)) return exitCode;
+        if (platform::waitEvent(e, platform::waitTimeoutMs()) && handleEvent(e, exitCode)) {
+            platform::trace("quit %d", exitCode);
+            return exitCode;
+        }
     }
 }
 
@@ -283,6 +353,10 @@ int runMain(int argc, char** argv) {
         std::fprintf(stderr, "lorehaven: %s (see --help)\n", cl.error.c_str());
         return 2;
     }
+
+    const char* clock = std::getenv("LOREHAVEN_CLOCK");
+    if (clock && std::strcmp(clock, "manual") == 0) platform::useManualClock(0);
+    if (!readScript(cl)) return 2;
 
     std::srand(unsigned(std::time(nullptr)));
     AppState& a = app();

@@ -22,6 +22,7 @@ struct CommandLine {
     std::string password;
     std::string identityName;
     std::string workDir;
+    std::string scriptFile;              // --script: input to play (test driver)
     uint32_t quitAfterTicks = 0;         // 0: run until told to stop
     bool quitAfterFirstFrame = false;    // for measuring start-up
     uint32_t screenshotAtTick = 0;       // as Print Screen, at that tick

@@ -8,6 +8,7 @@
 
 #include "db/SessionMode.h"
 #include "platform/Paths.h"
+#include "platform/Trace.h"
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
 #include "render/PngWriter.h"
@@ -121,20 +122,24 @@ std::string nextScreenshotName(const std::filesystem::path& dir) {
     return {};
 }
 
-std::string SaveScreenshot() {
+bool saveScreenshotAs(const std::string& name) {
     render::GraphicsDevice& device = render::GraphicsDevice::Get();
     std::vector<uint32_t> pixels;
     render::Rect taken;
     if (!device.ReadBackBuffer(render::Rect{0, 0, device.Width(), device.Height()}, pixels, &taken))
-        return {};
-    if (taken.isEmpty()) return {};
-    const std::filesystem::path dir = platform::workingDirectory();
-    std::string name = nextScreenshotName(dir);
-    if (name.empty()) return {};
-    if (!render::writePng(dir / name, uint32_t(taken.width()), uint32_t(taken.height()), pixels.data(),
-                          render::PngLayout::Rgb)) {
-        return {};
+        return false;
+    if (taken.isEmpty()) return false;
+    if (!render::writePng(platform::workingDirectory() / name, uint32_t(taken.width()), uint32_t(taken.height()),
+                          pixels.data(), render::PngLayout::Rgb)) {
+        return false;
     }
+    platform::trace("screenshot %s", name.c_str());
+    return true;
+}
+
+std::string SaveScreenshot() {
+    std::string name = nextScreenshotName(platform::workingDirectory());
+    if (name.empty() || !saveScreenshotAs(name)) return {};
     return name;
 }
 

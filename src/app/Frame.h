@@ -65,5 +65,7 @@ std::string nextScreenshotName(const std::filesystem::path& dir);
 // Writes the client area to the next screenshot name in the working
 // directory. The file name written, or "" on failure (no message).
 std::string SaveScreenshot();
+// The same under a given name in the working directory (the test driver's).
+bool saveScreenshotAs(const std::string& name);
 
 }  // namespace lh::app

@@ -7,6 +7,7 @@
 
 #include "db/DbContext.h"
 #include "db/SessionMode.h"
+#include "platform/Trace.h"
 
 namespace lh::db {
 
@@ -109,6 +110,8 @@ bool DbNode::canEdit() const {
 }
 
 void DbNode::notify(ChangeKind change) {
+    // Values change under their record: the record is what a watcher waits for.
+    if (change == ChangeKind::value && platform::traceOn()) platform::trace("record %s", pathOf().c_str());
     std::vector<NodeObservation*> told;
     for (DbNode* n = this; n; n = n->parent) {
         if (n->observations.empty()) continue;

@@ -31,8 +31,9 @@ namespace lh::app {
 namespace {
 
 // Transport time-outs (a request that never completes, a stalled fetch) are
-// counted in seconds; between sockets becoming ready, a look this often is
-// enough, and costs nothing that an idle process would notice.
+// counted in seconds; while connections are open, a look this often between
+// sockets becoming ready is enough. A host that nobody has joined has nothing
+// to time out and sleeps until a socket wakes it.
 constexpr uint32_t kHousekeepingMs = 1000;
 
 // The session of this run and what it listens to; the handles go before the
@@ -54,10 +55,18 @@ SessionParts& parts() {
 std::unique_ptr<net::Session>& current() { return parts().session; }
 std::unique_ptr<net::FileExchange>& files() { return parts().files; }
 
+bool hasOpenConnections(net::Session& s) {
+    if (s.role() == net::SessionRole::Client) return s.hostPeer() != nullptr && !s.hostLost();
+    if (s.role() != net::SessionRole::Host) return false;
+    return !s.users().empty() || s.httpServer().requestCount() > 0;
+}
+
 // Reads what the sockets brought; a client's downloads move on too.
 void pollSessionAndFiles() {
     if (current()) current()->poll();
     if (files()) files()->stepDownloads();
+    platform::Timer& housekeeping = parts().housekeeping;
+    if (current() && !housekeeping.running() && hasOpenConnections(*current())) housekeeping.start(kHousekeepingMs);
 }
 
 void watchSessionAndFiles(std::vector<platform::WatchedFd>& fds) {
@@ -80,6 +89,7 @@ bool fetchRulesetFiles(net::FileExchange& exchange) {
     std::unique_ptr<LauncherWindow> window = LauncherWindow::create(error);
     if (!window) return false;
     window->idleWaitMs = 0;
+    window->quietWaitMs = 0;
     net::ImGuiLauncherUi ui(*window);
     exchange.requestFileList();
     int result = ui.runProgress("Retrieving data...", [&](net::ImGuiLauncherUi::Progress& p) {
@@ -123,7 +133,7 @@ void attachNetwork(net::Session& s) {
     SessionParts& p = parts();
     p.watchSession = net::attachToMainLoop(s);
     p.housekeeping.setHandler(pollSessionAndFiles);
-    p.housekeeping.start(kHousekeepingMs, platform::TimerMode::Repeating);
+    p.housekeeping.start(kHousekeepingMs);
 }
 
 // A lost host ends the client at once: the box, then exit code -1, and no

@@ -5,6 +5,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -167,6 +168,16 @@ void wakeMainLoop() {
     SDL_Event e{};
     e.type = wakeEventType;
     SDL_PushEvent(&e);
+}
+
+bool canWaitNatively() { return nativeWait; }
+
+void sleepUntilWoken(int timeoutMs) {
+    if (mainWakeFd < 0) {
+        SDL_Delay(uint32_t(std::max(timeoutMs, 0)));
+        return;
+    }
+    pollDescriptors({}, mainWakeFd, timeoutMs);
 }
 
 bool pollEvent(Event& event) {

@@ -35,6 +35,13 @@ void postQuit(int exitCode);
 // thread; several wakes before the loop runs fold into one.
 void wakeMainLoop();
 
+// For loops that read SDL's queue themselves (the launcher's dialogs): sleeps
+// until the timeout, a signal, or a wake, without polling. SDL's own timed
+// wait polls every millisecond on drivers that cannot wait (the headless
+// ones); this is the wait to use there.
+bool canWaitNatively();
+void sleepUntilWoken(int timeoutMs);
+
 // Takes the next event without waiting. False if there is none.
 bool pollEvent(Event& event);
 // Waits until an event comes, a watched descriptor is ready or the timeout

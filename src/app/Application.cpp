@@ -288,9 +288,17 @@ int runMainLoop() {
     if (a.screenshotAtTick) l.screenshotAtTick.start(a.screenshotAtTick * platform::kTickMs);
     platform::Spine& spine = platform::spine();
     int exitCode = 0;
-    auto drawPending = [&spine] {
+    bool shown = false;
+    // Every frame goes through here, the script's too: the first one shown
+    // is what launch timing and watchers wait for.
+    auto drawPending = [&spine, &shown, &a] {
         int drew = 0;
         spine.drawFrame.forEach([&](const std::function<int()>& draw) { drew |= draw(); });
+        if (drew && !shown) {
+            shown = true;
+            platform::trace("frame");
+            if (a.quitAfterFirstFrame) platform::postQuit(0);
+        }
         return drew;
     };
     // Script steps reach the same handler as the window's events; a quit
@@ -304,7 +312,6 @@ int runMainLoop() {
     actions.quit = [](int code) { platform::postQuit(code); };
     ScriptPlayer player(std::move(scriptSteps()), std::move(actions));
     player.start();
-    bool shown = false;
     for (;;) {
         platform::runDueTimers();
         platform::Event e;
@@ -318,13 +325,7 @@ int runMainLoop() {
         // Idle: step the dice, draw what is dirty; with nothing to draw,
         // sleep until the next event, socket or due timer.
         spine.stepDice.emit();
-        int drew = drawPending();
-        if (drew && !shown) {
-            shown = true;
-            platform::trace("frame");
-            if (a.quitAfterFirstFrame) platform::postQuit(0);
-        }
-        if (drew) continue;
+        if (drawPending()) continue;
         if (platform::waitEvent(e, platform::waitTimeoutMs()) && handleEvent(e, exitCode)) {
             platform::trace("quit %d", exitCode);
             return exitCode;

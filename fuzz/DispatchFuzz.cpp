@@ -21,7 +21,7 @@
 #include "db/DatabaseWriter.h"
 #include "db/DbContext.h"
 #include "db/DbNode.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/StringValue.h"
 #include "db/Users.h"
 #include "db/XmlParse.h"

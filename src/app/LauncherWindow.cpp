@@ -82,8 +82,11 @@ bool LauncherWindow::beginFrame() {
     if (onFrame) onFrame(frame);
     ++frame;
     // A few quick frames after any input let ImGui settle focus, popups and
-    // hover; after that the window sleeps until the next input.
-    int got = input->pump(busyFrames > 0 ? 0 : idleWaitMs);
+    // hover; after that the window sleeps until the next input, waking at the
+    // caret's pace only while a text field has it.
+    int wait = 0;
+    if (busyFrames == 0) wait = ImGui::GetCurrentContext() && ImGui::GetIO().WantTextInput ? idleWaitMs : quietWaitMs;
+    int got = input->pump(wait);
     if (got < 0) return false;
     busyFrames = got > 0 ? 3 : (busyFrames > 0 ? busyFrames - 1 : 0);
     renderer->newFrame();

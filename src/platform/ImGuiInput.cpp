@@ -6,7 +6,9 @@
 
 #include <cstring>
 
+#include "platform/FdWatcher.h"
 #include "platform/GlContext.h"
+#include "platform/Platform.h"
 #include "platform/Window.h"
 
 namespace lh::platform {
@@ -20,7 +22,16 @@ ImGuiInput::~ImGuiInput() { ImGui_ImplSDL2_Shutdown(); }
 
 int ImGuiInput::pump(int timeoutMs) {
     SDL_Event e;
-    bool got = timeoutMs > 0 ? SDL_WaitEventTimeout(&e, timeoutMs) : SDL_PollEvent(&e);
+    bool got = SDL_PollEvent(&e);
+    if (!got && timeoutMs != 0) {
+        if (canWaitNatively()) {
+            got = timeoutMs < 0 ? SDL_WaitEvent(&e) : SDL_WaitEventTimeout(&e, timeoutMs);
+        } else {
+            // A headless driver: sleep for real, then look once.
+            sleepUntilWoken(timeoutMs);
+            got = SDL_PollEvent(&e);
+        }
+    }
     if (!got) return 0;
     bool open = true;
     do {
@@ -40,6 +51,7 @@ void pushKey(const char* keyName, bool down) {
     e.key.keysym.sym = key;
     e.key.keysym.scancode = SDL_GetScancodeFromKey(key);
     SDL_PushEvent(&e);
+    wakeMainLoop();
 }
 
 void pushText(const char* utf8) {
@@ -47,12 +59,14 @@ void pushText(const char* utf8) {
     e.type = SDL_TEXTINPUT;
     std::strncpy(e.text.text, utf8, sizeof e.text.text - 1);
     SDL_PushEvent(&e);
+    wakeMainLoop();
 }
 
 void pushWindowClose() {
     SDL_Event e{};
     e.type = SDL_QUIT;
     SDL_PushEvent(&e);
+    wakeMainLoop();
 }
 
 }  // namespace lh::platform

@@ -15,7 +15,8 @@ public:
     ImGuiInput(const ImGuiInput&) = delete;
     ImGuiInput& operator=(const ImGuiInput&) = delete;
 
-    // Waits up to `timeoutMs` for input and hands all of it to ImGui.
+    // Waits up to `timeoutMs` (-1: for as long as it takes) for input and
+    // hands all of it to ImGui.
     // 1 when input came, 0 when the wait ran out, -1 once the window was
     // closed or the process told to stop.
     int pump(int timeoutMs);

@@ -39,6 +39,7 @@ TEST(LauncherUi, FirstStartByKeyboardAlone) {
     std::unique_ptr<app::LauncherWindow> window = app::LauncherWindow::create(error);
     ASSERT_TRUE(window) << error;
     window->idleWaitMs = 2;
+    window->quietWaitMs = 2;
 
     // One key or word every few frames, as a (fast) person would type.
     std::vector<std::function<void()>> script = {

@@ -21,6 +21,7 @@
 #include "db/DatabaseWriter.h"
 #include "db/DbContext.h"
 #include "db/DbNode.h"
+#include "db/SessionMode.h"
 #include "net/Replication.h"
 #include "db/StringValue.h"
 #include "db/Users.h"
@@ -94,7 +95,7 @@ void readAll(Session& session, SessionPeer& peer, Act act) {
 // connection, with the bytes behind it, to the file service.
 void hostRig(const uint8_t* data, size_t size) {
     db::clearTree();
-    db::dbContext().isHost = true;
+    db::setSessionMode(db::SessionMode::Host);
     Session host;
     host.becomeHost();
     host.setSystemLineSink(quiet);
@@ -143,7 +144,7 @@ void hostRig(const uint8_t* data, size_t size) {
 // read by the login itself rather than by a handler, so it is decoded here.
 void clientRig(const uint8_t* data, size_t size) {
     db::clearTree();
-    db::dbContext().isHost = false;
+    db::setSessionMode(db::SessionMode::Join);
     Session client;
     client.setSystemLineSink(quiet);
     net::ClientJoinHooks join;

@@ -41,7 +41,8 @@ void Window::layoutPass(bool first, bool force, bool secondPass) {
             width = std::max(width, need(control->boundLeft, control->boundWidth, size.width));
             height = std::max(height, need(control->boundTop, control->boundHeight, size.height));
         }
-        work.right = work.left + width;
+        // A sub-window keeps its parent's width: only its height is its own.
+        if (!parentWindow) work.right = work.left + width;
         work.bottom = work.top + height;
     }
     // 3. Within the class's limits.
@@ -90,8 +91,19 @@ void Window::layoutPass(bool first, bool force, bool secondPass) {
     // 7. A window sized by its content grows to hold the rows.
     if (heightFromContent) {
         int32_t height = topBand + cursor + rowHeight + bottomBand;
+        const int32_t before = work.height();
         if (work.height() < height) work.bottom = work.top + height;
         clamp(work);
+        // Controls placed from the bottom edge follow the new height, or
+        // they would float where the edge stood before the rows counted.
+        if (work.height() != before) {
+            workSize = {work.width(), work.height()};
+            for (auto& control : controls) {
+                if (!control->isAbsolute) continue;
+                control->ComputeRect(&workSize);
+                control->Arrange(force);
+            }
+        }
     }
 
     // 8. Flow controls that reach below the bottom band are cut at it.

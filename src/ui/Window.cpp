@@ -112,7 +112,8 @@ void Window::Close(bool force) {
         WindowMessage m{windowClass.name, name, 0, 0};
         home->network->sendToAll("WINDQ", encodeWindowMessage(m, WindowMessageForm::names));
     }
-    if (windowClass.softClose) {
+    // A page of a sheet closes with its sheet, whatever its class says.
+    if (windowClass.softClose && !parentWindow) {
         ToggleMinimize(nullptr);
         return;
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/AppState.h"
+#include "app/DesktopWiring.h"
 #include "app/SessionSetup.h"
 #include "app/Frame.h"
 #include "app/WayIn.h"
@@ -27,6 +28,7 @@
 #include "render/GraphicsDevice.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
+#include "ui/Desktop.h"
 
 namespace lh::app {
 
@@ -166,6 +168,7 @@ bool handleEvent(const platform::Event& e, int& exitCode) {
         return false;
     case EventType::Resized:
         render::GraphicsDevice::Get().Resize();
+        ui::desktop().OnMainWindowSized(e.width, e.height);
         return false;
     case EventType::Exposed:
         render::GraphicsDevice::Get().Invalidate(nullptr);
@@ -232,6 +235,8 @@ bool InitInstance(const CommandLine& cl) {
 
     contentLoad(splash);
     if (a.sessionMode == 1) requestStartIdentity(cl.identityName);
+    startDesktop(a.sessionMode, kClientWidth, kClientHeight);
+    hooks().routeInput = routeDesktopInput;
 
     delete splash;
     a.mainWindow->show();

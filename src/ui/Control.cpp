@@ -123,14 +123,6 @@ void Control::GetScrollInfo(int32_t info[6]) {
     for (int i = 0; i < 6; ++i) info[i] = 0;
 }
 
-DesktopObject* Control::HitTest(int32_t x, int32_t y) {
-    if (!rect.contains(x, y)) return nullptr;
-    for (DesktopObject* child : children) {
-        if (DesktopObject* hit = child->HitTest(x, y)) return hit;
-    }
-    return this;
-}
-
 void Control::GetOrigin(int32_t& x, int32_t& y) const {
     int32_t wx, wy;
     window->GetOrigin(wx, wy);

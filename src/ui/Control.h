@@ -62,7 +62,8 @@ public:
     virtual int ShortcutKey(int /*modifiers*/, int /*key*/) { return 0; }
     virtual void TakeFocus() {}
 
-    DesktopObject* HitTest(int32_t x, int32_t y) override;
+    // HitTest is the default one, in window coordinates: a window asks its
+    // controls with the point made relative to itself.
     void GetOrigin(int32_t& x, int32_t& y) const override;
 
     // Marks the window dirty: a control never draws outside a frame.

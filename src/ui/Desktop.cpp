@@ -49,9 +49,8 @@ void Desktop::putOnTop(std::unique_ptr<Window> window) {
     inputTargets.insert(inputTargets.begin(), raw);
 }
 
-Window* Desktop::Add(std::unique_ptr<Window> window) {
-    if (!window) return nullptr;
-    Window* raw = window.get();
+void Desktop::putOnTopKeepingModal(std::unique_ptr<Window> window) {
+    // A modal window stays on top of both lists: it steps aside and comes back.
     std::unique_ptr<Window> modalWindow;
     if (modal && !windows.empty()) {
         modalWindow = std::move(windows.back());
@@ -60,6 +59,12 @@ Window* Desktop::Add(std::unique_ptr<Window> window) {
     }
     putOnTop(std::move(window));
     if (modalWindow) putOnTop(std::move(modalWindow));
+}
+
+Window* Desktop::Add(std::unique_ptr<Window> window) {
+    if (!window) return nullptr;
+    Window* raw = window.get();
+    putOnTopKeepingModal(std::move(window));
     raw->Invalidate();
     return raw;
 }
@@ -77,19 +82,11 @@ void Desktop::BringToFront(Window* window) {
     if (!window || window->windowClass.desktopWindow) return;
     auto it = std::find_if(windows.begin(), windows.end(), [&](auto& w) { return w.get() == window; });
     if (it == windows.end()) return;
-    const bool isModalWindow = modal && it + 1 == windows.end();
-    if (!isModalWindow) {
+    if (!(modal && it + 1 == windows.end())) {
         std::unique_ptr<Window> w = std::move(*it);
         windows.erase(it);
         RemoveTarget(window);
-        std::unique_ptr<Window> modalWindow;
-        if (modal && !windows.empty()) {
-            modalWindow = std::move(windows.back());
-            windows.pop_back();
-            RemoveTarget(modalWindow.get());
-        }
-        putOnTop(std::move(w));
-        if (modalWindow) putOnTop(std::move(modalWindow));
+        putOnTopKeepingModal(std::move(w));
     }
     window->Invalidate();
 }
@@ -172,6 +169,10 @@ Window* Desktop::OpenShortcutWindow(int sessionMode) {
     const WindowClass* cls = findWindowClass(className);
     if (!cls) return nullptr;
     return OpenWindow(*cls, "");
+}
+
+void Desktop::ForgetUser(const std::string& userName) {
+    for (auto& w : windows) w->sharedWith.erase(userName);
 }
 
 void Desktop::AddTarget(DesktopObject* object) {

@@ -62,6 +62,9 @@ public:
     // has no such class.
     Window* OpenShortcutWindow(int sessionMode);
 
+    // A user has left the session: no window counts as shared with them.
+    void ForgetUser(const std::string& userName);
+
     // Other things the mouse can reach (the singletons, tokens on the bare
     // Desktop) join at the front; they leave by dying or RemoveTarget.
     void AddTarget(DesktopObject* object);
@@ -96,6 +99,7 @@ public:
 
 private:
     void putOnTop(std::unique_ptr<Window> window);
+    void putOnTopKeepingModal(std::unique_ptr<Window> window);
     std::vector<std::unique_ptr<Window>> closedWindows;
     bool modal = false;
 };

@@ -322,7 +322,9 @@ DesktopObject* Window::HitTest(int32_t x, int32_t y) {
 void Window::onChanged(db::ChangeKind) { MarkChanged(); }
 
 void Window::onNodeDeleted() {
-    // The record is going: nothing may point into it from here on.
+    // The record is going: nothing may point into it from here on, a drag
+    // that carries it included.
+    if (home->dragPayload.sourceNode == record) home->dragPayload.sourceNode = nullptr;
     stopObserving();
     record = nullptr;
     if (parentWindow) return;  // the outermost window closes for all

@@ -17,8 +17,18 @@ namespace lh::app {
 
 namespace {
 
-// The buttons held now, as mouse flags.
+// The buttons held now, as mouse flags, and the modifier keys held as the
+// key events told them (a mouse event may come without its modifiers).
 uint32_t heldButtons = 0;
+uint16_t heldModifiers = 0;
+
+constexpr int kKeyShift = 0x10, kKeyControl = 0x11, kKeyAlt = 0x12;
+
+uint16_t modifierOfKey(int key) {
+    return key == kKeyShift ? platform::ModShift : key == kKeyControl ? platform::ModCtrl
+                                              : key == kKeyAlt        ? platform::ModAlt
+                                                                      : 0;
+}
 
 uint32_t buttonFlag(platform::MouseButton b) {
     switch (b) {
@@ -31,8 +41,9 @@ uint32_t buttonFlag(platform::MouseButton b) {
 
 uint32_t mouseFlags(const platform::Event& e) {
     uint32_t flags = heldButtons;
-    if (e.modifiers & platform::ModShift) flags |= ui::mouse::kShift;
-    if (e.modifiers & platform::ModCtrl) flags |= ui::mouse::kControl;
+    const uint16_t modifiers = e.modifiers | heldModifiers;
+    if (modifiers & platform::ModShift) flags |= ui::mouse::kShift;
+    if (modifiers & platform::ModCtrl) flags |= ui::mouse::kControl;
     return flags;
 }
 
@@ -88,7 +99,11 @@ void routeDesktopInput(const platform::Event& e) {
         desk.MouseWheel(e.wheel, e.x, e.y);
         break;
     case EventType::KeyDown:
-        desk.KeyDown(shortcutModifiers(e.modifiers), e.keyCode, e.scanCode);
+        heldModifiers |= modifierOfKey(e.keyCode);
+        desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode);
+        break;
+    case EventType::KeyUp:
+        heldModifiers &= uint16_t(~modifierOfKey(e.keyCode));
         break;
     case EventType::Char:
         for (const char* c = e.text; *c; ++c) desk.Char(static_cast<unsigned char>(*c), 0);

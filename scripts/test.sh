@@ -4,6 +4,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
+# Each folder includes only the layers below it (README, Layout).
+bash scripts/check-layers.sh
 
 build=${LOREHAVEN_TEST_BUILD:-build-test}
 jobs=$(nproc)

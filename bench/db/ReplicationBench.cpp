@@ -11,7 +11,7 @@
 
 #include "db/DbNode.h"
 #include "db/IntValue.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/StringValue.h"
 #include "db/Users.h"
 #include "net/Session.h"

@@ -12,7 +12,7 @@
 #include "db/Campaign.h"
 #include "db/DatabaseLoader.h"
 #include "db/DatabaseWriter.h"
-#include "db/DbContext.h"
+#include "db/SessionMode.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/StringValue.h"
@@ -64,7 +64,7 @@ struct Fixture {
     Fixture() {
         fs::create_directories(dir / "campaigns" / "Bench");
         lh::platform::setWorkingDirectory(dir);
-        dbContext().isHost = true;
+        setSessionMode(SessionMode::Host);
         file = lh::platform::diskPath(programPath);
         buildTree(tree);
         saveDatabase(programPath, tree);

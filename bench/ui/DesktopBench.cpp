@@ -14,6 +14,7 @@
 #include "app/Frame.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
+#include "db/SessionMode.h"
 #include "db/XmlParse.h"
 #include "platform/Paths.h"
 #include "platform/Platform.h"
@@ -117,7 +118,7 @@ struct Scene {
         ui::registerControlTag("BENCHFIELD", [](ui::Window& w) -> std::unique_ptr<ui::Control> {
             return std::make_unique<BenchField>(w);
         });
-        ui::LoadRulesetFile(db::parseXmlText(sheetClass(), "bench"), 0);
+        ui::LoadRulesetFile(db::parseXmlText(sheetClass(), "bench"), db::SessionMode::Host);
         desk = std::make_unique<ui::Desktop>();
         desk->OnMainWindowSized(kWidth, kHeight);
         const ui::WindowClass* cls = ui::findWindowClass("sheet");

@@ -56,7 +56,7 @@ void BM_LoadDefaultRuleset(benchmark::State& state) {
     }
     for (auto _ : state) {
         ui::clearRuleset();
-        benchmark::DoNotOptimize(ui::LoadRuleset("Lorehaven", 0));
+        benchmark::DoNotOptimize(ui::LoadRuleset("Lorehaven", db::SessionMode::Host));
         finish();
     }
     state.counters["fonts"] = double(ui::ruleset().fonts.size());
@@ -69,7 +69,7 @@ void BM_DrawWindowFrameFullScreen(benchmark::State& state) {
         state.SkipWithError("no OpenGL device");
         return;
     }
-    if (ui::ruleset().frameDefs.empty()) ui::LoadRuleset("Lorehaven", 0);
+    if (ui::ruleset().frameDefs.empty()) ui::LoadRuleset("Lorehaven", db::SessionMode::Host);
     ui::FrameDef* frame = ui::findFrame("windowframe");
     int calls = 0;
     for (auto _ : state) {

@@ -15,25 +15,16 @@ constexpr unsigned kVersionMinor = 3;
 constexpr const char* kVersionText = "1.03";
 constexpr uint32_t kDefaultPort = 1802;
 
-// Ids of the main window's timers.
-enum TimerId : int {
-    kTimerTick = 1,        // 30 ms, repeating
-    kTimerRadialMenu = 2,  // 1000 ms, one shot
-    kTimerBookmark = 3,    // 100 ms, one shot
-    kTimerTyping = 4,      // 5000 ms, one shot
-    kTimerIdle = 5,        // 60000 ms, one shot
-    kTimerAutosave = 6,    // 300000 ms, repeating
-};
-constexpr uint32_t kTickMs = 30;
+// The spine's own timers; each subsystem owns its timers beside what they do
+// (platform/Scheduler.h).
 constexpr uint32_t kIdleMs = 60000;
 constexpr uint32_t kAutosaveMs = 300000;
 
+// The way in (host, join, local characters) is db::sessionMode(), held once.
 struct AppState {
     platform::Window* mainWindow = nullptr;
-    int sessionMode = 0;          // 0 host, 1 join, 2 local characters
     uint32_t listenPort = kDefaultPort;
     bool fullScreen = false;
-    uint32_t tickCount = 0;
     uint32_t desktopLightColor = 0xFFFFFFFF;
     uint32_t frameLightColor = 0xFFFFFFFF;
     uint32_t iconLightColor = 0xFFFFFFFF;

@@ -3,12 +3,14 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <string>
 #include <vector>
 
 #include "app/AppState.h"
 #include "app/DesktopWiring.h"
+#include "app/ScriptPlayer.h"
 #include "app/SessionSetup.h"
 #include "app/Frame.h"
 #include "app/WayIn.h"
@@ -17,13 +19,18 @@
 #include "app/SystemLines.h"
 #include "db/Box.h"
 #include "db/Campaign.h"
-#include "db/DbContext.h"
 #include "db/DatabaseLoader.h"
 #include "db/DbNode.h"
+#include "db/SessionMode.h"
 #include "db/Users.h"
 #include "db/XmlParse.h"
+#include "platform/Clock.h"
+#include "platform/InputScript.h"
 #include "platform/Paths.h"
 #include "platform/Platform.h"
+#include "platform/Scheduler.h"
+#include "platform/Spine.h"
+#include "platform/Trace.h"
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "ui/RulesetFiles.h"
@@ -40,6 +47,63 @@ constexpr int kKeyPrintScreen = 0x2C;
 
 // The ruleset a new Campaign gets when the command line names none.
 constexpr const char* kDefaultRuleset = "Lorehaven";
+
+// What the spine itself listens to, each timer beside what it does.
+struct SpineListeners {
+    platform::Timer idle{[] { SetMouseIdle(true); }};
+    platform::Timer autosave{[] {
+        if (db::autosaveCampaign()) postSystemLine("Campaign saved.");
+    }};
+    // The test flags: a count of 30 ms ticks from the start of the loop.
+    platform::Timer quitAfterTicks{[] { platform::postQuit(0); }};
+    platform::Timer screenshotAtTick{[] { SaveScreenshot(); }};
+    platform::Subscription frame;
+    platform::Subscription hostLost;
+};
+
+SpineListeners& listeners() {
+    static SpineListeners l;
+    return l;
+}
+
+// The test driver's steps, read before anything starts.
+std::vector<platform::ScriptStep>& scriptSteps() {
+    static std::vector<platform::ScriptStep> steps;
+    return steps;
+}
+
+// "--script FILE" or LOREHAVEN_SCRIPT; false after a message when the file
+// cannot be read or has a bad line.
+bool readScript(const CommandLine& cl) {
+    std::string path = cl.scriptFile;
+    if (path.empty()) {
+        const char* env = std::getenv("LOREHAVEN_SCRIPT");
+        if (env) path = env;
+    }
+    if (path.empty()) return true;
+    std::FILE* f = std::fopen(path.c_str(), "rb");
+    if (!f) {
+        std::fprintf(stderr, "lorehaven: cannot read the script %s\n", path.c_str());
+        return false;
+    }
+    std::string text;
+    char buffer[4096];
+    size_t n;
+    constexpr size_t kMaxScript = 16u << 20;
+    while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0 && text.size() <= kMaxScript) text.append(buffer, n);
+    std::fclose(f);
+    if (text.size() > kMaxScript) {
+        std::fprintf(stderr, "lorehaven: the script %s is larger than 16 MB\n", path.c_str());
+        return false;
+    }
+    platform::ParsedScript parsed = platform::parseInputScript(text);
+    if (!parsed.error.empty()) {
+        std::fprintf(stderr, "lorehaven: script %s, %s\n", path.c_str(), parsed.error.c_str());
+        return false;
+    }
+    scriptSteps() = std::move(parsed.steps);
+    return true;
+}
 
 bool campaignHasDatabase(const std::string& name) {
     std::error_code ec;
@@ -76,11 +140,10 @@ bool chooseWayIn(const CommandLine& cl) {
     WayIn wayIn;
     bool settled = wayInFromCommandLine(cl, wayIn);
     if (!settled && runLauncherDialogs(wayIn, campaignServices()) == 0) return false;
-    a.sessionMode = wayIn.sessionMode;
+    db::setSessionMode(wayIn.sessionMode);
     db::localUser().name.set(wayIn.fields.userName);
-    switch (a.sessionMode) {
-    case 0:
-        db::dbContext().isHost = true;
+    switch (wayIn.sessionMode) {
+    case db::SessionMode::Host:
         if (settled && !openCampaignFromCommandLine(wayIn)) {
             platform::messageBox("Error", "The Campaign \"" + wayIn.campaign.name + "\" cannot be used as a folder.");
             return false;
@@ -90,13 +153,14 @@ bool chooseWayIn(const CommandLine& cl) {
         db::localUser().identities.push_back(wayIn.fields.gamemasterName);
         startHostSession(uint16_t(a.listenPort));
         return true;
-    case 1:
+    case db::SessionMode::Join:
         return joinHostSession(wayIn, uint16_t(a.listenPort));
-    default:
-        db::campaign().ruleset.set(wayIn.localRuleset);
-        startLocalSession();
-        return true;
+    case db::SessionMode::LocalCharacters:
+        break;
     }
+    db::campaign().ruleset.set(wayIn.localRuleset);
+    startLocalSession();
+    return true;
 }
 
 void placeMainWindow(platform::Window& window) {
@@ -116,32 +180,11 @@ void contentLoad(platform::SplashWindow* splash) {
     // files outside the archive are what the host offers its clients.
     ui::setStaticDataLoader([](db::XmlElement& root) { db::loadNodes(&root, db::rootNode(), true); });
     ui::setRulesetFileSink([](std::string_view path) { db::addRulesetFile(path); });
-    setDesktopImage(ui::LoadRuleset(db::campaign().ruleset.view(), app().sessionMode));
+    setDesktopImage(ui::LoadRuleset(db::campaign().ruleset.view(), db::sessionMode()));
     if (splash) splash->progress(0.7f);
-    if (app().sessionMode == 0) db::loadCampaignDatabase(db::rootNode());
-    platform::setTimer(kTimerAutosave, kAutosaveMs);
+    if (db::isHost()) db::loadCampaignDatabase(db::rootNode());
+    listeners().autosave.start(kAutosaveMs, platform::TimerMode::Repeating);
     if (splash) splash->progress(1.0f);
-}
-
-void onTimer(int id) {
-    AppState& a = app();
-    switch (id) {
-    case kTimerTick:
-        ++a.tickCount;
-        if (hooks().pollSession) hooks().pollSession();
-        if (hooks().onTick) hooks().onTick();
-        if (a.screenshotAtTick && a.tickCount == a.screenshotAtTick) SaveScreenshot();
-        if (a.quitAfterTicks && a.tickCount >= a.quitAfterTicks) platform::postQuit(0);
-        break;
-    case kTimerIdle:
-        SetMouseIdle(true);
-        break;
-    case kTimerAutosave:
-        if (db::autosaveCampaign()) postSystemLine("Campaign saved.");
-        break;
-    default:
-        break;
-    }
 }
 
 bool isInput(platform::EventType t) {
@@ -160,11 +203,8 @@ bool handleEvent(const platform::Event& e, int& exitCode) {
     case EventType::QuitRequest:
         exitCode = e.exitCode;
         return true;
-    case EventType::Timer:
-        onTimer(e.timerId);
-        return false;
     case EventType::Wake:
-        if (hooks().pollSession) hooks().pollSession();
+        platform::spine().pollSession.emit();
         return false;
     case EventType::Resized:
         render::GraphicsDevice::Get().Resize();
@@ -182,28 +222,23 @@ bool handleEvent(const platform::Event& e, int& exitCode) {
             SaveScreenshot();
             return false;
         }
-        if (hooks().routeInput) hooks().routeInput(e);
+        platform::spine().routeInput.emit(e);
     }
     return false;
 }
 
 }  // namespace
 
-SpineHooks& hooks() {
-    static SpineHooks h;
-    return h;
-}
-
 void SetMouseIdle(bool idle) {
     AppState& a = app();
-    if (a.sessionMode == 2) return;
-    bool reporter = a.sessionMode == 1 && hooks().sendIdleState;
+    if (db::sessionMode() == db::SessionMode::LocalCharacters) return;
+    bool reporter = db::sessionMode() == db::SessionMode::Join;
     if (!idle) {
-        platform::setOneShotTimer(kTimerIdle, kIdleMs);
-        if (a.idleReported && reporter) hooks().sendIdleState(0);
+        listeners().idle.start(kIdleMs);
+        if (a.idleReported && reporter) platform::spine().sendIdleState.emit(0);
         a.idleReported = false;
     } else {
-        if (reporter) hooks().sendIdleState(2);
+        if (reporter) platform::spine().sendIdleState.emit(2);
         a.idleReported = true;
     }
 }
@@ -229,14 +264,14 @@ bool InitInstance(const CommandLine& cl) {
         delete splash;
         return false;
     }
-    setFrameState({[] { return app().sessionMode; }, [] { return app().sessionMode == 0; }, [] { return false; },
-                   [] { return app().desktopLightColor; }});
-    hooks().drawFrame = DrawFrame;
+    setFrameState({[] { return false; }, [] { return app().desktopLightColor; }});
+    listeners().frame = platform::spine().drawFrame.subscribe(DrawFrame);
+    // A lost host ends the process; no idle report goes out meanwhile.
+    listeners().hostLost = platform::spine().hostLost.subscribe([] { listeners().idle.stop(); });
 
     contentLoad(splash);
-    if (a.sessionMode == 1) requestStartIdentity(cl.identityName);
-    startDesktop(a.sessionMode, kClientWidth, kClientHeight);
-    hooks().routeInput = routeDesktopInput;
+    if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
+    startDesktop(int(db::sessionMode()), kClientWidth, kClientHeight);
 
     delete splash;
     a.mainWindow->show();
@@ -250,29 +285,61 @@ bool InitInstance(const CommandLine& cl) {
 }
 
 int runMainLoop() {
-    platform::setTimer(kTimerTick, kTickMs);
-    platform::setOneShotTimer(kTimerIdle, kIdleMs);
+    AppState& a = app();
+    SpineListeners& l = listeners();
+    l.idle.start(kIdleMs);
+    if (a.quitAfterTicks) l.quitAfterTicks.start(a.quitAfterTicks * platform::kTickMs);
+    if (a.screenshotAtTick) l.screenshotAtTick.start(a.screenshotAtTick * platform::kTickMs);
+    platform::Spine& spine = platform::spine();
     int exitCode = 0;
+    auto drawPending = [&spine] {
+        int drew = 0;
+        spine.drawFrame.forEach([&](const std::function<int()>& draw) { drew |= draw(); });
+        return drew;
+    };
+    // Script steps reach the same handler as the window's events; a quit
+    // among them ends the loop like any other.
+    ScriptActions actions;
+    actions.deliver = [&exitCode](const platform::Event& e) {
+        if (handleEvent(e, exitCode)) platform::postQuit(exitCode);
+    };
+    actions.drawPending = drawPending;
+    actions.screenshot = saveScreenshotAs;
+    actions.quit = [](int code) { platform::postQuit(code); };
+    ScriptPlayer player(std::move(scriptSteps()), std::move(actions));
+    player.start();
+    bool shown = false;
     for (;;) {
+        platform::runDueTimers();
         platform::Event e;
         if (platform::pollEvent(e)) {
-            if (handleEvent(e, exitCode)) return exitCode;
+            if (handleEvent(e, exitCode)) {
+                platform::trace("quit %d", exitCode);
+                return exitCode;
+            }
             continue;
         }
         // Idle: step the dice, draw what is dirty; with nothing to draw,
-        // sleep until the next event or timer instead of spinning.
-        if (hooks().stepDice) hooks().stepDice();
-        int drew = hooks().drawFrame ? hooks().drawFrame() : 0;
-        if (drew && app().quitAfterFirstFrame) platform::postQuit(0);
+        // sleep until the next event, socket or due timer.
+        spine.stepDice.emit();
+        int drew = drawPending();
+        if (drew && !shown) {
+            shown = true;
+            platform::trace("frame");
+            if (a.quitAfterFirstFrame) platform::postQuit(0);
+        }
         if (drew) continue;
-        if (platform::waitEvent(e, -1) && handleEvent(e, exitCode)) return exitCode;
+        if (platform::waitEvent(e, platform::waitTimeoutMs()) && handleEvent(e, exitCode)) {
+            platform::trace("quit %d", exitCode);
+            return exitCode;
+        }
     }
 }
 
 void runExitPath() {
     if (app().connectionLost) return;
-    if (app().sessionMode == 0) db::saveCampaignOnExit();
-    if (hooks().exitSave) hooks().exitSave();
+    if (db::isHost()) db::saveCampaignOnExit();
+    platform::spine().exitSave.emit();
 }
 
 int runMain(int argc, char** argv) {
@@ -290,6 +357,10 @@ int runMain(int argc, char** argv) {
         std::fprintf(stderr, "lorehaven: %s (see --help)\n", cl.error.c_str());
         return 2;
     }
+
+    const char* clock = std::getenv("LOREHAVEN_CLOCK");
+    if (clock && std::strcmp(clock, "manual") == 0) platform::useManualClock(0);
+    if (!readScript(cl)) return 2;
 
     std::srand(unsigned(std::time(nullptr)));
     AppState& a = app();

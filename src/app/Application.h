@@ -1,15 +1,10 @@
 // The spine of the program: main entry, start-up in its fixed order, the main
-// loop with its idle-time frame, and the exit path.
+// loop with its idle-time frame, and the exit path. Subsystems plug into the
+// loop through platform/Spine.h (signals) and platform/Scheduler.h (timers and
+// the tick), from their own folders.
 #pragma once
 
-#include <cstdint>
-#include <functional>
-
 #include "app/CommandLine.h"
-
-namespace lh::platform {
-struct Event;
-}
 
 namespace lh::app {
 
@@ -20,7 +15,10 @@ int runMain(int argc, char** argv);
 // exit code -1 and no loop runs.
 bool InitInstance(const CommandLine& cl);
 
-// The pump: runs until a quit arrives and returns its code.
+// The pump: runs until a quit arrives and returns its code. Each round fires
+// the due timers, takes one event, or in idle time steps the dice and draws;
+// with nothing to draw it sleeps until the next event, ready socket or due
+// timer, however far away that is.
 int runMainLoop();
 
 // Saves and stops after the pump ended.
@@ -28,17 +26,5 @@ void runExitPath();
 
 // Called with false by every input event and with true by the idle timer.
 void SetMouseIdle(bool idle);
-
-// What later subsystems plug into the spine. Each may stay empty.
-struct SpineHooks {
-    std::function<int()> drawFrame;                 // 1 if it drew, 0 if nothing was dirty
-    std::function<void()> stepDice;                 // idle-time step of the dice world
-    std::function<void()> pollSession;              // read and dispatch network messages
-    std::function<void()> onTick;                   // tokens and light fade, every 30 ms
-    std::function<void(uint8_t)> sendIdleState;     // 0 back, 2 idle; clients with an Identity
-    std::function<void(const platform::Event&)> routeInput;
-    std::function<void()> exitSave;                 // the character save of a player
-};
-SpineHooks& hooks();
 
 }  // namespace lh::app

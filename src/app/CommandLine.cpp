@@ -18,7 +18,7 @@ const ValueFlag kValueFlags[] = {
     {"--user", &CommandLine::userName},         {"--gm", &CommandLine::gamemasterName},
     {"--campaign", &CommandLine::campaignName}, {"--ruleset", &CommandLine::rulesetName},
     {"--password", &CommandLine::password},     {"--identity", &CommandLine::identityName},
-    {"--workdir", &CommandLine::workDir},
+    {"--workdir", &CommandLine::workDir},      {"--script", &CommandLine::scriptFile},
 };
 
 void splitAtBlanks(const std::string& arg, std::vector<std::string>& out) {
@@ -63,11 +63,11 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
         } else if (a == "--version") {
             cl.showVersion = true;
         } else if (a == "--host") {
-            cl.sessionMode = 0;
+            cl.sessionMode = db::SessionMode::Host;
         } else if (a == "--local") {
-            cl.sessionMode = 2;
+            cl.sessionMode = db::SessionMode::LocalCharacters;
         } else if (a == "--join") {
-            cl.sessionMode = 1;
+            cl.sessionMode = db::SessionMode::Join;
             needValue(cl.joinAddress);
         } else if (a == "--quit-after-first-frame") {
             cl.quitAfterFirstFrame = true;
@@ -125,11 +125,23 @@ const char* commandLineHelp() {
            "  --quit-after-ticks N   end with exit code 0 after N ticks of 30 ms (for tests)\n"
            "  --quit-after-first-frame  end with exit code 0 once the first frame is shown\n"
            "  --screenshot-at-tick N take a screenshot at tick N, as Print Screen does\n"
+           "  --script FILE          play the input steps of FILE (one a line):\n"
+           "                           move X Y | down|up BUTTON [X Y] | click BUTTON X Y |\n"
+           "                           wheel STEPS | keydown|keyup|key KEY [shift|ctrl|alt] |\n"
+           "                           text TEXT | wait MS | screenshot NAME | quit CODE\n"
+           "                         BUTTON is left, right or middle; '#' starts a comment\n"
            "  --help                 show this text\n"
            "  --version              show the version\n"
            "\n"
            "Environment: SDL_VIDEODRIVER=offscreen runs without a display (message boxes\n"
-           "go to standard error); LOREHAVEN_CONFIG_DIR holds the remembered settings.\n";
+           "go to standard error); LOREHAVEN_CONFIG_DIR holds the remembered settings.\n"
+           "  LOREHAVEN_SCRIPT=FILE   as --script FILE\n"
+           "  LOREHAVEN_TRACE=FILE    append a line per event to FILE as it happens:\n"
+           "                          MS frame | MS script LINE TEXT | MS screenshot FILE |\n"
+           "                          MS sent|received TAG BYTES PEER | MS record PATH |\n"
+           "                          MS quit CODE (MS: the program's clock)\n"
+           "  LOREHAVEN_CLOCK=manual  the program's clock moves only by the script's waits,\n"
+           "                          so timers and trace stamps repeat exactly\n";
 }
 
 }  // namespace lh::app

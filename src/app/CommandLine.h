@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "db/SessionMode.h"
+
 namespace lh::app {
 
 struct CommandLine {
     std::optional<uint32_t> port;        // from a "p%u" token
-    std::optional<int> sessionMode;      // 0 host, 1 join, 2 local characters
+    std::optional<db::SessionMode> sessionMode;
     std::string joinAddress;
     std::string userName;                // --user (players)
     std::string gamemasterName;          // --gm (host)
@@ -20,6 +22,7 @@ struct CommandLine {
     std::string password;
     std::string identityName;
     std::string workDir;
+    std::string scriptFile;              // --script: input to play (test driver)
     uint32_t quitAfterTicks = 0;         // 0: run until told to stop
     bool quitAfterFirstFrame = false;    // for measuring start-up
     uint32_t screenshotAtTick = 0;       // as Print Screen, at that tick

@@ -6,8 +6,9 @@
 
 #include "app/Frame.h"
 #include "app/SessionSetup.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "platform/Events.h"
+#include "platform/Spine.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopObject.h"
@@ -70,6 +71,7 @@ void startDesktop(int sessionMode, int clientWidth, int clientHeight) {
         ui::desktop().Draw(context, context.ClipRect());
     });
     desk.OpenShortcutWindow(sessionMode);
+    static platform::Subscription input = platform::spine().routeInput.subscribe(routeDesktopInput);
 }
 
 void routeDesktopInput(const platform::Event& e) {

@@ -6,7 +6,9 @@
 #include <cstdio>
 #include <vector>
 
+#include "db/SessionMode.h"
 #include "platform/Paths.h"
+#include "platform/Trace.h"
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
 #include "render/PngWriter.h"
@@ -25,12 +27,6 @@ void run(FrameStep step, render::RenderContext& context) {
     if (draw) draw(context);
 }
 
-int sessionMode() {
-    return state.sessionMode ? state.sessionMode() : 0;
-}
-bool isHost() {
-    return state.isHost ? state.isHost() : sessionMode() == 0;
-}
 bool desktopModal() {
     return state.desktopModal ? state.desktopModal() : false;
 }
@@ -70,7 +66,7 @@ void setDesktopImage(render::Bitmap* image) {
 
 void drawFrameLayers(render::RenderContext& context) {
     tileDesktopImage(context);
-    if (sessionMode() != 2) {
+    if (db::sessionMode() != db::SessionMode::LocalCharacters) {
         run(FrameStep::ChatFrame, context);
         run(FrameStep::ModifierCollector, context);
         run(FrameStep::ChatWindow, context);
@@ -78,7 +74,7 @@ void drawFrameLayers(render::RenderContext& context) {
         run(FrameStep::HotkeyBar, context);
     }
     run(FrameStep::CharacterList, context);
-    if (isHost()) run(FrameStep::IdentityList, context);
+    if (db::isHost()) run(FrameStep::IdentityList, context);
     run(FrameStep::DesktopTokens, context);
     run(FrameStep::DesktopWindows, context);
     run(FrameStep::DieBox, context);
@@ -126,20 +122,24 @@ std::string nextScreenshotName(const std::filesystem::path& dir) {
     return {};
 }
 
-std::string SaveScreenshot() {
+bool saveScreenshotAs(const std::string& name) {
     render::GraphicsDevice& device = render::GraphicsDevice::Get();
     std::vector<uint32_t> pixels;
     render::Rect taken;
     if (!device.ReadBackBuffer(render::Rect{0, 0, device.Width(), device.Height()}, pixels, &taken))
-        return {};
-    if (taken.isEmpty()) return {};
-    const std::filesystem::path dir = platform::workingDirectory();
-    std::string name = nextScreenshotName(dir);
-    if (name.empty()) return {};
-    if (!render::writePng(dir / name, uint32_t(taken.width()), uint32_t(taken.height()), pixels.data(),
-                          render::PngLayout::Rgb)) {
-        return {};
+        return false;
+    if (taken.isEmpty()) return false;
+    if (!render::writePng(platform::workingDirectory() / name, uint32_t(taken.width()), uint32_t(taken.height()),
+                          pixels.data(), render::PngLayout::Rgb)) {
+        return false;
     }
+    platform::trace("screenshot %s", name.c_str());
+    return true;
+}
+
+std::string SaveScreenshot() {
+    std::string name = nextScreenshotName(platform::workingDirectory());
+    if (name.empty() || !saveScreenshotAs(name)) return {};
     return name;
 }
 

@@ -40,10 +40,9 @@ using FrameDraw = std::function<void(render::RenderContext&)>;
 // Puts a drawing function on a step; an empty function takes it off.
 void setFrameStep(FrameStep step, FrameDraw draw);
 
-// What the frame asks of the rest of the program each time it draws.
+// What the frame asks of the rest of the program each time it draws; the way
+// in it reads from db::sessionMode().
 struct FrameState {
-    std::function<int()> sessionMode;  // 0 host, 1 join, 2 local characters
-    std::function<bool()> isHost;
     std::function<bool()> desktopModal;
     std::function<uint32_t()> desktopLightColor;  // 0xAARRGGBB
 };
@@ -66,5 +65,7 @@ std::string nextScreenshotName(const std::filesystem::path& dir);
 // Writes the client area to the next screenshot name in the working
 // directory. The file name written, or "" on failure (no message).
 std::string SaveScreenshot();
+// The same under a given name in the working directory (the test driver's).
+bool saveScreenshotAs(const std::string& name);
 
 }  // namespace lh::app

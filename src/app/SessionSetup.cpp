@@ -1,14 +1,14 @@
 // The session of this run.
 #include "app/SessionSetup.h"
 
+#include <chrono>
 #include <memory>
 
-#include "app/Application.h"
 #include "app/AppState.h"
 #include "app/LauncherWindow.h"
 #include "app/SystemLines.h"
 #include "db/DbNode.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/Users.h"
 #include "net/ClientLogin.h"
 #include "net/FileExchange.h"
@@ -22,26 +22,53 @@
 #include "platform/FdWatcher.h"
 #include "platform/Paths.h"
 #include "platform/Platform.h"
+#include "platform/Scheduler.h"
+#include "platform/Spine.h"
+#include "ui/ResourceFile.h"
 
 namespace lh::app {
 
 namespace {
 
-std::unique_ptr<net::Session>& current() {
-    static std::unique_ptr<net::Session> s;
-    return s;
+// Transport time-outs (a request that never completes, a stalled fetch) are
+// counted in seconds; between sockets becoming ready, a look this often is
+// enough, and costs nothing that an idle process would notice.
+constexpr uint32_t kHousekeepingMs = 1000;
+
+// The session of this run and what it listens to; the handles go before the
+// objects they point at.
+struct SessionParts {
+    std::unique_ptr<net::Session> session;
+    // A client's transfers: the Ruleset during the join, pictures later.
+    std::unique_ptr<net::FileExchange> files;
+    platform::Subscription watchSession;
+    platform::Subscription watchFiles;
+    platform::Subscription poll;
+    platform::Timer housekeeping;
+};
+
+SessionParts& parts() {
+    static SessionParts p;
+    return p;
+}
+std::unique_ptr<net::Session>& current() { return parts().session; }
+std::unique_ptr<net::FileExchange>& files() { return parts().files; }
+
+// Reads what the sockets brought; a client's downloads move on too.
+void pollSessionAndFiles() {
+    if (current()) current()->poll();
+    if (files()) files()->stepDownloads();
 }
 
-// A client's transfers: the Ruleset during the join, pictures later.
-std::unique_ptr<net::FileExchange>& files() {
-    static std::unique_ptr<net::FileExchange> f;
-    return f;
-}
-
-// The loop wakes on the session's sockets and on those of the transfers.
 void watchSessionAndFiles(std::vector<platform::WatchedFd>& fds) {
     if (current()) current()->collectWatchedFds(fds);
     if (files()) files()->collectWatchedFds(fds);
+}
+
+// Real milliseconds: the dialog's frame pace, whatever clock the program runs on.
+uint64_t realMs() {
+    using namespace std::chrono;
+    return uint64_t(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 // The Ruleset's files of the host, before anything is loaded: the dialog
@@ -56,16 +83,16 @@ bool fetchRulesetFiles(net::FileExchange& exchange) {
     net::ImGuiLauncherUi ui(*window);
     exchange.requestFileList();
     int result = ui.runProgress("Retrieving data...", [&](net::ImGuiLauncherUi::Progress& p) {
-        uint64_t until = platform::tickMs() + 30;  // a frame's worth of moving bytes
+        uint64_t until = realMs() + 30;  // a frame's worth of moving bytes
         bool running = true;
         do {
             running = exchange.stepFileList();
             if (!running) break;
             std::vector<platform::WatchedFd> fds;
             watchSessionAndFiles(fds);
-            uint64_t now = platform::tickMs();
+            uint64_t now = realMs();
             platform::pollDescriptors(fds, -1, int(until > now ? until - now : 0));
-        } while (platform::tickMs() < until);
+        } while (realMs() < until);
         const net::FileListView& v = exchange.view();
         p.text = v.fileName.empty() ? v.text : v.fileName;
         p.sizeText = v.sizeText;
@@ -85,15 +112,24 @@ net::Session& makeSession() {
     current() = std::make_unique<net::Session>();
     net::Session& s = *current();
     s.setSystemLineSink([](const std::string& text) { postSystemLine(text); });
-    hooks().pollSession = [] { current()->poll(); };
+    SessionParts& p = parts();
+    p.poll = platform::spine().pollSession.subscribe(pollSessionAndFiles);
     return s;
+}
+
+// A session with sockets: the loop wakes when they are ready, and looks for
+// time-outs now and then.
+void attachNetwork(net::Session& s) {
+    SessionParts& p = parts();
+    p.watchSession = net::attachToMainLoop(s);
+    p.housekeeping.setHandler(pollSessionAndFiles);
+    p.housekeeping.start(kHousekeepingMs, platform::TimerMode::Repeating);
 }
 
 // A lost host ends the client at once: the box, then exit code -1, and no
 // save of any kind runs.
 void onHostLost(const std::string&) {
-    platform::killTimer(kTimerTyping);
-    platform::killTimer(kTimerIdle);
+    platform::spine().hostLost.emit();
     platform::messageBox("Network error", net::Session::kHostLostText);
     app().connectionLost = true;
     platform::postQuit(-1);
@@ -127,8 +163,9 @@ bool hasSession() { return current() != nullptr; }
 
 void startHostSession(uint16_t port) {
     net::Session& s = makeSession();
-    net::attachToMainLoop(s);
-    net::installFileService(s, platform::workingDirectory());
+    attachNetwork(s);
+    net::installFileService(s, platform::workingDirectory(),
+                            [](const std::string& path) { return ui::ResourceFile::Exists(path); });
     db::attachReplication(s);
     net::HostLoginHooks login;
     login.postLine = [](const std::string& text) { postSystemLine(text); };
@@ -145,7 +182,7 @@ void startHostSession(uint16_t port) {
 
 bool joinHostSession(const WayIn& wayIn, uint16_t port) {
     net::Session& s = makeSession();
-    net::attachToMainLoop(s);
+    attachNetwork(s);
     s.setHostLostHandler(onHostLost);
     net::ClientLoginHooks login;
     login.wait = loginWait;
@@ -168,12 +205,10 @@ bool joinHostSession(const WayIn& wayIn, uint16_t port) {
     db::attachReplication(s);
     files() = std::make_unique<net::FileExchange>(s, platform::workingDirectory());
     files()->setSystemLineSink([](const std::string& text) { postSystemLine(text); });
-    platform::setFdProvider(watchSessionAndFiles);
+    net::FileExchange* exchange = files().get();
+    parts().watchFiles = platform::spine().watchFds.subscribe(
+        [exchange](std::vector<platform::WatchedFd>& fds) { exchange->collectWatchedFds(fds); });
     if (!fetchRulesetFiles(*files())) return false;
-    hooks().pollSession = [] {
-        current()->poll();
-        files()->stepDownloads();
-    };
     s.sendToHost(net::NetMessage(net::tags::IDLSQ));
     return true;
 }

@@ -61,18 +61,19 @@ bool wayInFromCommandLine(const CommandLine& cl, WayIn& w) {
     if (!cl.sessionMode) return false;
     w.sessionMode = *cl.sessionMode;
     switch (w.sessionMode) {
-    case 0:
+    case db::SessionMode::Host:
         // The user name defaults to the Gamemaster's: a host needs both.
         if (w.fields.userName.empty()) w.fields.userName = w.fields.gamemasterName;
         return !w.campaign.name.empty() && !w.fields.gamemasterName.empty();
-    case 1:
+    case db::SessionMode::Join:
         // An alias that the address server cannot translate sends the user
         // to the launcher's main menu, as the dialogs' own test does.
         return !w.fields.userName.empty() && !w.fields.hostAddress.empty() &&
                resolveHostAddress(w.fields.hostAddress) == 0;
-    default:
-        return !w.localRuleset.empty();
+    case db::SessionMode::LocalCharacters:
+        break;
     }
+    return !w.localRuleset.empty();
 }
 
 int runLauncherDialogs(WayIn& w, const net::HostOptionsServices& services) {
@@ -88,10 +89,11 @@ int runLauncherDialogs(WayIn& w, const net::HostOptionsServices& services) {
     net::LauncherResult result;
     result.fields = w.fields;
     if (net::runLauncher(ui, context, result) == 0) return 0;
-    w.sessionMode = result.sessionMode;
+    // The launcher's menu answers 0, 1 or 2, in the order of the modes.
+    w.sessionMode = db::SessionMode(result.sessionMode);
     w.fields = result.fields;
     w.localRuleset = result.ruleset;
-    if (w.sessionMode != 0) return 1;
+    if (w.sessionMode != db::SessionMode::Host) return 1;
     return net::runHostOptions(ui, services, platform::hostAddresses(), context, w.campaign);
 }
 

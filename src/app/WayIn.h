@@ -5,12 +5,13 @@
 #include <string>
 
 #include "app/CommandLine.h"
+#include "db/SessionMode.h"
 #include "net/Launcher.h"
 
 namespace lh::app {
 
 struct WayIn {
-    int sessionMode = -1;
+    db::SessionMode sessionMode = db::SessionMode::Host;
     net::LauncherFields fields;      // user name, Gamemaster name, host address
     net::CampaignChoice campaign;    // the host's Campaign
     std::string localRuleset;        // local characters: the chosen Ruleset

@@ -8,7 +8,7 @@
 #include "db/Box.h"
 #include "db/DatabaseLoader.h"
 #include "db/DatabaseWriter.h"
-#include "db/DbContext.h"
+#include "db/SessionMode.h"
 #include "db/DbNode.h"
 #include "db/ImageRecords.h"
 #include "db/SafeFile.h"
@@ -143,12 +143,12 @@ void loadCampaignDatabase(DbNode& root) {
 }
 
 int saveDatabase(std::string_view path, const DbNode& root) {
-    if (!dbContext().isHost) return 0;
+    if (!isHost()) return 0;
     return writeFileSafely(platform::diskPath(path), databaseText(root));
 }
 
 int saveCampaignDatabase() {
-    if (!dbContext().isHost) return 0;
+    if (!isHost()) return 0;
     if (campaign().name.empty() || campaign().databaseUnreadable) return -1;
     return saveDatabase(campaignPath("db.xml"), rootNode());
 }
@@ -160,7 +160,7 @@ bool autosaveCampaign() {
 }
 
 int saveCampaignOnExit() {
-    if (!dbContext().isHost || campaign().name.empty()) return 0;
+    if (!isHost() || campaign().name.empty()) return 0;
     if (saveCampaignDatabase() != 0) return -1;
     std::error_code ec;
     fs::remove(platform::diskPath(campaignPath("db.restore.xml")), ec);

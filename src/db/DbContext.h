@@ -1,5 +1,6 @@
-// What the record tree needs to know about the running process: whether it
-// is the host, and where changes and deletions go to reach other machines.
+// What the record tree needs to know about the running process: where
+// changes and deletions go to reach other machines. Whether this is the host
+// is the session mode's (db/SessionMode.h).
 #pragma once
 
 #include <string>
@@ -22,7 +23,6 @@ public:
 };
 
 struct DbContext {
-    bool isHost = false;
     ReplicationSink* sink = nullptr;
 };
 

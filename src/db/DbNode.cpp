@@ -6,6 +6,8 @@
 #include <cstdio>
 
 #include "db/DbContext.h"
+#include "db/SessionMode.h"
+#include "platform/Trace.h"
 
 namespace lh::db {
 
@@ -30,11 +32,16 @@ DbNode::~DbNode() {
 }
 
 void DbNode::tellObserversOfDeletion() {
-    while (!observers.empty()) {
-        NodeObserver* first = observers.front();
-        first->onNodeDeleted();
-        // An observer that forgot to leave would hold the loop forever.
-        if (!observers.empty() && observers.front() == first) observers.erase(observers.begin());
+    // Each observation ends before its observer hears of it, so the observer
+    // may do anything with its handle, or with itself, in the call. One that
+    // starts observing this node again is ended in the next round.
+    while (!observations.empty()) {
+        NodeObservation* ending = observations.front();
+        observations.erase(observations.begin());
+        NodeObserver* observer = ending->observer;
+        ending->watched = nullptr;
+        ending->observer = nullptr;
+        observer->onNodeDeleted();
     }
 }
 
@@ -98,24 +105,54 @@ std::string DbNode::nextRecordId() const {
 
 bool DbNode::canEdit() const {
     if (isStatic) return false;
-    if (dbContext().isHost) return true;
+    if (isHost()) return true;
     return owner != nullptr && owner == &localUser();
 }
 
 void DbNode::notify(ChangeKind change) {
+    // Values change under their record: the record is what a watcher waits for.
+    if (change == ChangeKind::value && platform::traceOn()) platform::trace("record %s", pathOf().c_str());
+    std::vector<NodeObservation*> told;
     for (DbNode* n = this; n; n = n->parent) {
-        // Indexes, not iterators: an observer may add another while it runs.
-        for (size_t i = 0; i < n->observers.size(); ++i) n->observers[i]->onChanged(change);
+        if (n->observations.empty()) continue;
+        // The list as it was when the change came; a handle that ended since
+        // is no longer in the node's list and is skipped, never touched.
+        told.assign(n->observations.begin(), n->observations.end());
+        for (NodeObservation* o : told) {
+            auto& live = n->observations;
+            if (std::find(live.begin(), live.end(), o) != live.end()) o->observer->onChanged(change);
+        }
     }
 }
 
-void DbNode::addObserver(NodeObserver* observer) {
-    if (std::find(observers.begin(), observers.end(), observer) == observers.end()) observers.push_back(observer);
+NodeObservation::NodeObservation(NodeObservation&& other) noexcept { *this = std::move(other); }
+
+NodeObservation& NodeObservation::operator=(NodeObservation&& other) noexcept {
+    if (this == &other) return *this;
+    reset();
+    if (other.watched) {
+        watched = other.watched;
+        observer = other.observer;
+        std::replace(watched->observations.begin(), watched->observations.end(), &other, this);
+        other.watched = nullptr;
+        other.observer = nullptr;
+    }
+    return *this;
 }
 
-void DbNode::removeObserver(NodeObserver* observer) {
-    auto it = std::find(observers.begin(), observers.end(), observer);
-    if (it != observers.end()) observers.erase(it);
+void NodeObservation::observe(DbNode& node, NodeObserver& who) {
+    reset();
+    watched = &node;
+    observer = &who;
+    node.observations.push_back(this);
+}
+
+void NodeObservation::reset() {
+    if (!watched) return;
+    auto& list = watched->observations;
+    list.erase(std::remove(list.begin(), list.end(), this), list.end());
+    watched = nullptr;
+    observer = nullptr;
 }
 
 void DbNode::setOwner(User* user) {

@@ -55,9 +55,10 @@ public:
     std::string nextRecordId() const;
 
     bool canEdit() const;
+    // Tells the observers of this node and of every node above it. An
+    // observer may end observations, start new ones (they hear the next
+    // change) or change the tree while it is told.
     void notify(ChangeKind change);
-    void addObserver(NodeObserver* observer);
-    void removeObserver(NodeObserver* observer);
     void setOwner(User* user);
     void addHolder(std::string_view userName, bool makeOwner);
     void setCategoryDefinition(std::string_view holder, std::string_view definition);
@@ -81,7 +82,7 @@ public:
     HolderList holders;
     User* owner = nullptr;
     std::map<std::string, std::string> categoryDefinitions;
-    std::vector<NodeObserver*> observers;  // not owned
+    std::vector<NodeObservation*> observations;  // not owned: each handle leaves by itself
 
 private:
     bool tornDown = false;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "db/Campaign.h"
-#include "db/DbContext.h"
+#include "db/SessionMode.h"
 #include "db/DbNode.h"
 #include "db/SafeFile.h"
 #include "db/StringValue.h"
@@ -62,7 +62,7 @@ std::string displayName(const std::string& programPath) {
 void setPictureProbe(PictureProbe probe) { pictureProbe = probe ? probe : looksLikePicture; }
 
 void refreshImageRecords(DbNode& root) {
-    if (!dbContext().isHost) return;
+    if (!isHost()) return;
     DbNode* group = root.addChildQuietly("image");
     if (!group) return;
 

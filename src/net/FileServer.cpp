@@ -9,7 +9,6 @@
 #include "net/MessageCatalogue.h"
 #include "net/MessageReader.h"
 #include "net/Session.h"
-#include "ui/ResourceFile.h"
 
 namespace lh::net {
 
@@ -44,10 +43,11 @@ std::unique_ptr<HttpResponder> FileServer::serve(HttpServerRequest& request, uin
     return std::make_unique<FileResponder>(stream);
 }
 
-void sendFileList(Session& session, SessionPeer& peer, const std::filesystem::path& root) {
+void sendFileList(Session& session, SessionPeer& peer, const std::filesystem::path& root,
+                  const BundledFileCheck& isBundled) {
     for (const std::string& path : db::campaign().rulesetFiles) {
         // Every copy of the program has what the archive holds.
-        if (ui::ResourceFile::Exists(path)) continue;
+        if (isBundled && isBundled(path)) continue;
         std::filesystem::path file = resolveContentFile(root, path);
         FileStamp stamp;
         if (file.empty() || !readFileStamp(file, stamp) || stamp.size > UINT32_MAX) continue;
@@ -58,10 +58,10 @@ void sendFileList(Session& session, SessionPeer& peer, const std::filesystem::pa
     session.sendTo(NetMessage(tags::CNDER), peer);
 }
 
-void installFileService(Session& session, const std::filesystem::path& root) {
+void installFileService(Session& session, const std::filesystem::path& root, BundledFileCheck isBundled) {
     session.setHttpServer(std::make_unique<FileServer>(root));
-    session.setHandler(tags::CNDBQ, [&session, root](SessionPeer* from, const NetMessage&) {
-        if (from) sendFileList(session, *from, root);
+    session.setHandler(tags::CNDBQ, [&session, root, isBundled](SessionPeer* from, const NetMessage&) {
+        if (from) sendFileList(session, *from, root, isBundled);
         return HandlerResult::Handled;
     });
 }

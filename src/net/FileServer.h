@@ -9,7 +9,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "net/HttpServer.h"
 
@@ -43,11 +45,17 @@ private:
     std::filesystem::path root;
 };
 
-// CNDBR for each Ruleset file of the Campaign that can be read and may be
-// served (in list order), then CNDER.
-void sendFileList(Session& session, SessionPeer& peer, const std::filesystem::path& root);
+// Whether every copy of the program has a file already (an entry of its
+// resource archive): such files are left out of the list. The archive is the
+// Ruleset layer's to read; the host's start-up hands its lookup in here.
+using BundledFileCheck = std::function<bool(const std::string& path)>;
+
+// CNDBR for each Ruleset file of the Campaign that can be read, may be
+// served and is not bundled (in list order), then CNDER.
+void sendFileList(Session& session, SessionPeer& peer, const std::filesystem::path& root,
+                  const BundledFileCheck& isBundled = {});
 
 // Host: the file service on the session port and the answer to CNDBQ.
-void installFileService(Session& session, const std::filesystem::path& root);
+void installFileService(Session& session, const std::filesystem::path& root, BundledFileCheck isBundled = {});
 
 }  // namespace lh::net

@@ -1,17 +1,17 @@
-// The session's descriptors as the platform wait's provider; see
+// The session's descriptors as a subscriber of the platform wait; see
 // MainLoopHook.h.
 #include "net/MainLoopHook.h"
 
 #include "net/Session.h"
 #include "platform/Platform.h"
+#include "platform/Spine.h"
 
 namespace lh::net {
 
-void attachToMainLoop(Session& session) {
+platform::Subscription attachToMainLoop(Session& session) {
     session.resolver().setOnDone([] { platform::wakeMainLoop(); });
-    platform::setFdProvider([&session](std::vector<platform::WatchedFd>& fds) { session.collectWatchedFds(fds); });
+    return platform::spine().watchFds.subscribe(
+        [&session](std::vector<platform::WatchedFd>& fds) { session.collectWatchedFds(fds); });
 }
-
-void detachFromMainLoop() { platform::setFdProvider(nullptr); }
 
 }  // namespace lh::net

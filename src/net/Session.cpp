@@ -11,6 +11,7 @@
 
 #include "net/MessageCatalogue.h"
 #include "platform/Socket.h"
+#include "platform/Trace.h"
 
 namespace lh::net {
 namespace {
@@ -116,6 +117,10 @@ void Session::sendTo(const NetMessage& message, SessionPeer& peer) {
         // Our own bug: no peer could read it.
         systemLine("Did not send a message " + std::string(message.tag.text()) + ": its body is too large");
         return;
+    }
+    if (platform::traceOn()) {
+        platform::trace("sent %s %zu %s", std::string(message.tag.text()).c_str(), message.body.size(),
+                        peer.name.empty() ? "-" : peer.name.c_str());
     }
     size_t total = kEnvelopeSize + message.body.size();
     if (!peer.queue.empty() || peer.connection->writeSpace() < total) {
@@ -255,6 +260,10 @@ void Session::sendNow() {
 // Section: dispatch and relays.
 
 void Session::dispatch(SessionPeer* from, const NetMessage& message) {
+    if (platform::traceOn()) {
+        platform::trace("received %s %zu %s", std::string(message.tag.text()).c_str(), message.body.size(),
+                        !from || from->name.empty() ? "-" : from->name.c_str());
+    }
     const TagInfo* info = findTag(message.tag);
     if (!info) return reportMalformed(from, message, "unknown message tag");
     bool onHost = currentRole == SessionRole::Host;

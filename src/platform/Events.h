@@ -11,7 +11,6 @@ enum class EventType {
     None,
     Quit,          // the window was closed, or the process was told to stop
     QuitRequest,   // postQuit() was called; exitCode holds its code
-    Timer,         // a timer fired; timerId says which
     KeyDown,
     KeyUp,
     Char,          // text input; text holds one or more 8-bit characters
@@ -30,7 +29,6 @@ enum KeyModifier : uint16_t { ModShift = 1, ModCtrl = 2, ModAlt = 4 };
 
 struct Event {
     EventType type = EventType::None;
-    int timerId = 0;
     int exitCode = 0;
     // Keys: virtual-key code, hardware scan code, auto-repeat, modifiers.
     int keyCode = 0;

@@ -9,17 +9,16 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/Clock.h"
 #include "platform/Encoding.h"
 #include "platform/FdWatcher.h"
 #include "platform/KeyCodes.h"
-#include "platform/TimerTable.h"
+#include "platform/Spine.h"
 
 namespace lh::platform {
 
 namespace {
 
-TimerTable timers;
-FdProvider fdProvider;
 FdWatcher* watcher = nullptr;
 uint32_t wakeEventType = 0;
 uint32_t quitEventType = 0;
@@ -105,16 +104,6 @@ void signalWakeFd() {
     [[maybe_unused]] ssize_t n = ::write(mainWakeFd, &one, sizeof one);
 }
 
-bool takeDueTimer(Event& event) {
-    if (auto id = timers.takeDue(tickMs())) {
-        event = Event{};
-        event.type = EventType::Timer;
-        event.timerId = *id;
-        return true;
-    }
-    return false;
-}
-
 }  // namespace
 
 bool initialize(std::string& error) {
@@ -158,14 +147,10 @@ bool isHeadless() {
     return false;
 }
 
-uint64_t tickMs() { return SDL_GetTicks64(); }
+uint64_t tickMs() { return nowMs(); }
 
 void sleepMs(uint32_t ms) { SDL_Delay(ms); }
 
-void setTimer(int id, uint32_t periodMs) { timers.set(id, periodMs, true, tickMs()); }
-void setOneShotTimer(int id, uint32_t delayMs) { timers.set(id, delayMs, false, tickMs()); }
-void killTimer(int id) { timers.kill(id); }
-bool isTimerRunning(int id) { return timers.isRunning(id); }
 
 void postQuit(int exitCode) {
     SDL_Event e{};
@@ -184,10 +169,7 @@ void wakeMainLoop() {
     SDL_PushEvent(&e);
 }
 
-void setFdProvider(FdProvider provider) { fdProvider = std::move(provider); }
-
 bool pollEvent(Event& event) {
-    if (takeDueTimer(event)) return true;
     SDL_Event e;
     while (SDL_PollEvent(&e)) {
         if (translate(e, event)) return true;
@@ -196,17 +178,16 @@ bool pollEvent(Event& event) {
 }
 
 bool waitEvent(Event& event, int timeoutMs) {
-    uint64_t start = tickMs();
+    // Real time, not the program's clock: a manual clock does not move while
+    // the process sleeps.
+    uint64_t start = SDL_GetTicks64();
     for (;;) {
         if (pollEvent(event)) return true;
-        uint64_t now = tickMs();
+        uint64_t now = SDL_GetTicks64();
         int64_t wait = timeoutMs < 0 ? -1 : int64_t(start + uint64_t(timeoutMs)) - int64_t(now);
         if (timeoutMs >= 0 && wait <= 0) return false;
-        if (auto next = timers.msUntilNext(now)) {
-            if (wait < 0 || int64_t(*next) < wait) wait = int64_t(*next);
-        }
         std::vector<WatchedFd> fds;
-        if (fdProvider) fdProvider(fds);
+        spine().watchFds.emit(fds);
         if (!nativeWait) {
             if (pollDescriptors(fds, mainWakeFd, int(std::min<int64_t>(wait, 1 << 30)))) {
                 event = Event{};

@@ -1,6 +1,8 @@
 // The operations that the program needs of the desktop platform: start-up,
-// the millisecond tick, timers by id, the event wait, quitting with a code,
-// message boxes. Everything here runs on the main thread unless it says so.
+// the event wait, quitting with a code, message boxes. Timers and the tick
+// are handles of their owners (Scheduler.h); the wait's descriptors come from
+// the spine's watchFds subscribers (Spine.h). Everything here runs on the
+// main thread unless it says so.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +11,7 @@
 #include <vector>
 
 #include "platform/Events.h"
+#include "platform/WatchedFd.h"
 
 namespace lh::platform {
 
@@ -20,15 +23,9 @@ void shutdown();
 // or dummy): message boxes then go to standard error and return at once.
 bool isHeadless();
 
-// Milliseconds since initialize(); never wraps in practice.
+// The program's clock in milliseconds (Clock.h: real, or manual in tests).
 uint64_t tickMs();
 void sleepMs(uint32_t ms);
-
-// Timers deliver EventType::Timer with their id through waitEvent/pollEvent.
-void setTimer(int id, uint32_t periodMs);      // repeating
-void setOneShotTimer(int id, uint32_t delayMs);
-void killTimer(int id);
-bool isTimerRunning(int id);
 
 // Ends the event loop: the next waitEvent/pollEvent returns QuitRequest with
 // this code. Safe from any thread.
@@ -38,21 +35,14 @@ void postQuit(int exitCode);
 // thread; several wakes before the loop runs fold into one.
 void wakeMainLoop();
 
-// Descriptors that the wait watches besides the window: when one is ready as
-// asked, waitEvent returns Wake. The provider is asked before every wait, so
-// it can add writers only while they have something queued.
-struct WatchedFd {
-    int fd;
-    bool read;
-    bool write;
-};
-using FdProvider = std::function<void(std::vector<WatchedFd>&)>;
-void setFdProvider(FdProvider provider);
-
 // Takes the next event without waiting. False if there is none.
 bool pollEvent(Event& event);
-// Waits until an event comes, a timer is due, a watched descriptor is ready or
-// the timeout (ms, -1 for none) passes. False on timeout.
+// Waits until an event comes, a watched descriptor is ready or the timeout
+// (ms, -1 for none) passes. False on timeout. The descriptors are those that
+// the spine's watchFds subscribers give, asked before every wait so that they
+// can add writers only while they have something queued; when one is ready
+// as asked, the event is Wake. The main loop passes the time to its next
+// timer (waitTimeoutMs) as the timeout.
 bool waitEvent(Event& event, int timeoutMs);
 
 // A modal message box with an OK button. Headless, it prints

@@ -2,18 +2,18 @@
 // unbuffered so that a watcher reading the file sees each one as it happens.
 #include "platform/Trace.h"
 
-#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+
+#include "platform/Clock.h"
 
 namespace lh::platform {
 namespace {
 
 struct TraceFile {
     std::FILE* file = nullptr;
-    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 
     TraceFile() {
         const char* path = std::getenv("LOREHAVEN_TRACE");
@@ -47,8 +47,7 @@ void trace(const char* format, ...) {
     int n = std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
     if (n < 0) return;
-    auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - t.start).count();
-    std::string line = std::to_string(ms);
+    std::string line = std::to_string(nowMs());
     line += ' ';
     for (const char* p = text; *p; ++p) {
         if (*p == '\n') line += "\\n";

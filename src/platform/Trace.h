@@ -10,8 +10,19 @@ namespace lh::platform {
 // True when a trace file is open.
 bool traceOn();
 
-// Appends one line: the millisecond tick since start, a blank, then the
-// formatted text. A line break in the text is written as "\n".
+// Appends one line: the program's clock in milliseconds (Clock.h; a manual
+// clock makes the stamps repeatable), a blank, then the formatted text. A
+// line break in the text is written as "\n".
+//
+// Lines that the program writes (after the stamp):
+//   frame                          the first frame is on the screen
+//   script LINE TEXT               a step of the --script file starts
+//   screenshot FILE                a picture was written (Print Screen or script)
+//   sent TAG BYTES PEER            a message went to a peer ("-": the host, or a
+//                                  peer not yet logged in); BYTES is the body
+//   received TAG BYTES PEER        a message arrived and is being dispatched
+//   record PATH                    a value under this record changed
+//   quit CODE                      the loop ends with this exit code
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.

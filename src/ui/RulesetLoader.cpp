@@ -36,7 +36,7 @@ std::string fileKey(std::string_view path) {
 
 class Loader {
 public:
-    explicit Loader(int mode) : sessionMode(mode) {}
+    explicit Loader(db::SessionMode mode) : sessionMode(mode) {}
 
     void walk(db::XmlElement& root) {
         forEachChild(root, [&](std::unique_ptr<db::XmlElement> child, const std::string& tag) {
@@ -108,7 +108,7 @@ private:
         } else if (tag == "CHATWINDOW") {
             readChatWindow(*element, data.settings.chatWindow);
         } else if (tag == "HOTKEYBAR") {
-            if (sessionMode != 2) readHotkeyBar(*element, data.settings.hotkeyBar);
+            if (sessionMode != db::SessionMode::LocalCharacters) readHotkeyBar(*element, data.settings.hotkeyBar);
         } else if (tag == "ICON") {
             if (!readText(*element, "FILE", text)) return;
             auto icon = loadRulesetBitmap(text);
@@ -143,7 +143,7 @@ private:
         including.pop_back();
     }
 
-    int sessionMode;
+    db::SessionMode sessionMode;
 };
 
 }  // namespace
@@ -152,14 +152,14 @@ void setStaticDataLoader(StaticDataLoader loader) {
     staticLoader() = loader;
 }
 
-int LoadRulesetFile(std::unique_ptr<db::XmlElement> document, int sessionMode) {
+int LoadRulesetFile(std::unique_ptr<db::XmlElement> document, db::SessionMode sessionMode) {
     if (!document) return 1;
     Loader loader(sessionMode);
     loader.walk(*document);
     return 0;
 }
 
-render::Bitmap* LoadRuleset(std::string_view name, int sessionMode) {
+render::Bitmap* LoadRuleset(std::string_view name, db::SessionMode sessionMode) {
     std::string path = "rulesets\\" + std::string(name) + "\\base.xml";
     Loader loader(sessionMode);
     auto root = loader.parseFile(path);

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "db/SessionMode.h"
+
 namespace lh::db {
 class XmlElement;
 }
@@ -22,8 +24,8 @@ namespace lh::ui {
 constexpr int kMaxIncludeDepth = 32;
 
 // Takes a parsed document and consumes it. 1 for a null document, else 0.
-// `sessionMode` 2 (local characters) ignores HOTKEYBAR.
-int LoadRulesetFile(std::unique_ptr<db::XmlElement> document, int sessionMode);
+// The local characters mode ignores HOTKEYBAR.
+int LoadRulesetFile(std::unique_ptr<db::XmlElement> document, db::SessionMode sessionMode);
 
 // Who loads the records of a STATICDATA file under the root node, marked
 // static. Until the program sets one, the file is parsed (so that a broken
@@ -35,6 +37,6 @@ void setStaticDataLoader(StaticDataLoader loader);
 // the resource archive (a missing or malformed file shows the box and ends
 // the program with -1), loads it, and answers the Desktop picture (null if
 // the Ruleset has none) for the frame.
-render::Bitmap* LoadRuleset(std::string_view name, int sessionMode);
+render::Bitmap* LoadRuleset(std::string_view name, db::SessionMode sessionMode);
 
 }  // namespace lh::ui

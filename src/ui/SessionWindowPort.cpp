@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
 #include "ui/Desktop.h"

@@ -89,8 +89,7 @@ void Window::Open(db::DbNode* parentNode, bool list) {
             if (list) {
                 isList = true;
             } else {
-                record->addObserver(this);
-                observing = true;
+                observation.observe(*record, *this);
             }
         }
     }
@@ -100,10 +99,7 @@ void Window::Open(db::DbNode* parentNode, bool list) {
     if (!parentWindow) platform::trace("window opened %s %s", windowClass.name.c_str(), name.c_str());
 }
 
-void Window::stopObserving() {
-    if (observing && record) record->removeObserver(this);
-    observing = false;
-}
+void Window::stopObserving() { observation.reset(); }
 
 void Window::Close(bool force) {
     if (closed) return;

@@ -123,10 +123,10 @@ private:
     render::Rect glowRect() const;
 
     Desktop* home;
+    db::NodeObservation observation;    // of the record; ends itself when either side goes
     db::DbNode* openedUnder = nullptr;  // the parent node Open was given
     FrameDef* frame = nullptr;          // looked up when first drawn
     bool closed = false;
-    bool observing = false;
     int scrollStartIndex = -1;  // middle-drag through the sub-windows
     int32_t scrollStartY = 0;
 };

@@ -28,7 +28,7 @@ TEST(CommandLine, FlagValuesAreNotPortTokens) {
     CommandLine cl = parseCommandLine({"--host", "--campaign", "p123", "--workdir", "/path", "--password", "p9",
                                        "--gm", "Ann", "--ruleset", "Core"});
     EXPECT_FALSE(cl.port.has_value());
-    EXPECT_EQ(cl.sessionMode, 0);
+    EXPECT_EQ(cl.sessionMode, lh::db::SessionMode::Host);
     EXPECT_EQ(cl.campaignName, "p123");
     EXPECT_EQ(cl.workDir, "/path");
     EXPECT_EQ(cl.password, "p9");
@@ -36,10 +36,10 @@ TEST(CommandLine, FlagValuesAreNotPortTokens) {
     EXPECT_EQ(cl.rulesetName, "Core");
 
     CommandLine join = parseCommandLine({"--join", "10.0.0.5", "--user", "Bo", "p3000"});
-    EXPECT_EQ(join.sessionMode, 1);
+    EXPECT_EQ(join.sessionMode, lh::db::SessionMode::Join);
     EXPECT_EQ(join.joinAddress, "10.0.0.5");
     EXPECT_EQ(*join.port, 3000u);
-    EXPECT_EQ(parseCommandLine({"--local"}).sessionMode, 2);
+    EXPECT_EQ(parseCommandLine({"--local"}).sessionMode, lh::db::SessionMode::LocalCharacters);
 
     EXPECT_FALSE(parseCommandLine({"--campaign"}).error.empty());
     EXPECT_FALSE(parseCommandLine({"--bogus"}).error.empty());

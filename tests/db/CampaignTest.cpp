@@ -15,6 +15,7 @@
 #include "db/StringValue.h"
 #include "platform/Paths.h"
 #include "support/TestSupport.h"
+#include "db/SessionMode.h"
 
 using namespace lh::db;
 namespace fs = std::filesystem;
@@ -32,7 +33,7 @@ protected:
         fs::create_directories(work.path() / "campaigns");
         campaign() = Campaign{};
         dbContext() = DbContext{};
-        dbContext().isHost = true;
+        setSessionMode(SessionMode::Host);
         boxes.clear();
         setBoxHandler(recordBox);
     }
@@ -119,7 +120,7 @@ TEST_F(CampaignFiles, RestoreAndBackupAcrossRuns) {
 }
 
 TEST_F(CampaignFiles, ClientsAndUnsafeNamesWriteNothing) {
-    dbContext().isHost = false;
+    setSessionMode(SessionMode::Join);
     campaign().name.set("Quest");
     campaign().ruleset.set("Fantasy");
     ASSERT_EQ(createClientFolder(), 0);
@@ -210,7 +211,7 @@ TEST_F(CampaignFiles, ImageScanFollowsTheFolder) {
     EXPECT_EQ(rootNode().child("image")->children.size(), 3u);
 
     // Only the host scans.
-    dbContext().isHost = false;
+    setSessionMode(SessionMode::Join);
     fs::remove(folder() / "images" / "new.gif");
     refreshImageRecords(rootNode());
     EXPECT_EQ(rootNode().child("image")->children.size(), 3u);

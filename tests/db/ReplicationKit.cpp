@@ -4,7 +4,7 @@
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/KeptValues.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/StringValue.h"
 #include "db/TextEscape.h"
 #include "net/MessageCatalogue.h"

@@ -17,7 +17,7 @@
 
 #include "ReplicationKit.h"
 #include "db/DbNode.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/TextEscape.h"
 #include "db/Users.h"
 #include "net/MessageCatalogue.h"

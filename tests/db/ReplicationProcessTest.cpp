@@ -8,10 +8,10 @@
 #include <random>
 
 #include "ReplicationKit.h"
-#include "db/DbContext.h"
+#include "db/SessionMode.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/TextEscape.h"
 #include "db/Users.h"
 #include "net/MessageCatalogue.h"
@@ -28,7 +28,7 @@ class ReplicationProcesses : public ::testing::Test {
 protected:
     void SetUp() override {
         db::clearTree();
-        db::dbContext().isHost = true;
+        db::setSessionMode(db::SessionMode::Host);
         port = test::openLoopbackHost(host);
         db::attachReplication(host);
         host.setSystemLineSink([this](const std::string& line) { systemLines.push_back(line); });
@@ -59,7 +59,7 @@ protected:
         for (auto& c : clients) EXPECT_EQ(c->wait(std::chrono::seconds(10)), 0) << c->errors();
         db::detachReplication();
         db::clearTree();
-        db::dbContext().isHost = false;
+        db::setSessionMode(db::SessionMode::Join);
     }
 
     bool pump(const std::function<bool()>& done) { return test::pumpUntil({&host}, done, {}, 10000); }

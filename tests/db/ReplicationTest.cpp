@@ -15,7 +15,7 @@
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/KeptValues.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/StringValue.h"
 #include "db/Users.h"
 #include "db/XmlParse.h"

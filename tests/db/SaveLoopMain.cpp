@@ -6,7 +6,7 @@
 
 #include "SampleTree.h"
 #include "db/Campaign.h"
-#include "db/DbContext.h"
+#include "db/SessionMode.h"
 #include "db/DbNode.h"
 #include "platform/Paths.h"
 
@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     lh::platform::setWorkingDirectory(argv[1]);
-    lh::db::dbContext().isHost = true;
+    lh::db::setSessionMode(lh::db::SessionMode::Host);
     lh::db::campaign().name.set("Crash");
     lh::test::buildSampleTree(lh::db::rootNode(), std::atoi(argv[3]));
     int first = std::atoi(argv[2]);

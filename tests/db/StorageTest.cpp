@@ -232,7 +232,7 @@ TEST(Storage, ModuleLoadAndExportForms) {
     DbNode* story = root.addChildQuietly("story");
     story->addChildQuietly("00102");  // a record of the Campaign itself
     CountingObserver observer;
-    story->addObserver(&observer);
+    NodeObservation watch(*story, observer);
 
     XmlParseResult parsed = parseXmlTextChecked(
         "<root><node name=\"story\">"
@@ -253,7 +253,7 @@ TEST(Storage, ModuleLoadAndExportForms) {
     EXPECT_TRUE(story->module.empty());  // existing groups keep their mark
     EXPECT_TRUE(loadedModules().count("Crypt"));
     EXPECT_GE(observer.changes, 2);  // told after each child element
-    story->removeObserver(&observer);
+    watch.reset();
 
     // The export form: no marks, holders or definitions, no Module nodes,
     // images by the exporter.

@@ -8,6 +8,7 @@
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/StringValue.h"
+#include "db/SessionMode.h"
 
 using namespace lh::db;
 
@@ -16,21 +17,18 @@ namespace {
 // Records every call, in order, into a shared log.
 class LogObserver : public NodeObserver {
 public:
-    LogObserver(std::string tag, DbNode* watched, std::vector<std::string>& log) : tag(std::move(tag)), node(watched), log(log) {
-        node->addObserver(this);
-    }
-    ~LogObserver() override {
-        if (node) node->removeObserver(this);
-    }
+    LogObserver(std::string tag, DbNode* watched, std::vector<std::string>& log)
+        : tag(std::move(tag)), node(watched), log(log), observation(*watched, *this) {}
     void onChanged(ChangeKind change) override { log.push_back(tag + ":changed" + std::to_string(int(change))); }
     void onNodeDeleted() override {
-        log.push_back(tag + ":deleted" + (node->value ? "+value" : ""));
-        node->removeObserver(this);
+        // The node is still whole here; the observation has ended already.
+        log.push_back(tag + ":deleted" + (node->value ? "+value" : "") + (observation ? "+observed" : ""));
         node = nullptr;
     }
     std::string tag;
     DbNode* node;
     std::vector<std::string>& log;
+    NodeObservation observation;
 };
 
 class RecordingSink : public ReplicationSink {
@@ -42,7 +40,10 @@ public:
 
 class Tree : public ::testing::Test {
 protected:
-    void SetUp() override { dbContext() = DbContext{}; }
+    void SetUp() override {
+        dbContext() = DbContext{};
+        setSessionMode(SessionMode::Join);
+    }
     void TearDown() override {
         dbContext() = DbContext{};
         clearTree();
@@ -164,11 +165,11 @@ TEST_F(Tree, HoldersOwnersAndEditRights) {
     EXPECT_EQ(longName.name.size(), 19u);
     EXPECT_EQ(&knownUser("a-very-long-player-name-that-differs-late"), &longName);
 
-    dbContext().isHost = true;
+    setSessionMode(SessionMode::Host);
     EXPECT_TRUE(field->canEdit());
     field->isStatic = 1;
     EXPECT_FALSE(field->canEdit());
-    dbContext().isHost = false;
+    setSessionMode(SessionMode::Join);
     EXPECT_FALSE(late->canEdit());  // owned by another
     late->setOwner(nullptr);
     EXPECT_FALSE(late->canEdit());  // unowned
@@ -223,7 +224,7 @@ TEST_F(Tree, IntValueSourcesAccumulateInOrder) {
     EXPECT_EQ(loose.publish(false), -1);
 }
 
-TEST_F(Tree, ModuleNodesAreRemovedWholeAndObserversMustLeave) {
+TEST_F(Tree, ModuleNodesAreRemovedWhole) {
     DbNode* group = rootNode().addChild("story");
     for (int i = 0; i < 4; ++i) {
         DbNode* rec = group->addChild(group->nextRecordId());
@@ -235,14 +236,75 @@ TEST_F(Tree, ModuleNodesAreRemovedWholeAndObserversMustLeave) {
     EXPECT_NE(group->child("00001"), nullptr);
     EXPECT_NE(group->child("00003"), nullptr);
     EXPECT_EQ(rootNode().removeModuleNodes(""), 0);
+}
 
-    // An observer that does not remove itself does not hang the deletion.
-    struct Stubborn : NodeObserver {
-        int calls = 0;
-        void onNodeDeleted() override { ++calls; }
-    } stubborn;
-    group->child("00001")->addObserver(&stubborn);
-    group->child("00001")->addObserver(&stubborn);  // no duplicate
-    delete group->child("00001");
-    EXPECT_EQ(stubborn.calls, 1);
+// Either side of an observation may go first, also from inside a call; run
+// under ASan, a handle left behind on either side would show here.
+TEST_F(Tree, ObservationsEndWhicheverSideGoesFirst) {
+    std::vector<std::string> log;
+    DbNode* group = rootNode().addChild("notes");
+    DbNode* record = group->addChild("00001");
+
+    // The observer goes first: the node lives on and tells nobody.
+    {
+        LogObserver brief("brief", record, log);
+        EXPECT_EQ(record->observations.size(), 1u);
+    }
+    EXPECT_TRUE(record->observations.empty());
+    record->addChild("text");
+    EXPECT_TRUE(log.empty());
+
+    // A moved handle keeps the observation; the old one holds nothing.
+    struct Counting : NodeObserver {
+        int changes = 0, deletions = 0;
+        void onChanged(ChangeKind) override { ++changes; }
+        void onNodeDeleted() override { ++deletions; }
+    } counting;
+    NodeObservation first(*record, counting);
+    NodeObservation moved = std::move(first);
+    EXPECT_FALSE(first);
+    EXPECT_EQ(moved.node(), record);
+    record->notify(ChangeKind::value);
+    EXPECT_EQ(counting.changes, 1);
+
+    // One observer ends another's observation while both are being told: the
+    // ended one hears nothing more, and its observer may be gone already.
+    auto victim = std::make_unique<LogObserver>("victim", record, log);
+    struct Killer : NodeObserver {
+        std::unique_ptr<LogObserver>* victim = nullptr;
+        void onChanged(ChangeKind) override { victim->reset(); }
+    } killer;
+    killer.victim = &victim;
+    NodeObservation killerWatch(*group, killer);
+    NodeObservation early(*record, killer);  // told before the victim
+    std::swap(record->observations.front(), record->observations.back());
+    record->notify(ChangeKind::value);
+    EXPECT_EQ(victim, nullptr);
+    EXPECT_TRUE(log.empty());
+
+    // The node goes first, with a whole subtree: every handle below ends and
+    // may then die on its own; an observer may even delete itself in the call.
+    struct SelfDeleting : NodeObserver {
+        NodeObservation watch;
+        int* told;
+        void onNodeDeleted() override {
+            ++*told;
+            delete this;
+        }
+    };
+    int told = 0;
+    auto* selfDeleting = new SelfDeleting;
+    selfDeleting->told = &told;
+    selfDeleting->watch.observe(*record->child("text"), *selfDeleting);
+    LogObserver recordWatch("record", record, log);
+    delete record;
+    EXPECT_EQ(told, 1);
+    EXPECT_FALSE(moved);
+    EXPECT_FALSE(early);
+    EXPECT_FALSE(recordWatch.observation);
+    EXPECT_EQ(counting.deletions, 1);
+    EXPECT_EQ(log, (std::vector<std::string>{"record:deleted"}));
+    EXPECT_TRUE(killerWatch);  // the group lives
+    killerWatch.reset();
+    EXPECT_TRUE(group->observations.empty());
 }

@@ -16,7 +16,7 @@ TEST(MainLoop, ASessionSocketWakesTheWait) {
     Session host;
     uint16_t port = lh::test::openLoopbackHost(host);
     Session client;
-    attachToMainLoop(client);
+    lh::platform::Subscription watch = attachToMainLoop(client);
     int chats = 0;
     client.setHandler(tags::CHATR, [&](SessionPeer*, const NetMessage&) {
         ++chats;
@@ -37,6 +37,6 @@ TEST(MainLoop, ASessionSocketWakesTheWait) {
     client.poll();
     EXPECT_EQ(chats, 1);
 
-    detachFromMainLoop();
+    watch.reset();
     platform::shutdown();
 }

@@ -8,6 +8,7 @@
 #include "app/Frame.h"
 #include "render/Bitmap.h"
 #include "render/RecordingRenderContext.h"
+#include "db/SessionMode.h"
 
 namespace lh::app {
 namespace {
@@ -16,8 +17,6 @@ using render::DrawCall;
 
 struct FrameOrder : ::testing::Test {
     std::vector<std::string> order;
-    int mode = 0;
-    bool host = true;
     bool modal = false;
 
     void SetUp() override {
@@ -28,8 +27,8 @@ struct FrameOrder : ::testing::Test {
             std::string name = names[i];
             setFrameStep(FrameStep(i), [this, name](render::RenderContext&) { order.push_back(name); });
         }
-        setFrameState({[this] { return mode; }, [this] { return host; }, [this] { return modal; },
-                       [] { return 0xFF808080u; }});
+        db::setSessionMode(db::SessionMode::Host);
+        setFrameState({[this] { return modal; }, [] { return 0xFF808080u; }});
     }
     void TearDown() override {
         for (int i = 0; i < int(FrameStep::Count); ++i) setFrameStep(FrameStep(i), nullptr);
@@ -48,8 +47,7 @@ TEST_F(FrameOrder, LayersComeInOrderAndModesLeaveTheirsOut) {
     EXPECT_EQ(context.kinds(), (std::vector<std::string>{"endSprites", "beginSprites"}));
 
     order.clear();
-    mode = 1;
-    host = false;
+    db::setSessionMode(db::SessionMode::Join);
     modal = true;
     drawFrameLayers(context);
     EXPECT_EQ(order, (std::vector<std::string>{"chatFrame", "modifiers", "chatWindow", "chatEntry", "hotkeys",
@@ -57,7 +55,7 @@ TEST_F(FrameOrder, LayersComeInOrderAndModesLeaveTheirsOut) {
                                                "radial"}));
 
     order.clear();
-    mode = 2;
+    db::setSessionMode(db::SessionMode::LocalCharacters);
     modal = false;
     drawFrameLayers(context);
     EXPECT_EQ(order, (std::vector<std::string>{"characters", "desktopTokens", "windows", "dieBox", "dice",

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "db/IntValue.h"
+#include "db/SessionMode.h"
 #include "db/XmlParse.h"
 #include "render/Bitmap.h"
 #include "render/RenderContext.h"
@@ -171,7 +172,7 @@ void loadWindowRuleset(const char* xml) {
     addIcon("open", 20, 0xFF808080);
     addIcon("openpressed", 20, 0xFF404040);
     addIcon("pic", 16, 0xFFFF00FF);
-    ui::LoadRulesetFile(db::parseXmlText(xml, "windows test"), 0);
+    ui::LoadRulesetFile(db::parseXmlText(xml, "windows test"), db::SessionMode::Host);
 }
 
 }  // namespace lh::test

@@ -31,7 +31,7 @@ protected:
         files = testRulesetFiles();
         writeRulesetFiles(dir.str(), files);
         clearRuleset();
-        LoadRuleset("Test", 0);
+        LoadRuleset("Test", db::SessionMode::Host);
     }
     void TearDown() override {
         clearRuleset();

@@ -48,7 +48,7 @@ protected:
 
 TEST_F(RulesetLoad, FolderFillsTheMapsInDocumentOrder) {
     writeRulesetFiles(dir.str(), testRulesetFiles());
-    render::Bitmap* desktop = LoadRuleset("Test", 0);
+    render::Bitmap* desktop = LoadRuleset("Test", db::SessionMode::Host);
 
     // The later DESKTOPIMAGE wins and is what the frame gets.
     ASSERT_NE(desktop, nullptr);
@@ -172,7 +172,7 @@ TEST_F(RulesetLoad, FolderFillsTheMapsInDocumentOrder) {
 TEST_F(RulesetLoad, ArchiveLoadsTheSameAndListsOnlyDiskFiles) {
     RulesetFileList files = testRulesetFiles();
     writeRulesetFiles(dir.str(), files);
-    LoadRuleset("Test", 0);
+    LoadRuleset("Test", db::SessionMode::Host);
     std::string fromDisk = summarizeRuleset();
     ASSERT_NE(fromDisk.find("frame box2"), std::string::npos);
     clearRuleset();
@@ -193,7 +193,7 @@ TEST_F(RulesetLoad, ArchiveLoadsTheSameAndListsOnlyDiskFiles) {
         zipped.push_back({upper, bytes});
     }
     ASSERT_TRUE(writeZip((packed.path() / "resource.pak").string(), zipped));
-    LoadRuleset("Test", 0);
+    LoadRuleset("Test", db::SessionMode::Host);
     EXPECT_EQ(summarizeRuleset(), fromDisk);
     // Only what the archive lacks: the picture on disk, and the one that is
     // nowhere (a client without it would ask, and be refused).
@@ -203,10 +203,10 @@ TEST_F(RulesetLoad, ArchiveLoadsTheSameAndListsOnlyDiskFiles) {
 
 TEST_F(RulesetLoad, LocalModeIgnoresTheHotkeyBarAndNullDocumentsDoNothing) {
     writeRulesetFiles(dir.str(), testRulesetFiles());
-    LoadRuleset("Test", 2);
+    LoadRuleset("Test", db::SessionMode::LocalCharacters);
     EXPECT_FALSE(ruleset().settings.hotkeyBar.present);
     EXPECT_TRUE(ruleset().settings.chatWindow.present);
-    EXPECT_EQ(LoadRulesetFile(nullptr, 0), 1);
+    EXPECT_EQ(LoadRulesetFile(nullptr, db::SessionMode::Host), 1);
 
     auto doc = db::parseXmlText(
         "<r><DIEBOX><frame name=\"f\"/><margin value=\"6\" numbertailmargin=\"4\"/><secreticon "
@@ -215,7 +215,7 @@ TEST_F(RulesetLoad, LocalModeIgnoresTheHotkeyBarAndNullDocumentsDoNothing) {
         "spacing=\"9\" "
         "limit=\"5\"/></modcollector><font name=\"x\"><glyfile name=\"missing.gly\"/></font></r>",
         "inline");
-    EXPECT_EQ(LoadRulesetFile(std::move(doc), 0), 0);
+    EXPECT_EQ(LoadRulesetFile(std::move(doc), db::SessionMode::Host), 0);
     const RulesetSettings& s = ruleset().settings;
     EXPECT_EQ(s.dieBox.box.frame, "f");
     EXPECT_EQ(s.dieBox.box.numberTailMargin, 4);
@@ -249,7 +249,7 @@ TEST(RulesetValues, NumberFormsAndColours) {
 
 TEST_F(RulesetLoad, DefaultRulesetFromTheBuiltArchive) {
     ResourceFile::setArchivePath(std::string(LOREHAVEN_BINARY_DIR) + "/resource.pak");
-    render::Bitmap* desktop = LoadRuleset("Lorehaven", 0);
+    render::Bitmap* desktop = LoadRuleset("Lorehaven", db::SessionMode::Host);
     ResourceFile::setArchivePath("resource.pak");
     ASSERT_NE(desktop, nullptr);
     EXPECT_FALSE(desktop->IsEmpty());

@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
         if (std::strcmp(argv[i], "--ruleset") == 0) name = argv[i + 1];
     }
     lh::platform::setWorkingDirectory(workdir);
-    lh::render::Bitmap* desktop = lh::ui::LoadRuleset(name, 0);
+    lh::render::Bitmap* desktop = lh::ui::LoadRuleset(name, lh::db::SessionMode::Host);
     const lh::ui::RulesetData& data = lh::ui::ruleset();
     std::printf("fonts %zu frames %zu icons %zu classes %zu dice %zu desktop %u\n", data.fonts.size(),
                 data.frameDefs.size(), data.icons.size(), data.windowClasses.size(), data.dieTypes.size(),

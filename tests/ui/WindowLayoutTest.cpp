@@ -6,6 +6,7 @@
 
 #include "DesktopFixture.h"
 #include "db/DbContext.h"
+#include "db/SessionMode.h"
 #include "db/DbNode.h"
 #include "ui/Desktop.h"
 #include "ui/RulesetData.h"
@@ -22,7 +23,7 @@ class Layout : public ::testing::Test {
 protected:
     void SetUp() override {
         db::clearTree();
-        db::dbContext().isHost = true;
+        db::setSessionMode(db::SessionMode::Host);
         loadWindowRuleset();
     }
     void TearDown() override {

@@ -8,9 +8,10 @@
 
 #include "DesktopFixture.h"
 #include "db/DbContext.h"
+#include "db/SessionMode.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
-#include "db/Replication.h"
+#include "net/Replication.h"
 #include "db/Users.h"
 #include "net/MessageCatalogue.h"
 #include "net/NetTestLoop.h"
@@ -33,7 +34,7 @@ class WindowSharing : public ::testing::Test {
 protected:
     void SetUp() override {
         db::clearTree();
-        db::dbContext().isHost = true;
+        db::setSessionMode(db::SessionMode::Host);
         loadWindowRuleset();
         uint16_t port = openLoopbackHost(host);
         hostRepl.registerHandlers();

@@ -6,6 +6,7 @@
 
 #include "DesktopFixture.h"
 #include "db/DbContext.h"
+#include "db/SessionMode.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/Users.h"
@@ -47,7 +48,7 @@ class Windows : public ::testing::Test {
 protected:
     void SetUp() override {
         db::clearTree();
-        db::dbContext().isHost = true;
+        db::setSessionMode(db::SessionMode::Host);
         loadWindowRuleset();
         ui::setFallbackKeyboardTarget(&chat);
     }
@@ -55,7 +56,7 @@ protected:
         desk.reset();
         ui::setFallbackKeyboardTarget(nullptr);
         ui::SetKeyboardFocus(nullptr);
-        db::dbContext().isHost = true;
+        db::setSessionMode(db::SessionMode::Host);
         db::clearTree();
         ui::clearRuleset();
     }
@@ -124,7 +125,7 @@ TEST_F(Windows, ControlsOnOneNameShareAValueAndRemoteChangesRedraw) {
     EXPECT_EQ(second.value(), 9);
 
     // A player without the record changes nothing, and shows nothing.
-    db::dbContext().isHost = false;
+    db::setSessionMode(db::SessionMode::Join);
     w->record->setOwner(nullptr);
     click(first);
     EXPECT_EQ(first.value(), 9);
@@ -245,7 +246,7 @@ TEST_F(Windows, MenuEntriesFollowRightsAndState) {
     EXPECT_EQ(clientMenu->find("Delete Record"), -1);
 
     // A PLAYERCONTROL window on the player's own record may be shared.
-    db::dbContext().isHost = false;
+    db::setSessionMode(db::SessionMode::Join);
     Window* party = open("party");
     party->record->setOwner(&db::localUser());
     EXPECT_EQ(party->BuildMenu()->at(6).label, "Share Sheet");
@@ -260,7 +261,7 @@ TEST_F(Windows, MenuEntriesFollowRightsAndState) {
     EXPECT_EQ(m.recordName, "00001");
     EXPECT_EQ(m.width, 200);
     desk->network = nullptr;
-    db::dbContext().isHost = true;
+    db::setSessionMode(db::SessionMode::Host);
 
     // Minimized: Restore, anchored at the icon.
     sheet->shared = false;

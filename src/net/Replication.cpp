@@ -2,12 +2,12 @@
 // Replication.h.
 //
 // Index: sending; receiving DATAR; deletions; the process's replication.
-#include "db/Replication.h"
+#include "net/Replication.h"
 
 #include <memory>
 #include <vector>
 
-#include "db/ClientRights.h"
+#include "net/ClientRights.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/StringValue.h"

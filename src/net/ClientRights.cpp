@@ -1,5 +1,5 @@
 // The host's check of a client's change or deletion.
-#include "db/ClientRights.h"
+#include "net/ClientRights.h"
 
 #include "db/DbNode.h"
 

@@ -1,5 +1,5 @@
 // Writing and bounds-checked reading of the record message bodies.
-#include "db/ReplicationWire.h"
+#include "net/ReplicationWire.h"
 
 #include <chrono>
 #include <filesystem>

@@ -15,8 +15,8 @@
 #include <string_view>
 
 #include "db/DbContext.h"
-#include "db/ReplicationWire.h"
-#include "db/TextReassembly.h"
+#include "net/ReplicationWire.h"
+#include "net/TextReassembly.h"
 #include "net/Session.h"
 
 namespace lh::db {

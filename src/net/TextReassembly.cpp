@@ -1,5 +1,5 @@
 // The bounded reassembly of formatted texts that arrive in pieces.
-#include "db/TextReassembly.h"
+#include "net/TextReassembly.h"
 
 namespace lh::db {
 

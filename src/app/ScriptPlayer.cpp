@@ -1,0 +1,55 @@
+// The test driver's player.
+#include "app/ScriptPlayer.h"
+
+#include <cstdio>
+
+#include "platform/Clock.h"
+#include "platform/Trace.h"
+
+namespace lh::app {
+
+ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
+    : steps(std::move(s)), actions(std::move(a)) {
+    timer.setHandler([this] { run(); });
+}
+
+void ScriptPlayer::start() {
+    if (!steps.empty()) timer.start(0);
+}
+
+// Runs steps until one has to wait. Input steps go one per round, so that the
+// loop draws between them as it would between real events.
+void ScriptPlayer::run() {
+    while (next < steps.size()) {
+        const platform::ScriptStep& step = steps[next++];
+        platform::trace("script %d %s", step.line, step.source.c_str());
+        switch (step.kind) {
+        case platform::ScriptStep::Kind::Input:
+            for (const platform::Event& e : step.events) actions.deliver(e);
+            timer.start(0);
+            return;
+        case platform::ScriptStep::Kind::Wait:
+            if (platform::isManualClock()) {
+                // Time moves at once; what came due fires at the next round,
+                // before the next step.
+                platform::advanceClock(step.waitMs);
+                timer.start(0);
+            } else {
+                timer.start(step.waitMs);
+            }
+            return;
+        case platform::ScriptStep::Kind::Screenshot:
+            actions.drawPending();
+            if (!actions.screenshot(step.name)) {
+                std::fprintf(stderr, "lorehaven: script line %d: the screenshot %s could not be written\n", step.line,
+                             step.name.c_str());
+            }
+            break;
+        case platform::ScriptStep::Kind::Quit:
+            actions.quit(step.exitCode);
+            return;
+        }
+    }
+}
+
+}  // namespace lh::app

@@ -1,0 +1,39 @@
+// Plays a parsed input script (platform/InputScript.h) into the program: each
+// step's events go to the same handler as the window's, waits run on a timer
+// (or move a manual clock at once), screenshots draw what is pending first.
+// Every step leaves a "script LINE TEXT" line in the trace.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/InputScript.h"
+#include "platform/Scheduler.h"
+
+namespace lh::app {
+
+struct ScriptActions {
+    std::function<void(const platform::Event&)> deliver;  // the window's event handler
+    std::function<void()> drawPending;                    // a frame of what is dirty
+    std::function<bool(const std::string&)> screenshot;   // true when written
+    std::function<void(int)> quit;
+};
+
+class ScriptPlayer {
+public:
+    ScriptPlayer(std::vector<platform::ScriptStep> steps, ScriptActions actions);
+    // The first step runs at the loop's next round.
+    void start();
+    bool finished() const { return next >= steps.size(); }
+
+private:
+    void run();
+
+    std::vector<platform::ScriptStep> steps;
+    ScriptActions actions;
+    size_t next = 0;
+    platform::Timer timer;
+};
+
+}  // namespace lh::app

@@ -1,0 +1,54 @@
+// The test driver's script: a plain text file of timed input events that a
+// bot, a demo or a test plays into the program through the same handlers as
+// real input. One step a line; blank lines and lines from '#' are skipped.
+//
+//   move X Y                   the mouse to client position X, Y
+//   down BUTTON [X Y]          press left, right or middle (where the mouse is,
+//   up BUTTON [X Y]            or at X, Y); release it
+//   click BUTTON X Y           move, press and release
+//   wheel STEPS                the wheel, positive away from the user
+//   keydown KEY [MOD...]       a key by name (A..Z, 0..9, F1..F12, Return,
+//   keyup KEY [MOD...]         Escape, Tab, Space, Backspace, Delete, Insert,
+//   key KEY [MOD...]           Home, End, PageUp, PageDown, Left, Right, Up,
+//                              Down, PrintScreen, Shift, Ctrl, Alt); MOD is
+//                              shift, ctrl or alt; "key" is down then up
+//   text TEXT                  typed text: the rest of the line, UTF-8
+//   wait MS                    let MS milliseconds pass before the next step
+//   screenshot NAME            write NAME.png of the client area
+//   quit CODE                  end the program with this exit code
+//
+// Pure parsing: bytes in, steps out, errors with their line.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Events.h"
+
+namespace lh::platform {
+
+struct ScriptStep {
+    enum class Kind { Input, Wait, Screenshot, Quit };
+    Kind kind = Kind::Input;
+    int line = 0;         // 1-based, for traces and errors
+    std::string source;   // the line as written, trimmed
+    // Input: the events of this step, in order (a click is three).
+    std::vector<Event> events;
+    uint32_t waitMs = 0;
+    std::string name;     // Screenshot: the file name, ".png" added if missing
+    int exitCode = 0;     // Quit
+};
+
+struct ParsedScript {
+    std::vector<ScriptStep> steps;
+    std::string error;  // "line N: ..." for the first bad line; empty when fine
+};
+
+ParsedScript parseInputScript(std::string_view text);
+
+// The virtual-key number of a key name (case-blind), or 0.
+int virtualKeyFromName(std::string_view name);
+
+}  // namespace lh::platform

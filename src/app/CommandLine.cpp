@@ -1,6 +1,7 @@
 // The command line.
 #include "app/CommandLine.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,12 +37,14 @@ void splitAtBlanks(const std::string& arg, std::vector<std::string>& out) {
 
 }  // namespace
 
-bool readPortToken(const std::string& token, uint32_t& port) {
+bool readPortToken(const std::string& token, uint64_t& port) {
     const char* t = token.c_str();
     if (*t == '-' || *t == '/') ++t;
-    if (*t != 'p') return false;
-    unsigned value = 0;
-    if (std::sscanf(t, "p%u", &value) != 1) return false;
+    if (*t != 'p' || t[1] < '0' || t[1] > '9') return false;
+    // The leading digits, as "p%u" reads them; a value that does not fit
+    // stays above every port rather than wrapping round to one.
+    uint64_t value = 0;
+    for (++t; *t >= '0' && *t <= '9'; ++t) value = std::min<uint64_t>(value * 10 + uint64_t(*t - '0'), UINT32_MAX + 1ull);
     port = value;
     return true;
 }
@@ -97,8 +100,14 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
         }
     }
     for (const std::string& token : loose) {
-        uint32_t port;
-        if (readPortToken(token, port)) cl.port = port;
+        uint64_t port;
+        if (!readPortToken(token, port)) continue;
+        if (port >= 1 && port <= 65535) {
+            cl.port = uint32_t(port);
+        } else if (cl.error.empty()) {
+            std::string given = port > UINT32_MAX ? token.substr(token.find('p') + 1) : std::to_string(port);
+            cl.error = "the port must be a number from 1 to 65535, not " + given;
+        }
     }
     return cl;
 }
@@ -120,7 +129,7 @@ const char* commandLineHelp() {
            "  --identity NAME        the Identity to take on after joining\n"
            "  --workdir DIR          the working directory (default: the current one)\n"
            "\n"
-           "  pPORT, -pPORT, /pPORT  the TCP port of the session (default 1802)\n"
+           "  pPORT, -pPORT, /pPORT  the TCP port of the session, 1 to 65535 (default 1802)\n"
            "\n"
            "  --quit-after-ticks N   end with exit code 0 after N ticks of 30 ms (for tests)\n"
            "  --quit-after-first-frame  end with exit code 0 once the first frame is shown\n"

@@ -12,7 +12,7 @@
 namespace lh::app {
 
 struct CommandLine {
-    std::optional<uint32_t> port;        // from a "p%u" token
+    std::optional<uint32_t> port;        // from a "p%u" token, 1 to 65535
     std::optional<db::SessionMode> sessionMode;
     std::string joinAddress;
     std::string userName;                // --user (players)
@@ -36,8 +36,9 @@ struct CommandLine {
 // token that then begins with 'p' is read by "p%u"; anything else is ignored.
 CommandLine parseCommandLine(const std::vector<std::string>& args);
 
-// Applies the port rule to one token; true if it set `port`.
-bool readPortToken(const std::string& token, uint32_t& port);
+// Applies the port rule to one token; true if it is a port token, with the
+// number it gives (which may lie outside the ports, to be refused).
+bool readPortToken(const std::string& token, uint64_t& port);
 
 const char* commandLineHelp();
 

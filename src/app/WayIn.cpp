@@ -34,7 +34,7 @@ int resolveHostAddress(std::string& address) {
     if (net::looksLikeAddress(address)) return 0;
     // FIXME: aliases go to the address server, which arrives later; until
     // then an alias fails as an unreachable server does.
-    platform::messageBox("Network error", "Could not access the address server.\nCheck your internet connection.");
+    platform::messageBox(net::kAddressServerErrorTitle, net::kAddressServerErrorText);
     return -1;
 }
 

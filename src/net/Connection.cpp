@@ -118,12 +118,20 @@ void Connection::pump(long maxSend, long maxReceive, size_t* sent, size_t* recei
 void Connection::transfer(long maxSend, long maxReceive, size_t* sentOut, size_t* receivedOut) {
     size_t sendBudget = maxSend < 0 ? sendQueue.size() : std::min(sendQueue.size(), size_t(maxSend));
     size_t sent = 0;
+    bool sendFailed = false;
     while (sent < sendBudget) {
         platform::IoResult r = platform::sendSome(fd, sendQueue.data(), sendBudget - sent);
-        // A failed send is left alone: the receive side finds the dead peer.
+        // A failed send is left alone: the receive side finds the dead peer,
+        // unless the owner reads nothing (below).
+        sendFailed = r.status == platform::IoStatus::Failed;
         if (r.status != platform::IoStatus::Done || r.bytes == 0) break;
         sendQueue.consume(r.bytes);
         sent += r.bytes;
+    }
+    if (sendFailed && maxReceive == 0) {
+        currentState = ConnectionState::Closed;
+        if (sentOut) *sentOut = sent;
+        return;
     }
     size_t room = receiveLimit > receiveQueue.size() ? receiveLimit - receiveQueue.size() : 0;
     size_t receiveBudget = std::min(room, maxReceive < 0 ? kReceiveBudget : size_t(maxReceive));
@@ -156,13 +164,14 @@ int Connection::write(const void* data, size_t length) {
 
 int Connection::writeText(const std::string& text) { return write(text.data(), text.size()); }
 
-void Connection::watch(std::vector<platform::WatchedFd>& out, bool moreToSend) const {
+void Connection::watch(std::vector<platform::WatchedFd>& out, bool moreToSend, bool reading) const {
     if (fd < 0) return;
     // An unconnected socket reports a hang-up at once: watching it while
     // the name is looked up would spin.
     if (currentState == ConnectionState::Connecting) out.push_back({fd, false, true});
     if (currentState == ConnectionState::Connected || currentState == ConnectionState::Closing) {
-        out.push_back({fd, true, moreToSend || !sendQueue.empty()});
+        bool writing = moreToSend || !sendQueue.empty();
+        if (reading || writing) out.push_back({fd, reading, writing});
     }
 }
 
@@ -200,14 +209,38 @@ int Connection::readLine(std::string& line, size_t maxLength) {
     return 0;
 }
 
-void Connection::close(bool hard) {
-    if (!hard && currentState == ConnectionState::Connected) {
-        currentState = ConnectionState::Closing;
-        return;
+int Connection::takeLine(std::string& line, size_t maxLength, size_t& scanned, uint64_t* examined) {
+    const uint8_t* p = receiveQueue.data();
+    size_t n = std::min(receiveQueue.size(), maxLength + 1);
+    size_t i = std::min(scanned, n);
+    size_t from = i;
+    while (i < n && !isLineEnd(p[i])) ++i;
+    if (examined) *examined += i - from;
+    if (i > maxLength) return -1;
+    // No ending yet, or a CR whose LF may still be on its way.
+    if (i == receiveQueue.size() || (p[i] == '\r' && i + 1 == receiveQueue.size())) {
+        scanned = i;
+        return 0;
     }
-    bool active = currentState == ConnectionState::Resolving || currentState == ConnectionState::Connecting ||
-                  currentState == ConnectionState::Connected || currentState == ConnectionState::Closing;
-    if (!hard && !active) return;
+    line.assign(reinterpret_cast<const char*>(p), i);
+    uint8_t end = p[i++];
+    if (i < receiveQueue.size() && isLineEnd(p[i]) && p[i] != end) ++i;
+    receiveQueue.consume(i);
+    scanned = 0;
+    return 1;
+}
+
+void Connection::close(bool hard) {
+    if (!hard) {
+        if (currentState == ConnectionState::Connected) {
+            currentState = ConnectionState::Closing;
+            return;
+        }
+        // A connection that is not up yet has nothing to deliver; one that
+        // is closing already goes on delivering what it holds, and one that
+        // has ended stays as it is.
+        if (currentState != ConnectionState::Resolving && currentState != ConnectionState::Connecting) return;
+    }
     dropSocket();
     currentState = ConnectionState::Closed;
 }

@@ -70,6 +70,15 @@ public:
     // maxLength bytes came first (those are taken, the rest stays).
     int readLine(std::string& line, size_t maxLength);
 
+    // Line reading for parsers of untrusted input, in one pass: the search
+    // for the end of the first line goes on from `scanned`, the bytes before
+    // it having been looked at by an earlier call. 1: a line was taken
+    // (ending consumed, not stored; `scanned` back to 0); 0: no whole line
+    // yet; -1: more than maxLength bytes without an ending. A CR that is
+    // the last byte so far waits for the next, which may be its LF.
+    // `examined`, if given, grows by the bytes looked at.
+    int takeLine(std::string& line, size_t maxLength, size_t& scanned, uint64_t* examined = nullptr);
+
     void close(bool hard);
 
     ConnectionState state() const { return currentState; }
@@ -78,9 +87,10 @@ public:
     uint32_t peerAddress() const { return peerIp; }
     uint16_t port() const { return remotePort; }
     int socket() const { return fd; }
-    // Adds the socket to a readiness wait: for reading while connected, for
-    // writing while a connect is under way or bytes wait (or `moreToSend`).
-    void watch(std::vector<platform::WatchedFd>& out, bool moreToSend = false) const;
+    // Adds the socket to a readiness wait: for reading while connected
+    // (unless the owner reads no more), for writing while a connect is
+    // under way or bytes wait (or `moreToSend`).
+    void watch(std::vector<platform::WatchedFd>& out, bool moreToSend = false, bool reading = true) const;
 
 private:
     void dropSocket();  // closes it and empties both buffers

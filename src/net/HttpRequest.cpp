@@ -12,6 +12,7 @@ namespace lh::net {
 namespace {
 constexpr size_t kMaxStatusLine = 4095;
 constexpr size_t kMaxHeaderLine = 4096;
+constexpr size_t kMaxHeaderBlock = 16384;
 // Room to receive at least this much per poll whatever the caller asked,
 // so a body moves at the connection's speed.
 constexpr size_t kMinReceive = 1u << 20;
@@ -72,6 +73,8 @@ void HttpRequest::start(const std::string& newUrl, int version, const std::strin
     url = newUrl;
     parts = parseUrl(url);
     responseHeaders.clear();
+    headerBytes = 0;
+    lineScan = 0;
     status.clear();
     error.clear();
     if (parts.host.empty() || parts.port == 0) return failWith("invalid URL");
@@ -96,10 +99,21 @@ int HttpRequest::poll() {
         return -1;
     }
     bool closed = link->state() == ConnectionState::Closed;
-    while (link->lineCount() > 0 && current != Body) {
-        std::string line;
+    std::string line;
+    while (current != Body) {
+        // The whole header has a bound, so a peer cannot keep us reading
+        // header lines for ever.
+        size_t room = kMaxHeaderBlock - std::min(headerBytes, kMaxHeaderBlock);
+        size_t limit = std::min(current == StatusLine ? kMaxStatusLine : kMaxHeaderLine, room);
+        size_t before = link->readable();
+        int got = link->takeLine(line, limit, lineScan);
+        if (got == 0) break;
+        headerBytes += before - link->readable();
+        if (got < 0 || headerBytes > kMaxHeaderBlock) {
+            failWith("malformed HTTP reply");
+            return -1;
+        }
         if (current == StatusLine) {
-            link->readLine(line, kMaxStatusLine);
             status = line;
             int code = statusCode();
             if (code == 200 || code == 206) {
@@ -111,7 +125,6 @@ int HttpRequest::poll() {
                 return -1;
             }
         } else if (current == RedirectHeader) {
-            link->readLine(line, kMaxHeaderLine);
             if (line.empty()) {
                 failWith(status);
                 return -1;
@@ -124,14 +137,11 @@ int HttpRequest::poll() {
                     return current == Failed ? -1 : 0;
                 }
             }
+        } else if (line.empty()) {
+            current = Body;
         } else {
-            link->readLine(line, kMaxHeaderLine);
-            if (line.empty()) {
-                current = Body;
-            } else {
-                responseHeaders += line;
-                responseHeaders += '\0';
-            }
+            responseHeaders += line;
+            responseHeaders += '\0';
         }
     }
     return closed ? 1 : 0;

@@ -64,6 +64,8 @@ private:
     ParsedUrl parts;
     std::string extraHeaders;
     std::string responseHeaders;  // each line closed by a zero byte
+    size_t headerBytes = 0;       // of the status line and header taken so far
+    size_t lineScan = 0;          // see Connection::takeLine
     std::string status;
     std::string error;
 };

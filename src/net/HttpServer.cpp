@@ -1,6 +1,7 @@
 // Request parsing and reply sending of the HTTP server; see HttpServer.h.
 #include "net/HttpServer.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace lh::net {
@@ -19,10 +20,11 @@ uint64_t steadyMs() {
 }
 
 std::string HttpServerRequest::target() const {
+    // Everything behind the method: folder and file names may hold blanks,
+    // and the protocol word was cut off already.
     size_t first = requestLine.find(' ');
     if (first == std::string::npos) return {};
-    size_t end = requestLine.find(' ', first + 1);
-    return requestLine.substr(first + 1, end == std::string::npos ? std::string::npos : end - first - 1);
+    return requestLine.substr(first + 1);
 }
 
 HttpServer::~HttpServer() = default;
@@ -34,10 +36,30 @@ std::unique_ptr<HttpResponder> HttpServer::serve(HttpServerRequest& request, uin
 
 void HttpServer::addConnection(std::unique_ptr<Connection> connection, uint16_t port) {
     if (!connection) return;
+    uint64_t now = steadyMs();
+    size_t total = 0, fromAddress = 0, refusing = 0;
+    for (const auto& r : requests) {
+        if (r->state == HttpServerRequest::Refusing) {
+            ++refusing;
+            continue;
+        }
+        ++total;
+        if (r->connection->peerAddress() == connection->peerAddress()) ++fromAddress;
+    }
+    bool busy = total >= maxConnections || fromAddress >= maxPerAddress;
+    // Refusals that cannot leave at once are bounded too: past that, a
+    // connection is simply closed.
+    if (busy && refusing >= maxConnections) return;
     auto request = std::make_unique<HttpServerRequest>();
     request->connection = std::move(connection);
-    request->arrivedMs = steadyMs();
+    request->arrivedMs = now;
+    request->lastProgressMs = now;
     request->port = port;
+    if (busy) {
+        refuse(*request, kBusy, now);
+        // The few bytes of a refusal nearly always leave in one go.
+        if (request->connection->state() != ConnectionState::Closing) return;
+    }
     requests.push_back(std::move(request));
 }
 
@@ -52,9 +74,22 @@ void HttpServer::step() {
     }
 }
 
+void HttpServer::refuse(HttpServerRequest& r, const char* status, uint64_t now) {
+    Connection& c = *r.connection;
+    c.received().clear();
+    c.writeText(std::string(status) + "\r\n\r\n");
+    c.close(false);
+    c.pump(-1, 0);
+    r.state = HttpServerRequest::Refusing;
+    r.lastProgressMs = now;
+}
+
 void HttpServer::parse(HttpServerRequest& r) {
     Connection& c = *r.connection;
-    c.pump();
+    bool reading = r.state == HttpServerRequest::ReadingRequestLine || r.state == HttpServerRequest::ReadingHeader;
+    // Once the request is complete nothing more is read: what a peer sends
+    // after it is left to the socket, where flow control stops the peer.
+    c.pump(-1, reading ? long(kMaxHeaderBlock) : 0);
     if (c.state() == ConnectionState::Failed) {
         r.errorText = c.lastError();
         r.state = HttpServerRequest::Failed;
@@ -64,35 +99,40 @@ void HttpServer::parse(HttpServerRequest& r) {
         r.state = HttpServerRequest::PeerClosed;
         return;
     }
-    if (r.state == HttpServerRequest::ReadingRequestLine || r.state == HttpServerRequest::ReadingHeader) {
-        // A line that never ends is as malformed as a wrong one.
-        if (c.lineCount() == 0 && c.readable() > kMaxLine) {
+    std::string line;
+    while (r.state == HttpServerRequest::ReadingRequestLine || r.state == HttpServerRequest::ReadingHeader) {
+        size_t room = kMaxHeaderBlock - std::min(r.headerBytes, kMaxHeaderBlock);
+        size_t limit = std::min(kMaxLine, room);
+        size_t before = c.readable();
+        int got = c.takeLine(line, limit, r.lineScan, &examined);
+        if (got == 0) return;
+        if (got < 0 && limit == kMaxLine) {
+            // A line that never ends is as malformed as a wrong one.
             r.errorText = "malformed HTTP request";
             r.state = HttpServerRequest::Failed;
             return;
         }
-    }
-    if (r.state == HttpServerRequest::ReadingRequestLine && c.lineCount() > 0) {
-        std::string line;
-        c.readLine(line, kMaxLine);
-        size_t lastBlank = line.rfind(' ');
-        std::string protocol = lastBlank == std::string::npos ? std::string() : line.substr(lastBlank + 1);
-        if (protocol.rfind("HTTP", 0) != 0 || line.rfind("GET", 0) != 0) {
-            r.errorText = "malformed HTTP request";
-            r.state = HttpServerRequest::Failed;
-            return;
-        }
-        line.resize(lastBlank);
-        if (size_t query = line.find('?'); query != std::string::npos) line.resize(query);
-        r.requestLine = line;
-        r.state = HttpServerRequest::ReadingHeader;
-    }
-    while (r.state == HttpServerRequest::ReadingHeader && c.lineCount() > 0) {
-        std::string line;
-        c.readLine(line, kMaxLine);
-        if (line.empty()) {
+        r.headerBytes += before - c.readable();
+        if (got < 0 || r.headerBytes > kMaxHeaderBlock) return refuse(r, kBadRequest, steadyMs());
+        if (r.state == HttpServerRequest::ReadingRequestLine) {
+            // The target runs from behind "GET " to the last " HTTP/": paths
+            // may hold blanks of their own.
+            size_t protocol = line.rfind(" HTTP/");
+            if (line.rfind("GET ", 0) != 0 || protocol == std::string::npos || protocol < 4) {
+                r.errorText = "malformed HTTP request";
+                r.state = HttpServerRequest::Failed;
+                return;
+            }
+            line.resize(protocol);
+            if (size_t query = line.find('?'); query != std::string::npos) line.resize(query);
+            r.requestLine = line;
+            r.state = HttpServerRequest::ReadingHeader;
+        } else if (line.empty()) {
+            // No second request follows on the same connection: whatever
+            // came behind this one is dropped.
             r.state = HttpServerRequest::Complete;
-        } else if (r.headerLines.size() < 256) {
+            c.received().clear();
+        } else {
             r.headerLines.push_back(line);
         }
     }
@@ -106,18 +146,30 @@ void HttpServer::parse(HttpServerRequest& r) {
 }
 
 bool HttpServer::stepRequest(HttpServerRequest& r, uint64_t now) {
-    parse(r);
-    if (r.state == HttpServerRequest::Failed || r.state == HttpServerRequest::PeerClosed) return false;
+    Connection& c = *r.connection;
+    if (r.state == HttpServerRequest::Refusing) {
+        c.pump(-1, 0);
+        bool ended = c.state() == ConnectionState::Closed || c.state() == ConnectionState::Failed;
+        return !ended && now - r.lastProgressMs < timeoutMs;
+    }
+    // The time-out comes before any work on what the peer sent.
     bool headerIncomplete =
         r.state == HttpServerRequest::ReadingRequestLine || r.state == HttpServerRequest::ReadingHeader;
-    if (headerIncomplete) return now - r.arrivedMs < timeoutMs;
+    if (headerIncomplete && now - r.arrivedMs >= timeoutMs) return false;
+    parse(r);
+    if (r.state == HttpServerRequest::Failed || r.state == HttpServerRequest::PeerClosed) return false;
+    if (r.state == HttpServerRequest::Refusing) return true;
+    headerIncomplete =
+        r.state == HttpServerRequest::ReadingRequestLine || r.state == HttpServerRequest::ReadingHeader;
+    if (headerIncomplete) return true;
     if (r.state == HttpServerRequest::Complete && !r.served) {
         r.responder = serve(r, r.port);
         r.served = true;
+        r.lastProgressMs = now;
         parse(r);  // queues the reply's head
+        if (r.state == HttpServerRequest::Failed || r.state == HttpServerRequest::PeerClosed) return false;
     }
     if (r.state != HttpServerRequest::Sending) return true;
-    Connection& c = *r.connection;
     bool ended = !r.responder;
     std::vector<uint8_t> piece(ended ? 0 : kReadPiece);
     while (!ended && c.pendingSend() < kSendWindow) {
@@ -128,17 +180,33 @@ bool HttpServer::stepRequest(HttpServerRequest& r, uint64_t now) {
         }
         c.write(piece.data(), n);
     }
-    c.pump();
+    size_t sent = 0;
+    c.pump(-1, 0, &sent);
+    if (c.state() != ConnectionState::Connected) return false;
+    // A peer that takes nothing for long holds a file open and a buffer
+    // full: it is given up.
+    if (sent > 0 || c.pendingSend() == 0) r.lastProgressMs = now;
+    if (now - r.lastProgressMs >= sendTimeoutMs) return false;
     if (ended) {
         // The request ends once the reply has left.
         r.responder.reset();
-        return c.pendingSend() > 0 && c.state() == ConnectionState::Connected;
+        return c.pendingSend() > 0;
     }
-    return c.state() == ConnectionState::Connected;
+    return true;
+}
+
+size_t HttpServer::bufferedBytes() const {
+    size_t total = 0;
+    for (const auto& r : requests) total += r->connection->readable();
+    return total;
 }
 
 void HttpServer::collectWatchedFds(std::vector<platform::WatchedFd>& out) const {
-    for (const auto& r : requests) r->connection->watch(out, r->responder != nullptr);
+    for (const auto& r : requests) {
+        bool reading = r->state == HttpServerRequest::ReadingRequestLine ||
+                       r->state == HttpServerRequest::ReadingHeader;
+        r->connection->watch(out, r->responder != nullptr, reading);
+    }
 }
 
 }  // namespace lh::net

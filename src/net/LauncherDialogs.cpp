@@ -118,8 +118,9 @@ void HostOptions::togglePassword(bool on) {
 }
 
 DialogOutcome HostOptions::pressGenerate(const HostOptionsServices& services) {
+    if (!services.requestAlias) return DialogOutcome::box(kAddressServerErrorTitle, kAddressServerErrorText);
     std::string fresh;
-    if (services.requestAlias && services.requestAlias(fresh)) alias = launcherField(fresh);
+    if (services.requestAlias(fresh)) alias = launcherField(fresh);
     return DialogOutcome::stay();
 }
 
@@ -148,7 +149,8 @@ DialogOutcome HostOptions::pressStart(const HostOptionsServices& services, Campa
             return DialogOutcome::box(kMissingTitle,
                                       "You must either disable the address server or generate an alias name");
         }
-        if (!services.refreshAlias || !services.refreshAlias(alias)) return DialogOutcome::stay();
+        if (!services.refreshAlias) return DialogOutcome::box(kAddressServerErrorTitle, kAddressServerErrorText);
+        if (!services.refreshAlias(alias)) return DialogOutcome::stay();
         choice.alias = alias;
     }
     if (loadMode) {

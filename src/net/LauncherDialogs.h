@@ -78,9 +78,15 @@ struct SelectRuleset {
     DialogOutcome close() { return DialogOutcome::end(-1); }
 };
 
+// The box of an address server that cannot be reached.
+constexpr const char* kAddressServerErrorTitle = "Network error";
+constexpr const char* kAddressServerErrorText = "Could not access the address server.\nCheck your internet connection.";
+
 // What "Host options" needs from outside; tests replace each.
 struct HostOptionsServices {
-    // Address server: a new alias (true and the alias) and the refresh of one.
+    // Address server: a new alias (true and the alias) and the refresh of
+    // one; each tells its own failures. Without them there is no server to
+    // reach, and the dialog fails as with one that cannot be reached.
     bool (*requestAlias)(std::string& alias) = nullptr;
     bool (*refreshAlias)(const std::string& alias) = nullptr;
     // The Campaign folder for "Load campaign" and "Create new campaign".

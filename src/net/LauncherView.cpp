@@ -246,7 +246,9 @@ int ImGuiLauncherUi::runHostOptions(HostOptions& d, const HostOptionsServices& s
         std::string a = platform::windows1252ToUtf8(d.alias);
         if (ImGui::InputText("##alias", &a)) d.alias = launcherField(platform::utf8ToWindows1252(a));
         ImGui::SameLine();
-        if (button("Generate")) d.pressGenerate(services);
+        // Its box, if any, stands over the dialog, which stays.
+        DialogOutcome generated;
+        if (button("Generate")) generated = d.pressGenerate(services);
         ImGui::TextWrapped("This alias can be used to give out connection information even if your ip changes often.");
         ImGui::EndDisabled();
 
@@ -261,7 +263,7 @@ int ImGuiLauncherUi::runHostOptions(HostOptions& d, const HostOptionsServices& s
             return d.pressStart(services, choice);
         }
         if (keyPressed(ImGuiKey_Escape)) return d.close();
-        return DialogOutcome::stay();
+        return generated;
     });
 }
 

@@ -7,13 +7,25 @@
 
 namespace lh::net {
 
-Resolver::Resolver() : Resolver(platform::lookupHostName) {}
+Resolver::Resolver() : Resolver(LookupFunction(platform::lookupHostName)) {}
 
-Resolver::Resolver(LookupFunction function) : lookupFunction(std::move(function)) {}
+Resolver::Resolver(LookupFunction function) : shared(std::make_shared<Shared>()) {
+    shared->lookupFunction = std::move(function);
+}
 
 Resolver::~Resolver() {
-    quitting.store(true);
-    if (worker.joinable()) worker.join();
+    {
+        std::lock_guard<std::mutex> lock(shared->quitLock);
+        shared->quitting.store(true);
+    }
+    if (!worker.joinable()) return;
+    // A worker that is done is collected; one still inside a lookup is left
+    // to finish by itself, so that quitting never waits on the network.
+    if (shared->stopped.load(std::memory_order_acquire)) {
+        worker.join();
+    } else {
+        worker.detach();
+    }
 }
 
 Resolver::Answer Resolver::lookup(const std::string& fullName, uint32_t& address) {
@@ -21,7 +33,7 @@ Resolver::Answer Resolver::lookup(const std::string& fullName, uint32_t& address
     std::string name = fullName.substr(0, 255);  // as the table keeps it
     // The stamp only orders uses; it is the "time of last use" of the table.
     uint64_t now = ++useClock;
-    for (Entry& e : entries) {
+    for (Entry& e : shared->entries) {
         int state = e.state.load(std::memory_order_acquire);
         if (state == Free || strcasecmp(e.name.c_str(), name.c_str()) != 0) continue;
         e.lastUsed = now;
@@ -36,7 +48,7 @@ Resolver::Answer Resolver::lookup(const std::string& fullName, uint32_t& address
     // A free entry, else the finished one used longest ago. Pending entries
     // belong to the worker and are never taken.
     Entry* slot = nullptr;
-    for (Entry& e : entries) {
+    for (Entry& e : shared->entries) {
         int state = e.state.load(std::memory_order_acquire);
         if (state == Free) {
             slot = &e;
@@ -56,24 +68,25 @@ Resolver::Answer Resolver::lookup(const std::string& fullName, uint32_t& address
 
 void Resolver::ensureWorker() {
     if (worker.joinable()) {
-        if (!stopped.load(std::memory_order_acquire)) return;
+        if (!shared->stopped.load(std::memory_order_acquire)) return;
         worker.join();
     }
-    stopped.store(false, std::memory_order_relaxed);
-    worker = std::thread([this] { workerPass(); });
+    shared->stopped.store(false, std::memory_order_relaxed);
+    worker = std::thread([s = shared] { workerPass(s); });
 }
 
-void Resolver::workerPass() {
-    for (Entry& e : entries) {
-        if (quitting.load(std::memory_order_relaxed)) break;
+void Resolver::workerPass(const std::shared_ptr<Shared>& s) {
+    for (Entry& e : s->entries) {
+        if (s->quitting.load(std::memory_order_relaxed)) break;
         if (e.state.load(std::memory_order_acquire) != Pending) continue;
         uint32_t address = 0;
-        e.failed = !lookupFunction(e.name, address);
+        e.failed = !s->lookupFunction(e.name, address);
         e.address = address;
         e.state.store(Done, std::memory_order_release);
-        if (onDone) onDone();
+        std::lock_guard<std::mutex> lock(s->quitLock);
+        if (!s->quitting.load(std::memory_order_relaxed) && s->onDone) s->onDone();
     }
-    stopped.store(true, std::memory_order_release);
+    s->stopped.store(true, std::memory_order_release);
 }
 
 }  // namespace lh::net

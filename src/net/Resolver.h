@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -29,8 +31,9 @@ public:
     Answer lookup(const std::string& name, uint32_t& address);
 
     // Runs on the worker thread after each finished name, e.g. to wake the
-    // main loop. Set it before the first lookup.
-    void setOnDone(std::function<void()> callback) { onDone = std::move(callback); }
+    // main loop; never once the destructor has returned. Set it before the
+    // first lookup.
+    void setOnDone(std::function<void()> callback) { shared->onDone = std::move(callback); }
 
 private:
     enum EntryState : int { Free, Pending, Done };
@@ -41,16 +44,23 @@ private:
         uint32_t address = 0;
         bool failed = false;
     };
+    // What the worker touches. A system lookup can hang for a long time and
+    // cannot be interrupted, so a resolver that goes away while one runs
+    // leaves the worker behind with this, and the worker ends on its own.
+    struct Shared {
+        LookupFunction lookupFunction;
+        std::function<void()> onDone;
+        std::array<Entry, kEntries> entries;
+        std::atomic<bool> stopped{true};
+        std::mutex quitLock;  // held while onDone runs and while quitting is set
+        std::atomic<bool> quitting{false};
+    };
 
     void ensureWorker();
-    void workerPass();
+    static void workerPass(const std::shared_ptr<Shared>& shared);
 
-    LookupFunction lookupFunction;
-    std::function<void()> onDone;
-    std::array<Entry, kEntries> entries;
+    std::shared_ptr<Shared> shared;
     uint64_t useClock = 0;
-    std::atomic<bool> stopped{true};
-    std::atomic<bool> quitting{false};
     std::thread worker;
 };
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "render/BitmapLimits.h"
 #include "render/GraphicsDevice.h"
 #include "render/PngWriter.h"
 #include "render/RenderContext.h"
@@ -13,13 +14,7 @@ namespace lh::render {
 
 namespace {
 
-// Larger than any picture a table uses, small enough that width x height x 4
-// cannot overflow and every GL 3.3 driver takes it.
-constexpr uint32_t kMaxSide = 8192;
-
-bool validSize(uint32_t w, uint32_t h) {
-    return w > 0 && h > 0 && w <= kMaxSide && h <= kMaxSide;
-}
+bool validSize(uint32_t w, uint32_t h) { return bitmapSizeAllowed(w, h); }
 
 bool deviceUp() {
     return GraphicsDevice::Get().IsCreated() && !GraphicsDevice::Get().IsContextLost();

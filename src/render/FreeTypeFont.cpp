@@ -27,6 +27,8 @@ FT_Library library() {
 }
 
 constexpr int32_t kAtlasWidth = 512;
+// Above this size the atlas is as wide as it may be high.
+constexpr int32_t kLargeGlyphs = 64;
 
 }  // namespace
 
@@ -59,12 +61,11 @@ bool FreeTypeFont::build(const std::string& path, const Options& options) {
     int32_t descent = int32_t((-face->size->metrics.descender + 63) >> 6);
     lineHeight = ascent + descent;
 
-    // Render every character, then pack the bitmaps into shelves.
-    struct Raster {
-        int32_t w = 0, h = 0;
-        std::vector<uint8_t> alpha;
-    };
-    std::array<Raster, 256> rasters;
+    // Render every character and pack it straight into shelves of the atlas,
+    // so that no more than the atlas is ever held.
+    int32_t width = options.pixelSize > kLargeGlyphs ? int32_t(kMaxAtlasSide) : kAtlasWidth;
+    std::vector<uint32_t> pixels;
+    int32_t x = 0, y = 0, shelf = 0;
     for (int code = 32; code < 256; ++code) {
         char32_t cp = platform::windows1252ToCodePoint(static_cast<unsigned char>(code));
         FT_UInt index = FT_Get_Char_Index(face, FT_ULong(cp));
@@ -77,46 +78,31 @@ bool FreeTypeFont::build(const std::string& path, const Options& options) {
         g.advance = int32_t((face->glyph->advance.x + 32) >> 6);
         g.left = face->glyph->bitmap_left;
         g.top = face->glyph->bitmap_top;
-        Raster& r = rasters[size_t(code)];
         if (bm.pixel_mode != FT_PIXEL_MODE_GRAY || bm.width == 0 || bm.rows == 0) continue;
-        r.w = int32_t(bm.width);
-        r.h = int32_t(bm.rows);
-        r.alpha.resize(size_t(r.w) * size_t(r.h));
-        for (int32_t row = 0; row < r.h; ++row) {
-            const uint8_t* src = bm.buffer + ptrdiff_t(row) * bm.pitch;
-            std::copy(src, src + r.w, r.alpha.begin() + ptrdiff_t(row) * r.w);
-        }
-    }
-    FT_Done_Face(face);
-
-    int32_t x = 0, y = 0, shelf = 0;
-    for (int code = 32; code < 256; ++code) {
-        Raster& r = rasters[size_t(code)];
-        if (r.w == 0 || r.w > kAtlasWidth - 2) continue;
-        if (x + r.w + 1 > kAtlasWidth) {
+        int32_t w = int32_t(bm.width), h = int32_t(bm.rows);
+        if (w > width - 2 || h > int32_t(kMaxAtlasSide)) continue;
+        if (x + w + 1 > width) {
             x = 0;
             y += shelf + 1;
             shelf = 0;
         }
-        glyphs[size_t(code)].atlas = Rect{x, y, x + r.w, y + r.h};
-        x += r.w + 1;  // a blank column between glyphs
-        shelf = std::max(shelf, r.h);
-    }
-    int32_t atlasHeight = std::max(1, y + shelf);
-    std::vector<uint32_t> pixels(size_t(kAtlasWidth) * size_t(atlasHeight), 0x00FFFFFFu);
-    for (int code = 32; code < 256; ++code) {
-        const Raster& r = rasters[size_t(code)];
-        const Rect& a = glyphs[size_t(code)].atlas;
-        if (r.w == 0 || a.isEmpty()) continue;
-        for (int32_t row = 0; row < r.h; ++row) {
-            for (int32_t col = 0; col < r.w; ++col) {
-                uint32_t alpha = r.alpha[size_t(row) * size_t(r.w) + size_t(col)];
-                pixels[size_t(a.top + row) * kAtlasWidth + size_t(a.left + col)] =
-                    (alpha << 24) | 0x00FFFFFFu;
-            }
+        if (y + h > int32_t(kMaxAtlasSide)) continue;  // no room left: drawn as a blank
+        size_t rows = size_t(y + std::max(shelf, h));
+        if (pixels.size() < rows * size_t(width)) pixels.resize(rows * size_t(width), 0x00FFFFFFu);
+        for (int32_t row = 0; row < h; ++row) {
+            const uint8_t* src = bm.buffer + ptrdiff_t(row) * bm.pitch;
+            uint32_t* dst = pixels.data() + size_t(y + row) * size_t(width) + size_t(x);
+            for (int32_t col = 0; col < w; ++col) dst[col] = (uint32_t(src[col]) << 24) | 0x00FFFFFFu;
         }
+        g.atlas = Rect{x, y, x + w, y + h};
+        x += w + 1;  // a blank column between glyphs
+        shelf = std::max(shelf, h);
     }
-    loaded = atlasBitmap.LoadFromPixels(kAtlasWidth, uint32_t(atlasHeight), pixels.data());
+    FT_Done_Face(face);
+
+    int32_t atlasHeight = std::max(1, y + shelf);
+    pixels.resize(size_t(width) * size_t(atlasHeight), 0x00FFFFFFu);
+    loaded = atlasBitmap.LoadFromPixels(uint32_t(width), uint32_t(atlasHeight), pixels.data());
     return loaded;
 }
 

@@ -28,6 +28,12 @@ public:
     // From a font file already on disk (tests, fonts shipped with a Ruleset).
     static std::unique_ptr<FreeTypeFont> OpenFile(const std::string& path, const Options& options);
 
+    // The glyph atlas never grows past this many rows (nor columns): at a
+    // huge size the glyphs that do not fit are left out, and still move the
+    // pen, rather than the font taking a texture of hundreds of megabytes.
+    static constexpr uint32_t kMaxAtlasSide = 2048;
+
+    const Bitmap& Atlas() const { return atlasBitmap; }
     const std::string& FilePath() const { return filePath; }
     uint32_t Color() const { return color; }
     void SetColor(uint32_t argb) { color = argb; }

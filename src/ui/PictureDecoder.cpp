@@ -11,12 +11,34 @@
 // jpeglib.h wants FILE and size_t declared first.
 #include <jpeglib.h>
 
+#include "render/BitmapLimits.h"
+
 namespace lh::ui {
 
 namespace {
 
-bool sizeAllowed(uint64_t w, uint64_t h) {
-    return w > 0 && h > 0 && w <= kMaxPictureSide && h <= kMaxPictureSide && w * h <= kMaxPicturePixels;
+bool sizeAllowed(uint64_t w, uint64_t h) { return render::bitmapSizeAllowed(w, h); }
+
+enum class Format { Png, Jpeg, Other };
+
+// The format is told by its signature; a damaged PNG or JPEG is not handed
+// on to the lenient fallback, which would show half a picture.
+Format formatOf(const void* bytes, size_t length) {
+    const auto* b = static_cast<const unsigned char*>(bytes);
+    if (length >= 8 && png_sig_cmp(b, 0, 8) == 0) return Format::Png;
+    if (length >= 2 && b[0] == 0xFF && b[1] == 0xD8) return Format::Jpeg;
+    return Format::Other;
+}
+
+bool pngSize(const void* bytes, size_t length, uint32_t& w, uint32_t& h) {
+    png_image image;
+    std::memset(&image, 0, sizeof image);
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_memory(&image, bytes, length)) return false;
+    w = image.width;
+    h = image.height;
+    png_image_free(&image);
+    return true;
 }
 
 bool decodePng(const void* bytes, size_t length, PixelImage& out) {
@@ -87,6 +109,39 @@ bool decodeJpeg(const void* bytes, size_t length, PixelImage& out) {
     return true;
 }
 
+bool jpegSize(const void* bytes, size_t length, uint32_t& w, uint32_t& h) {
+    jpeg_decompress_struct info;
+    JpegError error;
+    info.err = jpeg_std_error(&error.base);
+    error.base.error_exit = jpegFail;
+    error.base.emit_message = jpegQuiet;
+    if (setjmp(error.jump)) {
+        jpeg_destroy_decompress(&info);
+        return false;
+    }
+    jpeg_create_decompress(&info);
+    jpeg_mem_src(&info, static_cast<const unsigned char*>(bytes), static_cast<unsigned long>(length));
+    bool ok = jpeg_read_header(&info, TRUE) == JPEG_HEADER_OK;
+    if (ok) {
+        w = info.image_width;
+        h = info.image_height;
+    }
+    jpeg_destroy_decompress(&info);
+    return ok;
+}
+
+bool fallbackSize(const void* bytes, size_t length, uint32_t& w, uint32_t& h) {
+    int width = 0, height = 0, channels = 0;
+    if (length > size_t(INT32_MAX) ||
+        !stbi_info_from_memory(static_cast<const stbi_uc*>(bytes), int(length), &width, &height, &channels) ||
+        width <= 0 || height <= 0) {
+        return false;
+    }
+    w = uint32_t(width);
+    h = uint32_t(height);
+    return true;
+}
+
 bool decodeFallback(const void* bytes, size_t length, PixelImage& out) {
     if (length > size_t(INT32_MAX)) return false;
     int w = 0, h = 0, channels = 0;
@@ -109,19 +164,34 @@ bool decodeFallback(const void* bytes, size_t length, PixelImage& out) {
 
 }  // namespace
 
+bool readPictureSize(const void* bytes, size_t length, uint32_t& width, uint32_t& height) {
+    if (!bytes || length == 0) return false;
+    switch (formatOf(bytes, length)) {
+        case Format::Png: return pngSize(bytes, length, width, height);
+        case Format::Jpeg: return jpegSize(bytes, length, width, height);
+        case Format::Other: return fallbackSize(bytes, length, width, height);
+    }
+    return false;
+}
+
+std::string pictureRefusal(const std::string& name, const void* bytes, size_t length) {
+    uint32_t w = 0, h = 0;
+    if (!readPictureSize(bytes, length, w, h) || sizeAllowed(w, h)) return {};
+    std::string largest = std::to_string(render::kMaxBitmapSide);
+    return "The picture " + name + " is " + std::to_string(w) + " by " + std::to_string(h) +
+           " pixels; the largest that can be shown is " + largest + " by " + largest + ".";
+}
+
 bool decodePicture(const void* bytes, size_t length, PixelImage& out) {
     out = PixelImage{};
-    if (!bytes || length == 0) return false;
-    // The format is told by its signature; a damaged PNG or JPEG is not handed
-    // on to the lenient fallback, which would show half a picture.
-    const auto* b = static_cast<const unsigned char*>(bytes);
-    bool ok;
-    if (length >= 8 && png_sig_cmp(b, 0, 8) == 0) {
-        ok = decodePng(bytes, length, out);
-    } else if (length >= 2 && b[0] == 0xFF && b[1] == 0xD8) {
-        ok = decodeJpeg(bytes, length, out);
-    } else {
-        ok = decodeFallback(bytes, length, out);
+    uint32_t w = 0, h = 0;
+    // The header first: a picture too large to show is not decoded at all.
+    if (!readPictureSize(bytes, length, w, h) || !sizeAllowed(w, h)) return false;
+    bool ok = false;
+    switch (formatOf(bytes, length)) {
+        case Format::Png: ok = decodePng(bytes, length, out); break;
+        case Format::Jpeg: ok = decodeJpeg(bytes, length, out); break;
+        case Format::Other: ok = decodeFallback(bytes, length, out); break;
     }
     if (ok) return true;
     out = PixelImage{};

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace lh::ui {
@@ -16,11 +17,17 @@ struct PixelImage {
     bool empty() const { return pixels.empty(); }
 };
 
-// Pictures larger than this are refused before any pixel memory is taken.
-constexpr uint32_t kMaxPictureSide = 16384;
-constexpr uint64_t kMaxPicturePixels = 64ull << 20;
-
-// False leaves `out` empty. Formats without alpha come out opaque.
+// False leaves `out` empty. Formats without alpha come out opaque. A
+// picture larger than a Bitmap can hold (render/BitmapLimits.h) is refused
+// from its header, before any pixel memory is taken.
 bool decodePicture(const void* bytes, size_t length, PixelImage& out);
+
+// The size that a picture's header gives, without decoding it; false if no
+// format here reads the header.
+bool readPictureSize(const void* bytes, size_t length, uint32_t& width, uint32_t& height);
+
+// For a picture that reads but is too large to show: the sentence that tells
+// the user so, naming it by `name`. Empty for any other picture.
+std::string pictureRefusal(const std::string& name, const void* bytes, size_t length);
 
 }  // namespace lh::ui

@@ -2,6 +2,7 @@
 #include "ui/RulesetFiles.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "render/Bitmap.h"
 #include "ui/ResourceFile.h"
@@ -53,7 +54,14 @@ bool openRulesetFile(std::string_view path, ResourceFile& file) {
 PixelImage loadRulesetPicture(std::string_view path) {
     PixelImage image;
     ResourceFile file;
-    if (openRulesetFile(path, file)) decodePicture(file.data(), file.size(), image);
+    if (!openRulesetFile(path, file)) return image;
+    // Whoever chose the Ruleset learns why a picture of it stays blank.
+    std::string refusal = pictureRefusal(std::string(path), file.data(), file.size());
+    if (!refusal.empty()) {
+        std::fprintf(stderr, "Ruleset: %s\n", refusal.c_str());
+        return image;
+    }
+    decodePicture(file.data(), file.size(), image);
     return image;
 }
 

@@ -22,6 +22,17 @@ TEST(CommandLine, PortRuleTakesAnyLeadingMarkAndIgnoresTheRest) {
     EXPECT_EQ(*two.port, 2100u);
     // "%u" reads the leading digits and stops.
     EXPECT_EQ(*parseCommandLine({"p77abc"}).port, 77u);
+    EXPECT_EQ(*parseCommandLine({"p65535"}).port, 65535u);
+    EXPECT_EQ(*parseCommandLine({"-p1"}).port, 1u);
+}
+
+TEST(CommandLine, PortsOutsideOneTo65535AreRefusedWithAMessage) {
+    for (const char* token : {"p70000", "/p0", "-p65536", "p99999999999999999999"}) {
+        CommandLine cl = parseCommandLine({token});
+        EXPECT_FALSE(cl.port.has_value()) << token;
+        EXPECT_NE(cl.error.find("from 1 to 65535"), std::string::npos) << token << ": " << cl.error;
+    }
+    EXPECT_NE(parseCommandLine({"p70000"}).error.find("70000"), std::string::npos);
 }
 
 TEST(CommandLine, FlagValuesAreNotPortTokens) {

@@ -11,10 +11,12 @@
 
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/StalledFetcher.h"
 #include "support/TestSupport.h"
 
 using lh::test::ChildProcess;
@@ -246,6 +248,52 @@ TEST(Join, APeerThatSpeaksOnlyTheProtocol) {
     EXPECT_EQ(body, std::string("charsheet.Rogue") + '\0' + '\0' + '\x01');
     EXPECT_TRUE(waitForText(host, "'Raw' identified as 'Rogue'")) << host.errors();
     EXPECT_NE(host.errors().find("Dropped a message CONNQ"), std::string::npos) << host.errors();
+}
+
+TEST(Join, FiftyStalledFetchersDoNotKeepAPlayerOut) {
+    TempDir h;
+    lh::test::writeFile(h.path() / "rulesets/Extra/big.bin", std::string(16u << 20, 'b'));
+    lh::test::writeFile(h.path() / "rulesets/Extra/notes.txt", "read me");
+    uint16_t port = lh::test::freeTcpPort();
+    ChildProcess host(program(), hostArgs(h, port));
+    waitUntilListening(port);
+
+    // From another address: each asks for the big file and reads nothing.
+    std::vector<std::unique_ptr<lh::test::StalledFetcher>> stalled;
+    auto replies = [&](const std::string& status) {
+        int n = 0;
+        for (auto& s : stalled) n += s->replyStart(status.size()) == status;
+        return n;
+    };
+    auto deadline = std::chrono::steady_clock::now() + 30s;
+    while (replies("HTTP/1.1 ") < 50 && std::chrono::steady_clock::now() < deadline) {
+        if (stalled.size() < 50) {
+            stalled.push_back(std::make_unique<lh::test::StalledFetcher>(0x7F000002, port, "rulesets\\Extra\\big.bin"));
+        }
+        for (auto& s : stalled) s->step();
+        std::this_thread::sleep_for(5ms);
+    }
+    ASSERT_EQ(replies("HTTP/1.1 "), 50) << host.errors();
+    EXPECT_EQ(replies("HTTP/1.1 503"), 42);
+
+    // A player logs in, is answered, and fetches a file.
+    RawPeer peer(port);
+    peer.send("CONNQ", connectBody("Raw", ""));
+    std::string tag, body;
+    ASSERT_TRUE(peer.receive(tag, body));
+    EXPECT_EQ(tag, "CONNR");
+    peer.send("IDENQ", std::string("Rogue") + '\0' + '\x00');
+    ASSERT_TRUE(peer.receive(tag, body));
+    EXPECT_EQ(tag, "IDENR");
+    EXPECT_EQ(body, std::string(1, '\0'));
+    RawPeer fetch(port);
+    std::string request = std::string("\xFF\xFF\xFF\xFF" "FILEX", 9) + "GET /rulesets\\Extra\\notes.txt HTTP/1.0\r\n\r\n";
+    ASSERT_EQ(::send(fetch.fd, request.data(), request.size(), MSG_NOSIGNAL), ssize_t(request.size()));
+    std::string reply;
+    fetch.readExact(reply, 4096);  // to the end of the stream
+    EXPECT_EQ(reply.substr(0, 15), "HTTP/1.1 200 OK");
+    EXPECT_EQ(reply.substr(reply.size() - 7), "read me");
+    EXPECT_TRUE(waitForText(host, "'Raw' identified as 'Rogue'")) << host.errors();
 }
 
 TEST(Join, AnAliasWithoutAnAddressServerGoesBackToTheMenu) {

@@ -28,6 +28,10 @@ TEST(Process, HelpAndVersion) {
     EXPECT_EQ(version.output(), "Lorehaven 1.03\n");
     ChildProcess bad(program(), {"--campaign"});
     EXPECT_EQ(bad.wait(20s), 2);
+    ChildProcess port(program(), {"--host", "p70000"});
+    EXPECT_EQ(port.wait(20s), 2);
+    EXPECT_NE(port.errors().find("the port must be a number from 1 to 65535, not 70000"), std::string::npos)
+        << port.errors();
 }
 
 TEST(Process, RunsItsLoopAndEndsOnEachQuitPath) {

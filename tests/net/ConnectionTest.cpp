@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <condition_variable>
+#include <mutex>
 
 #include "NetTestLoop.h"
 #include "support/TestSupport.h"
@@ -111,6 +113,30 @@ TEST(Connection, LinesEndAtCrLfOrLfAndSoftCloseDeliversFirst) {
     EXPECT_EQ(line, "fgh");
 }
 
+TEST(Connection, ASecondSoftCloseKeepsWhatIsStillQueued) {
+    LoopbackPair pair;
+    // More than the kernel takes at once, so some is still queued when the
+    // second close comes.
+    std::string big(8u << 20, 'q');
+    ASSERT_EQ(pair.client->writeText(big), 0);
+    pair.client->pump();
+    pair.client->close(false);
+    ASSERT_EQ(pair.client->state(), ConnectionState::Closing);
+    ASSERT_GT(pair.client->pendingSend(), 0u);
+    size_t queued = pair.client->pendingSend();
+    pair.client->close(false);
+    EXPECT_EQ(pair.client->state(), ConnectionState::Closing);
+    EXPECT_EQ(pair.client->pendingSend(), queued);
+    std::string got;
+    ASSERT_TRUE(pumpUntil({}, [&] {
+        got += readAll(*pair.server);
+        return pair.server->state() == ConnectionState::Closed;
+    }, {pair.client.get(), pair.server.get()}));
+    got += readAll(*pair.server);
+    EXPECT_EQ(got.size(), big.size());
+    EXPECT_EQ(pair.client->state(), ConnectionState::Closed);
+}
+
 TEST(Resolver, ResolvesLocalhostAndFailsCleanlyOnABadName) {
     Resolver resolver;
     std::atomic<int> done{0};
@@ -163,4 +189,38 @@ TEST(Resolver, TheSixtyFifthNameTakesTheOldestFinishedEntry) {
     EXPECT_EQ(lookups.load(), before + 1);  // h0 was kept
     ASSERT_TRUE(settle("h1"));
     EXPECT_EQ(lookups.load(), before + 2);  // h1 had to be looked up again
+}
+
+TEST(Resolver, DestroyingItDoesNotWaitForALookupThatHangs) {
+    // The lookup hangs until the test lets it go, or gives up on its own
+    // after a long while; giving up means the destructor waited for it.
+    struct Gate {
+        std::mutex m;
+        std::condition_variable cv;
+        bool entered = false, released = false, gaveUp = false, finished = false;
+    };
+    auto gate = std::make_shared<Gate>();
+    auto resolver = std::make_unique<Resolver>([gate](const std::string&, uint32_t&) {
+        std::unique_lock<std::mutex> lock(gate->m);
+        gate->entered = true;
+        gate->cv.notify_all();
+        gate->gaveUp = !gate->cv.wait_for(lock, std::chrono::seconds(20), [&] { return gate->released; });
+        gate->finished = true;
+        gate->cv.notify_all();
+        return false;
+    });
+    resolver->setOnDone([] {});
+    uint32_t address = 0;
+    EXPECT_EQ(resolver->lookup("slow.example", address), Resolver::Answer::Pending);
+    {
+        std::unique_lock<std::mutex> lock(gate->m);
+        ASSERT_TRUE(gate->cv.wait_for(lock, std::chrono::seconds(20), [&] { return gate->entered; }));
+    }
+    resolver.reset();
+    std::unique_lock<std::mutex> lock(gate->m);
+    EXPECT_FALSE(gate->gaveUp) << "the destructor waited for the lookup";
+    gate->released = true;
+    gate->cv.notify_all();
+    // The worker ends on its own once the lookup returns.
+    EXPECT_TRUE(gate->cv.wait_for(lock, std::chrono::seconds(20), [&] { return gate->finished; }));
 }

@@ -20,6 +20,7 @@
 #include "net/FileStamp.h"
 #include "net/MessageCatalogue.h"
 #include "net/MessageReader.h"
+#include "support/StalledFetcher.h"
 #include "support/TestSupport.h"
 
 using namespace lh::net;
@@ -235,6 +236,19 @@ TEST_F(FileExchangeTest, TheHostServesOnlyContentBelowItsRoot) {
     EXPECT_FALSE(fs::exists(p.atClient("rulesets\\R\\link.xml")));
 }
 
+TEST_F(FileExchangeTest, PathsWithBlanksAreServedAndFetched) {
+    Pair p;
+    std::string frame = randomBytes(70000, 4);
+    p.hostFile("rulesets\\My Rules\\graphics\\frame one.png", frame);
+    writeFile(diskPathBelow(p.hostRoot.path(), "campaigns\\My Campaign\\images\\the map.png"), "map");
+    EXPECT_EQ(fetchRaw(p, "campaigns\\My Campaign\\images\\the map.png").body, "map");
+    EXPECT_EQ(fetchRaw(p, "campaigns\\My Campaign\\images\\the map.png?x=1 HTTP/1.0").body, "map");
+    ASSERT_TRUE(p.runDialog());
+    EXPECT_EQ(p.files->view().fetchedBytes, frame.size());
+    EXPECT_TRUE(readFile(p.atClient("rulesets\\My Rules\\graphics\\frame one.png")) == frame);
+    EXPECT_TRUE(p.lines.empty());
+}
+
 namespace {
 // A hostile host: it serves the same bytes for any path whatever.
 class AnythingServer : public HttpServer {
@@ -353,4 +367,58 @@ TEST_F(FileExchangeTest, AHostKilledMidTransferLeavesNoPartialFile) {
     EXPECT_LT(fetch.received(), 32u << 20);
     EXPECT_EQ(readFile(clientRoot.path() / "rulesets/R/big.bin"), "old copy");
     EXPECT_EQ(tempFiles(clientRoot.path()), 0);
+}
+
+TEST_F(FileExchangeTest, StalledFetchersAreBoundedAndGivenUpWhileOthersGoOn) {
+    Pair p;
+    HttpServer& service = p.host.httpServer();
+    writeFile(p.hostRoot.path() / "rulesets/R/big.bin", std::string(16u << 20, 'b'));
+    p.hostFile("rulesets\\R\\base.xml", "<root/>");
+    std::vector<std::string> heard;
+    p.host.setHandler(tags::CHATQ, [](SessionPeer*, const NetMessage&) { return HandlerResult::Handled; });
+    p.client.setHandler(tags::CHATR, [&](SessionPeer*, const NetMessage& m) {
+        MessageReader r(m);
+        r.u32();
+        heard.push_back(r.text(1024));
+        return HandlerResult::Handled;
+    });
+
+    // Fifty fetchers from another address ask for a big file, go on writing
+    // behind their request, and read nothing. They come one at a time, as
+    // the listener's backlog is short.
+    std::vector<std::unique_ptr<lh::test::StalledFetcher>> stalled;
+    auto replies = [&](const std::string& status) {
+        int n = 0;
+        for (auto& s : stalled) n += s->replyStart(status.size()) == status;
+        return n;
+    };
+    ASSERT_TRUE(lh::test::pumpUntil({&p.host, &p.client}, [&] {
+        if (stalled.size() < 50) {
+            stalled.push_back(std::make_unique<lh::test::StalledFetcher>(0x7F000002, p.host.listenPort(),
+                                                                         "rulesets\\R\\big.bin", 1u << 20));
+        }
+        bool asked = true;
+        for (auto& s : stalled) asked = s->step() && asked;
+        return stalled.size() == 50 && asked && replies("HTTP/1.1 ") == 50;
+    }, {}, 20000)) << replies("HTTP/1.1 ");
+    // Those past the bound of one address were turned away politely, and
+    // what the others wrote behind their requests was not taken in.
+    EXPECT_EQ(replies("HTTP/1.1 503 Service Unavailable\r\n\r\n"), 50 - int(HttpServer::kMaxPerAddress));
+    EXPECT_EQ(replies("HTTP/1.1 200 OK"), int(HttpServer::kMaxPerAddress));
+    EXPECT_EQ(service.bufferedBytes(), 0u);
+
+    // Meanwhile a player chats and fetches as usual.
+    NetMessage chat(tags::CHATQ);
+    MessageWriter(chat).u32(0).text("still here");
+    p.client.sendToHost(chat);
+    ASSERT_TRUE(lh::test::pumpUntil({&p.host, &p.client}, [&] { return !heard.empty(); }));
+    EXPECT_EQ(heard, std::vector<std::string>{"still here"});
+    ASSERT_TRUE(p.runDialog());
+    EXPECT_EQ(readFile(p.atClient("rulesets\\R\\base.xml")), "<root/>");
+    EXPECT_TRUE(p.lines.empty());
+
+    // Replies that do not move are given up, file and buffer with them.
+    service.setSendTimeoutMs(300);
+    ASSERT_TRUE(lh::test::pumpUntil({&p.host}, [&] { return service.requestCount() == 0; }));
+    for (auto& s : stalled) EXPECT_TRUE(s->endedByHost());
 }

@@ -146,6 +146,19 @@ TEST(Http, ARequestWhoseHeaderNeverEndsTimesOut) {
     ASSERT_TRUE(pumpUntil({&host}, [&] { return c.state() == ConnectionState::Closed; }, {&c}));
     EXPECT_EQ(host.httpServer().requestCount(), 0u);
     EXPECT_TRUE(host.users().empty());
+
+    // The time-out is looked at before anything the peer sent: a request
+    // that is already too old is not even read.
+    auto server = std::make_unique<TestServer>();
+    TestServer& srv = *server;
+    host.setHttpServer(std::move(server));
+    host.httpServer().setTimeoutMs(0);
+    Connection late(static_cast<Resolver*>(nullptr));
+    late.connectTo("127.0.0.1", port);
+    late.writeText(std::string("\xFF\xFF\xFF\xFF" "FILEX", 9) + "GET /big HTTP/1.0\r\n\r\n");
+    ASSERT_TRUE(pumpUntil({&host}, [&] { return late.state() == ConnectionState::Closed; }, {&late}));
+    EXPECT_TRUE(srv.targets.empty());
+    EXPECT_EQ(late.readable(), 0u);
 }
 
 TEST(Http, UrlPartsAndFailures) {
@@ -165,4 +178,44 @@ TEST(Http, UrlPartsAndFailures) {
     EXPECT_EQ(r.errorText(), "invalid URL");
     r.start("http://127.0.0.1:0/x");
     EXPECT_EQ(r.errorText(), "invalid URL");
+}
+
+TEST(Http, HeadersPastTheirCapAreRefusedAfterLittleWork) {
+    Session host;
+    uint16_t port = openLoopbackHost(host);
+    host.setHttpServer(std::make_unique<TestServer>());
+    // 256 KB of short header lines, sent before any login.
+    std::string flood = std::string("\xFF\xFF\xFF\xFF" "FILEX", 9) + "GET /big HTTP/1.0\r\n";
+    while (flood.size() < (256u << 10)) flood += "a:b\r\n";
+    Connection c(static_cast<Resolver*>(nullptr));
+    c.connectTo("127.0.0.1", port);
+    c.writeText(flood);
+    std::string reply;
+    ASSERT_TRUE(pumpUntil({&host}, [&] {
+        char piece[4096];
+        while (size_t n = c.read(piece, sizeof piece)) reply.append(piece, n);
+        return c.state() == ConnectionState::Closed && host.httpServer().requestCount() == 0;
+    }, {&c}));
+    EXPECT_EQ(reply, "HTTP/1.1 400 Bad Request\r\n\r\n");
+    // Each byte up to the cap was looked at about once; nothing behind it.
+    EXPECT_LE(host.httpServer().headerBytesExamined(), HttpServer::kMaxHeaderBlock);
+    EXPECT_TRUE(host.users().empty());
+
+    // The client side has the same bound on a reply's header.
+    Listener listener;
+    ASSERT_TRUE(listener.listenOn(0, 0x7F000001));
+    HttpRequest fetch(nullptr);
+    fetch.start("http://127.0.0.1:" + std::to_string(listener.port()) + "/x");
+    std::string answer = "HTTP/1.1 200 OK\r\n";
+    while (answer.size() < (256u << 10)) answer += "a:b\r\n";
+    std::unique_ptr<Connection> server;
+    int result = 0;
+    ASSERT_TRUE(pumpUntil({}, [&] {
+        if (!server && (server = listener.accept())) server->writeText(answer);
+        if (server) server->pump();
+        result = fetch.poll();
+        return result != 0;
+    }, {fetch.connection()}));
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(fetch.errorText(), "malformed HTTP reply");
 }

@@ -191,6 +191,39 @@ TEST(Launcher, HostOptionsChecksAndRememberedValuesAcrossTwoRuns) {
     EXPECT_EQ(created, "open Gamma");
 }
 
+TEST(Launcher, ARememberedAliasWithoutAnAddressServerFailsAsAnUnreachableOne) {
+    Sandbox box;
+    lh::test::writeFile(box.dir.path() / "campaigns/Alpha/db.xml", "<root/>");
+    lh::platform::writeRegistryValue(kRegistryKey, "LastSession", "Alpha");
+    lh::platform::writeRegistryValue(kRegistryKey, "SessionKey", "dragonslair");
+    static int opened = 0;
+    // What the program has until an address server is configured: no
+    // alias requests at all.
+    HostOptionsServices services;
+    services.openCampaign = [](const std::string&) { return ++opened > 0; };
+    const std::string unreachable = "Network error|Could not access the address server.\nCheck your internet connection.";
+
+    ScriptedUi ui;
+    ui.steps.push_back([&](void* p) {
+        auto& d = *static_cast<HostOptions*>(p);
+        EXPECT_TRUE(d.useAlias);
+        CampaignChoice& out = *ui.choice;
+        d.password = "pw";
+        EXPECT_EQ(ui.outcome(d.pressStart(services, out)), 99);  // stays, with the box
+        EXPECT_EQ(out.password, "pw");
+        EXPECT_EQ(opened, 0);
+        EXPECT_EQ(ui.outcome(d.pressGenerate(services)), 99);
+        EXPECT_EQ(d.alias, "dragonslair");  // nothing came to replace it
+        d.toggleAlias(false);
+        return ui.outcome(d.pressStart(services, out));
+    });
+    CampaignChoice choice;
+    EXPECT_EQ(runHostOptions(ui, services, {}, LauncherContext{}, choice), 1);
+    EXPECT_EQ(ui.boxes, (std::vector<std::string>{unreachable, unreachable}));
+    EXPECT_EQ(opened, 1);
+    EXPECT_EQ(lh::platform::readRegistryValue(kRegistryKey, "SessionKey"), "dragonslair");
+}
+
 TEST(Launcher, FlowBetweenDialogsAndWhatItWrites) {
     Sandbox box;
     LauncherContext context;

@@ -2,6 +2,10 @@
 // and base file all read back through the program's own readers.
 #include <gtest/gtest.h>
 
+#include <map>
+#include <string>
+#include <vector>
+
 #include "platform/Paths.h"
 #include "support/TestSupport.h"
 #include "ui/GlyphFile.h"
@@ -18,7 +22,7 @@ TEST(DefaultRuleset, EveryPackedFileReadsBack) {
 
     ResourceFile base;
     ASSERT_TRUE(base.Open("rulesets\\Lorehaven\\base.xml"));
-    EXPECT_NE(std::string(base.data()).find("<desktopimage"), std::string::npos);
+    EXPECT_NE(std::string(base.data()).find("<includefile"), std::string::npos);
 
     int fonts = 0, pictures = 0;
     ResourceFile r;
@@ -39,7 +43,38 @@ TEST(DefaultRuleset, EveryPackedFileReadsBack) {
             ++pictures;
         }
     }
-    EXPECT_GE(fonts, 6);
-    EXPECT_GE(pictures, 10);
+    EXPECT_GE(fonts, 12);
+    EXPECT_GE(pictures, 70);
+
+    // The program's own table pieces: tokens in folders of their kind, sample
+    // portraits and two maps, all pictures that decode.
+    std::map<std::string, int> pieces;
+    for (bool ok = r.FirstFile("data/"); ok; ok = r.NextFile()) {
+        PixelImage image;
+        EXPECT_TRUE(decodePicture(r.data(), r.size(), image)) << r.name();
+        EXPECT_GE(image.width, 16u) << r.name();
+        for (const char* kind : {"data/tokens/heroes/", "data/tokens/monsters/", "data/tokens/markers/", "data/portraits/",
+                                 "data/maps/"}) {
+            if (r.name().rfind(kind, 0) == 0) ++pieces[kind];
+        }
+    }
+    EXPECT_GE(pieces["data/tokens/heroes/"], 4);
+    EXPECT_GE(pieces["data/tokens/monsters/"], 4);
+    EXPECT_GE(pieces["data/tokens/markers/"], 6);
+    EXPECT_GE(pieces["data/portraits/"], 4);
+    EXPECT_EQ(pieces["data/maps/"], 2);
+    std::string folder;
+    std::vector<std::string> folders;
+    for (bool ok = r.FirstFolder("data/tokens/", folder); ok; ok = r.NextFolder(folder)) folders.push_back(folder);
+    EXPECT_EQ(folders.size(), 3u);
+
+    // The portrait mask carries its alpha in red: open in the middle, shut in
+    // the corners.
+    ResourceFile mask;
+    ASSERT_TRUE(mask.Open("rulesets\\Lorehaven\\graphics\\portraits\\mask.png"));
+    PixelImage shape;
+    ASSERT_TRUE(decodePicture(mask.data(), mask.size(), shape));
+    EXPECT_EQ((shape.pixels[shape.width * (shape.height / 2) + shape.width / 2] >> 16) & 0xFF, 0xFFu);
+    EXPECT_EQ((shape.pixels[0] >> 16) & 0xFF, 0u);
     ResourceFile::setArchivePath("resource.pak");
 }

@@ -8,6 +8,7 @@
 #include <jpeglib.h>
 #include <zlib.h>
 
+#include "render/BitmapLimits.h"
 #include "ui/PictureDecoder.h"
 
 using namespace lh::ui;
@@ -123,4 +124,29 @@ TEST(PictureDecoder, BrokenAndOversizedPicturesAreRefused) {
     uint32_t crc = uint32_t(crc32(0, huge.data() + 12, 17));
     huge[29] = uint8_t(crc >> 24), huge[30] = uint8_t(crc >> 16), huge[31] = uint8_t(crc >> 8), huge[32] = uint8_t(crc);
     EXPECT_FALSE(decodePicture(huge.data(), huge.size(), out));
+}
+
+TEST(PictureDecoder, PicturesLargerThanABitmapAreRefusedFromTheirHeader) {
+    const uint32_t side = lh::render::kMaxBitmapSide;
+    auto wide = encodePng(side + 8, 1, std::vector<uint32_t>(side + 8, 0xFF00FF00));
+    uint32_t w = 0, h = 0;
+    ASSERT_TRUE(readPictureSize(wide.data(), wide.size(), w, h));
+    EXPECT_EQ(w, side + 8);
+    EXPECT_EQ(h, 1u);
+    PixelImage out;
+    EXPECT_FALSE(decodePicture(wide.data(), wide.size(), out));
+    EXPECT_EQ(pictureRefusal("campaigns\\C\\images\\wide.png", wide.data(), wide.size()),
+              "The picture campaigns\\C\\images\\wide.png is 8200 by 1 pixels; the largest that can be shown is "
+              "8192 by 8192.");
+    auto tall = encodeJpeg(8, int(side) + 1, 1, 2, 3);
+    ASSERT_TRUE(readPictureSize(tall.data(), tall.size(), w, h));
+    EXPECT_EQ(h, side + 1);
+    EXPECT_FALSE(decodePicture(tall.data(), tall.size(), out));
+
+    // At the limit it decodes, and nothing is said.
+    auto edge = encodePng(side, 1, std::vector<uint32_t>(side, 0xFF00FF00));
+    EXPECT_TRUE(decodePicture(edge.data(), edge.size(), out));
+    EXPECT_EQ(out.width, side);
+    EXPECT_EQ(pictureRefusal("edge.png", edge.data(), edge.size()), "");
+    EXPECT_EQ(pictureRefusal("noise", "not a picture", 13), "");
 }

@@ -309,5 +309,19 @@ TEST(RulesetHostile, OddValuesNeitherCrashNorHang) {
     }
 }
 
+TEST(RulesetHostile, APictureTooLargeToShowIsNamedAndNotDecoded) {
+    TempDir dir;
+    platform::setWorkingDirectory(dir.path());
+    writeFile(dir.path() / "rulesets/Big/wide.png", pngBytes(8200, 1, std::vector<uint32_t>(8200, 0xFF102030u)));
+    ::testing::internal::CaptureStderr();
+    PixelImage image = loadRulesetPicture("rulesets\\Big\\wide.png");
+    std::string said = ::testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(image.empty());
+    EXPECT_NE(said.find("The picture rulesets\\Big\\wide.png is 8200 by 1 pixels; the largest that can be shown is "
+                        "8192 by 8192."),
+              std::string::npos)
+        << said;
+}
+
 }  // namespace
 }  // namespace lh::test

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "db/SessionMode.h"
 #include "db/XmlParse.h"
 #include "platform/Paths.h"
 #include "support/TestSupport.h"
@@ -135,7 +136,7 @@ TEST_F(DefaultRulesetContent, EveryFileParsesAndEveryNamedThingExists) {
     }
     EXPECT_GE(documents, 7);  // base, fonts, graphics and the class files
 
-    ASSERT_NE(LoadRuleset("Lorehaven", 0), nullptr);
+    ASSERT_NE(LoadRuleset("Lorehaven", db::SessionMode::Host), nullptr);
     EXPECT_TRUE(rulesetFiles().empty());  // all of it came from the archive
     const RulesetData& data = ruleset();
     EXPECT_GE(data.windowClasses.size(), 12u);
@@ -227,7 +228,7 @@ TEST_F(DefaultRulesetContent, EveryFileParsesAndEveryNamedThingExists) {
 }
 
 TEST_F(DefaultRulesetContent, WhatTheProgramLooksUpByName) {
-    ASSERT_NE(LoadRuleset("Lorehaven", 0), nullptr);
+    ASSERT_NE(LoadRuleset("Lorehaven", db::SessionMode::Host), nullptr);
     // Windows that start-up opens, and the sheet that a character is.
     for (const char* name : {"dmshortcuts", "playershortcuts", "localshortcuts", "identityselection", "charsheet"})
         EXPECT_NE(findWindowClass(name), nullptr) << name;

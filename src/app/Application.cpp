@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "app/AppState.h"
+#include "app/DesktopWiring.h"
 #include "app/ScriptPlayer.h"
 #include "app/SessionSetup.h"
 #include "app/Frame.h"
@@ -34,6 +35,7 @@
 #include "render/GraphicsDevice.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
+#include "ui/Desktop.h"
 
 namespace lh::app {
 
@@ -206,6 +208,7 @@ bool handleEvent(const platform::Event& e, int& exitCode) {
         return false;
     case EventType::Resized:
         render::GraphicsDevice::Get().Resize();
+        ui::desktop().OnMainWindowSized(e.width, e.height);
         return false;
     case EventType::Exposed:
         render::GraphicsDevice::Get().Invalidate(nullptr);
@@ -268,6 +271,7 @@ bool InitInstance(const CommandLine& cl) {
 
     contentLoad(splash);
     if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
+    startDesktop(int(db::sessionMode()), kClientWidth, kClientHeight);
 
     delete splash;
     a.mainWindow->show();

@@ -17,12 +17,15 @@ const char* kVertexShader = R"(#version 330 core
 layout(location = 0) in vec2 aPos;
 layout(location = 1) in vec2 aAux;
 layout(location = 2) in vec4 aColor;
+layout(location = 3) in vec4 aSource;
 uniform mat4 uProjection;
 out vec2 vAux;
 out vec4 vColor;
+flat out vec4 vSource;
 void main() {
     vAux = aAux;
     vColor = aColor;
+    vSource = aSource;
     gl_Position = uProjection * vec4(aPos, 0.0, 1.0);
 }
 )";
@@ -43,15 +46,16 @@ void main() {
 
 // A part of a texture repeated: vAux counts texels from the corner of the
 // pattern, and wraps inside the source rectangle, which is part of a larger
-// picture (so the texture's own repeat cannot do it).
+// picture (so the texture's own repeat cannot do it). The source travels
+// with each quad, so that the nine parts of a frame go in one draw.
 const char* kTiledShader = R"(#version 330 core
 uniform sampler2D uTexture;
-uniform vec4 uSource;
 in vec2 vAux;
 in vec4 vColor;
+flat in vec4 vSource;
 out vec4 fragColor;
 void main() {
-    ivec2 t = ivec2(uSource.xy + mod(floor(vAux), uSource.zw));
+    ivec2 t = ivec2(vSource.xy + mod(floor(vAux), vSource.zw));
     // A source that reaches past the picture shows nothing there.
     if (any(lessThan(t, ivec2(0))) || any(greaterThanEqual(t, textureSize(uTexture, 0)))) discard;
     vec4 c = texelFetch(uTexture, t, 0) * vColor;
@@ -140,7 +144,6 @@ bool Pipeline2D::create(std::string& error) {
         return false;
     }
     tiledProjection = glGetUniformLocation(tiledProgram, "uProjection");
-    tiledSourceLocation = glGetUniformLocation(tiledProgram, "uSource");
     glUseProgram(tiledProgram);
     glUniform1i(glGetUniformLocation(tiledProgram, "uTexture"), 0);
     spriteProjection = glGetUniformLocation(spriteProgram, "uProjection");
@@ -163,6 +166,9 @@ bool Pipeline2D::create(std::string& error) {
     glEnableVertexAttribArray(2);
     glVertexAttribPointer(2, 4, GL_UNSIGNED_BYTE, GL_TRUE, sizeof(Vertex),
                           reinterpret_cast<void*>(offsetof(Vertex, color)));
+    glEnableVertexAttribArray(3);
+    glVertexAttribPointer(3, 4, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                          reinterpret_cast<void*>(offsetof(Vertex, source)));
     glBindVertexArray(0);
     mode = Mode::None;
     return true;
@@ -228,12 +234,11 @@ void Pipeline2D::addTiledSprite(unsigned texture, float x0, float y0, float x1, 
                                 float offsetY, const float source[4], uint32_t argb) {
     if (!isReady() || !texture || source[2] <= 0 || source[3] <= 0) return;
     use(Mode::Tiled, texture);
-    // One source rectangle per batch: it is a uniform.
-    if (!batch.empty() && std::memcmp(source, tiledSource, sizeof tiledSource) != 0) flush();
-    std::memcpy(tiledSource, source, sizeof tiledSource);
     uint32_t c = packColor(argb);
     float u1 = offsetX + (x1 - x0), v1 = offsetY + (y1 - y0);
-    quad({x0, y0, offsetX, offsetY, c}, {x1, y0, u1, offsetY, c}, {x1, y1, u1, v1, c}, {x0, y1, offsetX, v1, c});
+    const float* s = source;
+    quad({x0, y0, offsetX, offsetY, c, {s[0], s[1], s[2], s[3]}}, {x1, y0, u1, offsetY, c, {s[0], s[1], s[2], s[3]}},
+         {x1, y1, u1, v1, c, {s[0], s[1], s[2], s[3]}}, {x0, y1, offsetX, v1, c, {s[0], s[1], s[2], s[3]}});
 }
 
 void Pipeline2D::addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb) {
@@ -283,7 +288,6 @@ void Pipeline2D::flush() {
                        : mode == Mode::Tiled ? tiledProjection
                                              : lineProjection,
                        1, GL_FALSE, glm::value_ptr(projection));
-    if (mode == Mode::Tiled) glUniform4fv(tiledSourceLocation, 1, tiledSource);
     if (mode == Mode::Sprite || mode == Mode::Tiled) {
         glActiveTexture(GL_TEXTURE0);
         glBindTexture(GL_TEXTURE_2D, boundTexture);

@@ -56,6 +56,7 @@ private:
         float x, y;
         float a0, a1;    // texel coordinates, or (distance from the centre line, half width)
         uint32_t color;  // RGBA bytes in memory order, for GL_UNSIGNED_BYTE normalised
+        float source[4] = {0, 0, 0, 0};  // tiled quads: the repeated part (x, y, width, height)
     };
     enum class Mode { None, Sprite, Line, Tiled };
     void use(Mode mode, unsigned texture);
@@ -63,8 +64,7 @@ private:
 
     unsigned spriteProgram = 0, lineProgram = 0, tiledProgram = 0;
     int spriteProjection = -1, lineProjection = -1, spriteTexture = -1;
-    int tiledProjection = -1, tiledSourceLocation = -1;
-    float tiledSource[4] = {0, 0, 1, 1};
+    int tiledProjection = -1;
     unsigned vao = 0, vbo = 0;
     std::vector<Vertex> batch;
     Mode mode = Mode::None;

@@ -1,0 +1,118 @@
+// The Desktop's place in the spine, and the translation of the platform's
+// input events into the mouse messages and flags the routing is written in.
+#include "app/DesktopWiring.h"
+
+#include <memory>
+
+#include "app/Frame.h"
+#include "app/SessionSetup.h"
+#include "net/Replication.h"
+#include "platform/Events.h"
+#include "platform/Spine.h"
+#include "render/RenderContext.h"
+#include "ui/Desktop.h"
+#include "ui/DesktopObject.h"
+#include "ui/SessionWindowPort.h"
+
+namespace lh::app {
+
+namespace {
+
+// The buttons held now, as mouse flags, and the modifier keys held as the
+// key events told them (a mouse event may come without its modifiers).
+uint32_t heldButtons = 0;
+uint16_t heldModifiers = 0;
+
+constexpr int kKeyShift = 0x10, kKeyControl = 0x11, kKeyAlt = 0x12;
+
+uint16_t modifierOfKey(int key) {
+    return key == kKeyShift ? platform::ModShift : key == kKeyControl ? platform::ModCtrl
+                                              : key == kKeyAlt        ? platform::ModAlt
+                                                                      : 0;
+}
+
+uint32_t buttonFlag(platform::MouseButton b) {
+    switch (b) {
+    case platform::MouseButton::Left: return ui::mouse::kLeft;
+    case platform::MouseButton::Middle: return ui::mouse::kMiddle;
+    case platform::MouseButton::Right: return ui::mouse::kRight;
+    default: return 0;
+    }
+}
+
+uint32_t mouseFlags(const platform::Event& e) {
+    uint32_t flags = heldButtons;
+    const uint16_t modifiers = e.modifiers | heldModifiers;
+    if (modifiers & platform::ModShift) flags |= ui::mouse::kShift;
+    if (modifiers & platform::ModCtrl) flags |= ui::mouse::kControl;
+    return flags;
+}
+
+// The shortcut mask: 2 control, 1 alt, 4 shift.
+int shortcutModifiers(uint16_t modifiers) {
+    int mask = 0;
+    if (modifiers & platform::ModCtrl) mask |= 2;
+    if (modifiers & platform::ModAlt) mask |= 1;
+    if (modifiers & platform::ModShift) mask |= 4;
+    return mask;
+}
+
+}  // namespace
+
+void startDesktop(int sessionMode, int clientWidth, int clientHeight) {
+    ui::Desktop& desk = ui::desktop();
+    desk.OnMainWindowSized(clientWidth, clientHeight);
+    if (sessionMode != 2 && hasSession() && db::replication()) {
+        static std::unique_ptr<ui::SessionWindowPort> port;
+        port = std::make_unique<ui::SessionWindowPort>(session(), *db::replication());
+        port->attach(desk);
+    }
+    setFrameStep(FrameStep::DesktopWindows, [](render::RenderContext& context) {
+        ui::desktop().Draw(context, context.ClipRect());
+    });
+    desk.OpenShortcutWindow(sessionMode);
+    static platform::Subscription input = platform::spine().routeInput.subscribe(routeDesktopInput);
+}
+
+void routeDesktopInput(const platform::Event& e) {
+    using platform::EventType;
+    ui::Desktop& desk = ui::desktop();
+    switch (e.type) {
+    case EventType::MouseDown: {
+        heldButtons |= buttonFlag(e.button);
+        int message = e.button == platform::MouseButton::Left     ? ui::mouse::kLeftDown
+                      : e.button == platform::MouseButton::Middle ? ui::mouse::kMiddleDown
+                                                                  : ui::mouse::kRightDown;
+        desk.MousePress(message, mouseFlags(e), e.x, e.y);
+        break;
+    }
+    case EventType::MouseUp: {
+        heldButtons &= ~buttonFlag(e.button);
+        int message = e.button == platform::MouseButton::Left     ? ui::mouse::kLeftUp
+                      : e.button == platform::MouseButton::Middle ? ui::mouse::kMiddleUp
+                                                                  : ui::mouse::kRightUp;
+        desk.MouseRelease(message, mouseFlags(e), e.x, e.y);
+        break;
+    }
+    case EventType::MouseMove:
+        desk.MouseMove(mouseFlags(e), e.x, e.y);
+        break;
+    case EventType::MouseWheel:
+        desk.MouseWheel(e.wheel, e.x, e.y);
+        break;
+    case EventType::KeyDown:
+        heldModifiers |= modifierOfKey(e.keyCode);
+        desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode);
+        break;
+    case EventType::KeyUp:
+        heldModifiers &= uint16_t(~modifierOfKey(e.keyCode));
+        break;
+    case EventType::Char:
+        for (const char* c = e.text; *c; ++c) desk.Char(static_cast<unsigned char>(*c), 0);
+        break;
+    default:
+        break;
+    }
+}
+
+}  // namespace lh::app

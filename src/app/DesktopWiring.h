@@ -1,0 +1,19 @@
+// Where the Desktop meets the spine: it draws in the frame's window layer,
+// hears the session's window messages, opens the shortcut window of the
+// way in, and gets the mouse and keys as the platform delivers them.
+#pragma once
+
+namespace lh::platform {
+struct Event;
+}
+
+namespace lh::app {
+
+// After the content load: the client area's size, the session glue, the
+// frame layer and the shortcut window.
+void startDesktop(int sessionMode, int clientWidth, int clientHeight);
+
+// One input event, in the platform's form, into the Desktop's routing.
+void routeDesktopInput(const platform::Event& event);
+
+}  // namespace lh::app

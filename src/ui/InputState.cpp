@@ -1,0 +1,29 @@
+// The input references and the one place that clears them.
+#include "ui/InputState.h"
+
+#include <algorithm>
+
+#include "ui/DesktopObject.h"
+
+namespace lh::ui {
+
+InputState& inputState() {
+    static InputState state;
+    return state;
+}
+
+void objectDying(DesktopObject* object) {
+    InputState& s = inputState();
+    if (s.hoverTarget == object) s.hoverTarget = nullptr;
+    if (s.mouseCapture == object) {
+        s.mouseCapture = nullptr;
+        s.dragging = false;
+    }
+    if (s.dragSource == object) s.dragSource = nullptr;
+    if (s.menuOwner == object) s.menuOwner = nullptr;
+    for (std::vector<DesktopObject*>* list : s.targetLists) {
+        list->erase(std::remove(list->begin(), list->end(), object), list->end());
+    }
+}
+
+}  // namespace lh::ui

@@ -1,0 +1,39 @@
+// The keyboard focus and its fallback.
+#include "ui/KeyboardFocus.h"
+
+#include "render/GraphicsDevice.h"
+
+namespace lh::ui {
+
+namespace {
+KeyboardTarget* focus = nullptr;
+KeyboardTarget* fallback = nullptr;
+}  // namespace
+
+KeyboardTarget::~KeyboardTarget() {
+    if (fallback == this) fallback = nullptr;
+    if (focus == this) {
+        // A dying target hears nothing more; the keyboard moves on.
+        focus = nullptr;
+        if (fallback) SetKeyboardFocus(fallback);
+    }
+}
+
+KeyboardTarget* KeyboardFocus() { return focus; }
+
+KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target) {
+    render::GraphicsDevice::Get().Invalidate(nullptr);
+    KeyboardTarget* old = focus;
+    if (old == target) return old;
+    focus = nullptr;
+    if (old) old->FocusLost();
+    focus = target;
+    if (focus) focus->FocusGained();
+    return old;
+}
+
+void setFallbackKeyboardTarget(KeyboardTarget* target) { fallback = target; }
+KeyboardTarget* fallbackKeyboardTarget() { return fallback; }
+void focusFallback() { SetKeyboardFocus(fallback); }
+
+}  // namespace lh::ui

@@ -1,0 +1,31 @@
+// Who has the keyboard. One target at a time, process-wide; without one, and
+// whenever the current one dies, the keyboard goes to the fallback target
+// (the chat entry, once there is one).
+#pragma once
+
+namespace lh::ui {
+
+class KeyboardTarget {
+public:
+    virtual ~KeyboardTarget();
+    virtual void FocusLost() {}
+    virtual void FocusGained() {}
+    // `message` is 256 for a key down (virtual-key code) or 258 for a
+    // character.
+    virtual void KeyEvent(int message, int code, int scanCode) = 0;
+};
+
+constexpr int kKeyDownMessage = 256;
+constexpr int kCharMessage = 258;
+
+KeyboardTarget* KeyboardFocus();
+// Marks the whole client area dirty, tells the old target it lost the
+// keyboard, stores the new one and tells it. Returns the old one.
+KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target);
+// The chat entry registers here; null leaves the keyboard with nobody.
+void setFallbackKeyboardTarget(KeyboardTarget* target);
+KeyboardTarget* fallbackKeyboardTarget();
+// SetKeyboardFocus(fallback).
+void focusFallback();
+
+}  // namespace lh::ui

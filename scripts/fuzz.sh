@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 build=${LOREHAVEN_FUZZ_BUILD:-build-fuzz}
 jobs=$(nproc)
-targets=(fuzz_dispatch fuzz_http)
+targets=(fuzz_dispatch fuzz_http fuzz_database)
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
       -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \

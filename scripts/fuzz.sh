@@ -12,7 +12,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-${LOREHAVEN_FUZZ_SECONDS:-20}}
 build=${LOREHAVEN_FUZZ_BUILD:-build-fuzz}
 jobs=$(nproc)
-targets=(fuzz_dispatch fuzz_http fuzz_http_reply fuzz_glyph fuzz_resource fuzz_picture fuzz_database)
+targets=(fuzz_dispatch fuzz_http fuzz_http_reply fuzz_glyph fuzz_resource fuzz_picture fuzz_database fuzz_database_file)
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
       -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \

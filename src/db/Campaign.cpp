@@ -76,7 +76,7 @@ void reportLeftoverRestoreFile() {
 // file that exists but cannot be read marks the Campaign so that no save
 // replaces it; a malformed one ends the program.
 void loadDatabaseFile(std::string_view programPath, DbNode& root, bool isCampaignDatabase) {
-    XmlParseResult parsed = parseXmlFileChecked(programPath);
+    XmlParseResult parsed = loadDatabase(programPath, root, false);
     if (parsed.status == XmlStatus::malformed) failOnMalformedXml(parsed.error);
     if (parsed.status == XmlStatus::missing) {
         std::error_code ec;
@@ -87,9 +87,7 @@ void loadDatabaseFile(std::string_view programPath, DbNode& root, bool isCampaig
                                "overwritten in this session.";
             showBox("Campaign database", text.c_str());
         }
-        return;
     }
-    loadNodes(parsed.root.get(), root, false, nullptr);
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "db/XmlParse.h"
+
 namespace lh::db {
 
 class DbNode;
@@ -29,6 +31,14 @@ public:
 // Reads the children of `element` into `parent`. 1 for a null element (an
 // absent file), else 0.
 int loadNodes(XmlElement* element, DbNode& parent, bool isStatic, ModuleLoadHooks* module = nullptr);
+
+// Reads a stored database file into `root` as parsing it and loadNodes
+// would, and answers as parseXmlFileChecked does (without the document:
+// the answer's root is always null). A file in the plain form that saves
+// write is read in one pass over its bytes, straight into nodes; any other
+// file, and every error, goes the long way, so the tree and the errors are
+// the same either way.
+XmlParseResult loadDatabase(std::string_view programPath, DbNode& root, bool isStatic);
 
 // The names of the Modules whose nodes are in the tree.
 std::set<std::string>& loadedModules();

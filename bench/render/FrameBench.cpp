@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "app/Frame.h"
+#include "ui/FrameLayers.h"
 #include "platform/Platform.h"
 #include "platform/Window.h"
 #include "render/Bitmap.h"
@@ -29,6 +30,7 @@ struct Scene {
     std::unique_ptr<render::FreeTypeFont> font;
     std::vector<std::string> lines;
     bool ok = false;
+    platform::Subscription layer;
 
     Scene() {
         std::string error;
@@ -58,7 +60,7 @@ struct Scene {
             lines.push_back(text);
         }
         app::setDesktopImage(&desktop);
-        app::setFrameStep(app::FrameStep::DesktopWindows, [this](render::RenderContext& c) {
+        layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [this](render::RenderContext& c) {
             for (int i = 0; i < 500; ++i) {
                 c.DrawBitmap(*sprites[size_t(i) % sprites.size()], (i * 53) % (kWidth - 32),
                              (i * 37) % (kHeight - 32), 0xFFFFFFFFu);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "app/Frame.h"
+#include "ui/FrameLayers.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/SessionMode.h"
@@ -96,6 +97,7 @@ struct Scene {
     std::unique_ptr<platform::Window> window;
     std::unique_ptr<render::FreeTypeFont> font;
     std::unique_ptr<ui::Desktop> desk;
+    platform::Subscription layer;  // after the Desktop it draws, so it goes first
     std::filesystem::path dir;
     bool ok = false;
 
@@ -129,8 +131,8 @@ struct Scene {
             ui::Window* w = desk->OpenWindow(*cls, id);
             w->MoveBy((i % 5) * 180 - w->rect.left, (i / 5) * 170 - w->rect.top);
         }
-        app::setFrameStep(app::FrameStep::DesktopWindows,
-                          [this](render::RenderContext& c) { desk->Draw(c, c.ClipRect()); });
+        layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows,
+                                    [this](render::RenderContext& c) { desk->Draw(c, c.ClipRect()); });
         ok = font != nullptr && desk->windows.size() == kSheets && desk->windows[0]->controls.size() == 40;
     }
 };

@@ -12,6 +12,7 @@
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopObject.h"
+#include "ui/FrameLayers.h"
 #include "ui/SessionWindowPort.h"
 
 namespace lh::app {
@@ -67,7 +68,7 @@ void startDesktop(int sessionMode, int clientWidth, int clientHeight) {
         port = std::make_unique<ui::SessionWindowPort>(session(), *db::replication());
         port->attach(desk);
     }
-    setFrameStep(FrameStep::DesktopWindows, [](render::RenderContext& context) {
+    static platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [](render::RenderContext& context) {
         ui::desktop().Draw(context, context.ClipRect());
     });
     desk.OpenShortcutWindow(sessionMode);

@@ -2,7 +2,6 @@
 // context do the drawing.
 #include "app/Frame.h"
 
-#include <array>
 #include <cstdio>
 #include <vector>
 
@@ -13,19 +12,18 @@
 #include "render/GraphicsDevice.h"
 #include "render/PngWriter.h"
 #include "render/RenderContext.h"
+#include "ui/FrameLayers.h"
 
 namespace lh::app {
 
 namespace {
 
-std::array<FrameDraw, size_t(FrameStep::Count)> steps;
 FrameState state;
 render::Bitmap* desktopImage = nullptr;
 
-void run(FrameStep step, render::RenderContext& context) {
-    const FrameDraw& draw = steps[size_t(step)];
-    if (draw) draw(context);
-}
+using ui::FrameStep;
+
+void run(FrameStep step, render::RenderContext& context) { ui::runFrameStep(step, context); }
 
 bool desktopModal() {
     return state.desktopModal ? state.desktopModal() : false;
@@ -50,11 +48,6 @@ void tileDesktopImage(render::RenderContext& context) {
 }
 
 }  // namespace
-
-void setFrameStep(FrameStep step, FrameDraw draw) {
-    if (step >= FrameStep::Count) return;
-    steps[size_t(step)] = std::move(draw);
-}
 
 void setFrameState(FrameState s) {
     state = std::move(s);

@@ -1,7 +1,7 @@
 // The frame drawn in idle time: only when something is dirty, only inside
-// the dirty rectangle, in a fixed order of layers. The subsystems hook their
-// drawing into the steps of that order; the frame itself knows only the
-// desktop image. Also the Print Screen picture.
+// the dirty rectangle, in the fixed order of ui/FrameLayers.h, into which the
+// subsystems put their drawing; the frame itself knows only the desktop
+// image and which layers a mode leaves out. Also the Print Screen picture.
 #pragma once
 
 #include <cstdint>
@@ -15,30 +15,6 @@ class RenderContext;
 }  // namespace lh::render
 
 namespace lh::app {
-
-// The layers after the desktop image, bottom to top. The first five are left
-// out in the local characters mode, IdentityList is drawn on a host only, and
-// the dice are left out while the Desktop is modal.
-enum class FrameStep {
-    ChatFrame,  // the chat area's frame and its highlight
-    ModifierCollector,
-    ChatWindow,
-    ChatEntry,
-    HotkeyBar,
-    CharacterList,
-    IdentityList,
-    DesktopTokens,
-    DesktopWindows,  // bottom to top
-    DieBox,
-    DiceScene,  // 3D, depth tested
-    DragImage,
-    RadialMenu,
-    Count
-};
-
-using FrameDraw = std::function<void(render::RenderContext&)>;
-// Puts a drawing function on a step; an empty function takes it off.
-void setFrameStep(FrameStep step, FrameDraw draw);
 
 // What the frame asks of the rest of the program each time it draws; the way
 // in it reads from db::sessionMode().

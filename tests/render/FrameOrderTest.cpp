@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/Frame.h"
+#include "ui/FrameLayers.h"
 #include "render/Bitmap.h"
 #include "render/RecordingRenderContext.h"
 #include "db/SessionMode.h"
@@ -17,21 +18,23 @@ using render::DrawCall;
 
 struct FrameOrder : ::testing::Test {
     std::vector<std::string> order;
+    std::vector<platform::Subscription> layers;
     bool modal = false;
 
     void SetUp() override {
         const char* names[] = {"chatFrame",  "modifiers",  "chatWindow",    "chatEntry", "hotkeys",
                                "characters", "identities", "desktopTokens", "windows",   "dieBox",
                                "dice",       "drag",       "radial"};
-        for (int i = 0; i < int(FrameStep::Count); ++i) {
+        for (int i = 0; i < int(ui::FrameStep::Count); ++i) {
             std::string name = names[i];
-            setFrameStep(FrameStep(i), [this, name](render::RenderContext&) { order.push_back(name); });
+            layers.push_back(
+                ui::drawOnFrameStep(ui::FrameStep(i), [this, name](render::RenderContext&) { order.push_back(name); }));
         }
         db::setSessionMode(db::SessionMode::Host);
         setFrameState({[this] { return modal; }, [] { return 0xFF808080u; }});
     }
     void TearDown() override {
-        for (int i = 0; i < int(FrameStep::Count); ++i) setFrameStep(FrameStep(i), nullptr);
+        layers.clear();
         setFrameState({});
         setDesktopImage(nullptr);
     }
@@ -67,7 +70,7 @@ TEST_F(FrameOrder, DesktopImageTilesOnlyWhereTheClipIs) {
     std::vector<uint32_t> px(64 * 32, 0xFF112233u);
     ASSERT_TRUE(tile.LoadFromPixels(64, 32, px.data()));
     setDesktopImage(&tile);
-    for (int i = 0; i < int(FrameStep::Count); ++i) setFrameStep(FrameStep(i), nullptr);
+    layers.clear();
 
     render::RecordingRenderContext context;
     context.SetClipRect({100, 40, 140, 70});  // meets tiles x 64, 128 and y 32, 64

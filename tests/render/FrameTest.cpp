@@ -5,6 +5,7 @@
 
 #include "GlFixture.h"
 #include "app/Frame.h"
+#include "ui/FrameLayers.h"
 #include "platform/Paths.h"
 #include "render/FreeTypeFont.h"
 #include "render/RenderContext.h"
@@ -40,9 +41,10 @@ protected:
     uint32_t tw = 0, th = 0;
     std::vector<uint32_t> px;
     render::Bitmap tile;
+    std::vector<platform::Subscription> layers;
 
     void TearDown() override {
-        for (int i = 0; i < int(app::FrameStep::Count); ++i) app::setFrameStep(app::FrameStep(i), nullptr);
+        layers.clear();
         app::setDesktopImage(nullptr);
         GlTest::TearDown();
     }
@@ -64,10 +66,10 @@ TEST_F(Frame, DrawsOnlyWhenDirtyAndTilesTheDesktopImage) {
 TEST_F(Frame, ASmallDirtyRectangleChangesOnlyItsPixels) {
     useTile(7, 5);
     uint32_t cover = 0x000000FFu;  // red over everything
-    app::setFrameStep(app::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
+    layers.push_back(ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
         c.DrawRect(0, 0, kWidth, kHeight, cover, true);
         c.DrawLine(0, 0, kWidth - 1, kHeight - 1, 0x00FFFFFFu, 2.0f);
-    });
+    }));
     ASSERT_EQ(app::DrawFrame(), 1);
     auto before = screen();
 
@@ -118,10 +120,10 @@ TEST_F(Frame, PrintScreenWritesTheNextFreeNumberTopRowFirst) {
     EXPECT_EQ(app::nextScreenshotName(dir.path()), "screenshot0002.png");  // the gap first
 
     // One red pixel near the top left, one green near the bottom right.
-    app::setFrameStep(app::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
+    layers.push_back(ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
         c.DrawRect(2, 1, 3, 2, 0x000000FFu, true);
         c.DrawRect(kWidth - 3, kHeight - 2, kWidth - 2, kHeight - 1, 0x0000FF00u, true);
-    });
+    }));
     ASSERT_EQ(app::DrawFrame(), 1);
     EXPECT_EQ(app::SaveScreenshot(), "screenshot0002.png");
     uint32_t w = 0, h = 0;
@@ -182,7 +184,7 @@ TEST_F(Frame, ALostContextDrawsTheSamePictureAfterwards) {
     // before drawing it.
     render::Bitmap cache;
     ASSERT_TRUE(cache.CreateRenderTarget(40, 20));
-    app::setFrameStep(app::FrameStep::ChatWindow, [&](render::RenderContext& c) {
+    layers.push_back(ui::drawOnFrameStep(ui::FrameStep::ChatWindow, [&](render::RenderContext& c) {
         render::RenderContext* t = cache.BeginRender();
         ASSERT_TRUE(t);
         t->BeginScene();
@@ -194,7 +196,7 @@ TEST_F(Frame, ALostContextDrawsTheSamePictureAfterwards) {
         Rect clip{0, 0, 90, kHeight};
         c.DrawText(5, 5, "Lost & found", 12, &clip);
         c.DrawLine(10, 100, 150, 60, 0x8000FF00u, 2.5f);
-    });
+    }));
     ASSERT_EQ(app::DrawFrame(), 1);
     auto before = screen();
 

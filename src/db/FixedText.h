@@ -19,12 +19,7 @@ public:
     FixedText() = default;
     FixedText(std::string_view text) { set(text); }
 
-    void set(std::string_view text) {
-        text = text.substr(0, maxLength);
-        // A zero byte ends a fixed text; nothing behind it can be kept.
-        size_t zero = text.find('\0');
-        bytes.assign(text.substr(0, zero));
-    }
+    void set(std::string_view text) { bytes.assign(fit(text)); }
     void clear() { bytes.clear(); }
 
     std::string_view view() const { return bytes; }
@@ -33,8 +28,9 @@ public:
     bool empty() const { return bytes.empty(); }
     size_t size() const { return bytes.size(); }
 
-    // What a text would become if stored here: used to look records up by a
-    // name that may be longer than the field.
+    // What a text would become if stored here: cut to the field, and ended at
+    // a zero byte, behind which nothing can be kept. Also used to look records
+    // up by a name that may be longer than the field.
     static std::string_view fit(std::string_view text) {
         text = text.substr(0, maxLength);
         return text.substr(0, text.find('\0'));

@@ -271,7 +271,7 @@ bool InitInstance(const CommandLine& cl) {
 
     contentLoad(splash);
     if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
-    startDesktop(int(db::sessionMode()), kClientWidth, kClientHeight);
+    startDesktop(db::sessionMode(), kClientWidth, kClientHeight);
 
     delete splash;
     a.mainWindow->show();

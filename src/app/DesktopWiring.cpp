@@ -60,10 +60,10 @@ int shortcutModifiers(uint16_t modifiers) {
 
 }  // namespace
 
-void startDesktop(int sessionMode, int clientWidth, int clientHeight) {
+void startDesktop(db::SessionMode mode, int clientWidth, int clientHeight) {
     ui::Desktop& desk = ui::desktop();
     desk.OnMainWindowSized(clientWidth, clientHeight);
-    if (sessionMode != 2 && hasSession() && db::replication()) {
+    if (mode != db::SessionMode::LocalCharacters && hasSession() && db::replication()) {
         static std::unique_ptr<ui::SessionWindowPort> port;
         port = std::make_unique<ui::SessionWindowPort>(session(), *db::replication());
         port->attach(desk);
@@ -71,7 +71,7 @@ void startDesktop(int sessionMode, int clientWidth, int clientHeight) {
     static platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [](render::RenderContext& context) {
         ui::desktop().Draw(context, context.ClipRect());
     });
-    desk.OpenShortcutWindow(sessionMode);
+    desk.OpenShortcutWindow(mode);
     static platform::Subscription input = platform::spine().routeInput.subscribe(routeDesktopInput);
 }
 

@@ -3,6 +3,8 @@
 // way in, and gets the mouse and keys as the platform delivers them.
 #pragma once
 
+#include "db/SessionMode.h"
+
 namespace lh::platform {
 struct Event;
 }
@@ -11,7 +13,7 @@ namespace lh::app {
 
 // After the content load: the client area's size, the session glue, the
 // frame layer and the shortcut window.
-void startDesktop(int sessionMode, int clientWidth, int clientHeight);
+void startDesktop(db::SessionMode mode, int clientWidth, int clientHeight);
 
 // One input event, in the platform's form, into the Desktop's routing.
 void routeDesktopInput(const platform::Event& event);

@@ -164,8 +164,10 @@ Window* Desktop::OpenWindow(const WindowClass& windowClass, std::string_view rec
     return raw;
 }
 
-Window* Desktop::OpenShortcutWindow(int sessionMode) {
-    const char* className = sessionMode == 0 ? "dmshortcuts" : sessionMode == 1 ? "playershortcuts" : "localshortcuts";
+Window* Desktop::OpenShortcutWindow(db::SessionMode mode) {
+    const char* className = mode == db::SessionMode::Host   ? "dmshortcuts"
+                            : mode == db::SessionMode::Join ? "playershortcuts"
+                                                            : "localshortcuts";
     const WindowClass* cls = findWindowClass(className);
     if (!cls) return nullptr;
     return OpenWindow(*cls, "");

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "db/SessionMode.h"
 #include "render/Rect.h"
 #include "ui/DragPayload.h"
 
@@ -60,7 +61,7 @@ public:
     // The shortcut window of the way in: "dmshortcuts" (host),
     // "playershortcuts" (join) or "localshortcuts"; none when the Ruleset
     // has no such class.
-    Window* OpenShortcutWindow(int sessionMode);
+    Window* OpenShortcutWindow(db::SessionMode mode);
 
     // A user has left the session: no window counts as shared with them.
     void ForgetUser(const std::string& userName);

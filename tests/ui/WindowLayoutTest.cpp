@@ -135,14 +135,14 @@ TEST_F(Layout, ATallerSubWindowGrowsItsParentInOneMorePass) {
 }
 
 TEST_F(Layout, DesktopWindowsAnchorToTheFarEdges) {
-    Window* w = desk->OpenShortcutWindow(0);
+    Window* w = desk->OpenShortcutWindow(db::SessionMode::Host);
     ASSERT_NE(w, nullptr);
     EXPECT_EQ(w->rect, (Rect{1024 - 210, 768 - 110, 1024 - 10, 768 - 10}));
     desk->OnMainWindowSized(800, 600);
     EXPECT_EQ(w->rect, (Rect{590, 490, 790, 590}));
     // Nothing else opens for a way in whose class is missing.
-    EXPECT_EQ(desk->OpenShortcutWindow(1), nullptr);
-    EXPECT_EQ(desk->OpenShortcutWindow(2), nullptr);
+    EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::Join), nullptr);
+    EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::LocalCharacters), nullptr);
 }
 
 TEST_F(Layout, DynamicWindowsResizeWithControlDragOthersMove) {

@@ -148,7 +148,7 @@ TEST_F(Windows, ControlsOnOneNameShareAValueAndRemoteChangesRedraw) {
 }
 
 TEST_F(Windows, OpenersOpenToggleAndMakeRecords) {
-    Window* shortcuts = desk->OpenShortcutWindow(0);
+    Window* shortcuts = desk->OpenShortcutWindow(db::SessionMode::Host);
     ASSERT_NE(shortcuts, nullptr);
     auto& openSheet = *shortcuts->FindControl("open");
     click(openSheet);
@@ -270,7 +270,7 @@ TEST_F(Windows, MenuEntriesFollowRightsAndState) {
     EXPECT_EQ(small->at(1).label, "Restore");
     EXPECT_TRUE(small->anchored);
     // Desktop windows have none.
-    EXPECT_EQ(desk->OpenShortcutWindow(0)->BuildMenu(), nullptr);
+    EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::Host)->BuildMenu(), nullptr);
 }
 
 TEST_F(Windows, TabsAndMiddleDragTurnPages) {

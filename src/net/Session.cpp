@@ -234,7 +234,9 @@ void Session::removeGonePeers() {
         }
         std::unique_ptr<SessionPeer> leaving = std::move(peers[i]);
         peers.erase(peers.begin() + long(i));
-        if (gone && departure) departure(*leaving);
+        if (!gone) continue;
+        if (departure) departure(*leaving);
+        departedSignal.emit(*leaving);
     }
 }
 

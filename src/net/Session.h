@@ -21,6 +21,7 @@
 #include "net/NetMessage.h"
 #include "net/Resolver.h"
 #include "platform/Platform.h"
+#include "platform/Signal.h"
 
 namespace lh::net {
 
@@ -110,7 +111,11 @@ public:
     void setSystemLineSink(std::function<void(const std::string&)> sink) { systemLine = std::move(sink); }
     // Host: a peer's connection is gone (not handed over). It is out of
     // users() already and destroyed when the handler returns.
+    // The login's own handler runs first (it ends the user's session); then
+    // every subscriber to departed() in order, so that each subsystem drops
+    // what it kept for that user (typing marks, pointers, shared windows).
     void setDepartureHandler(std::function<void(SessionPeer&)> handler) { departure = std::move(handler); }
+    platform::Signal<void(SessionPeer&)>& departed() { return departedSignal; }
     // Client: the host connection ended; called once.
     void setHostLostHandler(std::function<void(const std::string& reason)> h) { onHostLost = std::move(h); }
 
@@ -153,6 +158,7 @@ private:
     bool lost = false;
     std::string lostReason;
     std::map<std::string, MessageHandler, std::less<>> handlers;
+    platform::Signal<void(SessionPeer&)> departedSignal;
     std::function<void(const std::string&)> systemLine;
     std::function<void(SessionPeer&)> departure;
     std::function<void(const std::string&)> onHostLost;

@@ -28,6 +28,9 @@ void SessionWindowPort::attach(Desktop& desktop) {
     desktop.network = this;
     Desktop* d = &desktop;
     net::Session* s = &session;
+    departures = session.departed().subscribe([d](net::SessionPeer& peer) {
+        if (!peer.name.empty()) d->ForgetUser(peer.name);
+    });
     // Decodes the body in `form` and hands it on; a malformed body is
     // reported, a refused request dropped without a word.
     auto handler = [d, s](WindowMessageForm form, auto act) {

@@ -4,6 +4,7 @@
 // dropped with a "systemfont" line; a refused request is dropped quietly.
 #pragma once
 
+#include "platform/Signal.h"
 #include "ui/WindowNetwork.h"
 
 namespace lh::db {
@@ -35,6 +36,8 @@ public:
 private:
     net::Session& session;
     db::Replication& replication;
+    // A user who leaves no longer holds the windows shared with him.
+    platform::Subscription departures;
 };
 
 }  // namespace lh::ui

@@ -16,3 +16,21 @@ function(lorehaven_library name)
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} PUBLIC ${L_DEPS} PRIVATE ${L_PRIVATE_DEPS})
 endfunction()
+
+# lorehaven_plugin(NAME SOURCES... [DEPS ...]): a subsystem library that joins
+# the program by registering itself (ui/Subsystems.h, control tags, message
+# handlers) rather than being called by the app. The app links every plugin
+# whole, so that those registrations are kept; a test that wants one links
+# it through lorehaven_whole_plugins().
+function(lorehaven_plugin name)
+  lorehaven_library(${name} ${ARGN})
+  set_property(GLOBAL APPEND PROPERTY LOREHAVEN_PLUGINS ${name})
+endfunction()
+
+# Links every plugin registered so far into TARGET as whole archives.
+function(lorehaven_whole_plugins target)
+  get_property(plugins GLOBAL PROPERTY LOREHAVEN_PLUGINS)
+  foreach(p ${plugins})
+    target_link_libraries(${target} PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,${p}>")
+  endforeach()
+endfunction()

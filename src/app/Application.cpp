@@ -33,9 +33,10 @@
 #include "platform/Trace.h"
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
+#include "ui/Desktop.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
-#include "ui/Desktop.h"
+#include "ui/Subsystems.h"
 
 namespace lh::app {
 
@@ -389,6 +390,9 @@ int runMain(int argc, char** argv) {
     }
     int code = runMainLoop();
     runExitPath();
+    // Subsystems let go of their windows, textures and handlers while the
+    // device and the session are still there.
+    ui::stopSubsystems();
     render::GraphicsDevice::Get().Destroy();
     delete a.mainWindow;
     a.mainWindow = nullptr;

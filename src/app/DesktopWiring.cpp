@@ -14,6 +14,7 @@
 #include "ui/DesktopObject.h"
 #include "ui/FrameLayers.h"
 #include "ui/SessionWindowPort.h"
+#include "ui/Subsystems.h"
 
 namespace lh::app {
 
@@ -71,6 +72,8 @@ void startDesktop(db::SessionMode mode, int clientWidth, int clientHeight) {
     static platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [](render::RenderContext& context) {
         ui::desktop().Draw(context, context.ClipRect());
     });
+    bool online = mode != db::SessionMode::LocalCharacters && hasSession();
+    ui::startSubsystems({mode, desk, online ? &session() : nullptr, online ? db::replication() : nullptr});
     desk.OpenShortcutWindow(mode);
     static platform::Subscription input = platform::spine().routeInput.subscribe(routeDesktopInput);
 }

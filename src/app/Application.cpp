@@ -315,6 +315,7 @@ int runMainLoop() {
     actions.drawPending = drawPending;
     actions.screenshot = saveScreenshotAs;
     actions.quit = [](int code) { platform::postQuit(code); };
+    actions.chooseMenu = chooseDesktopMenu;
     ScriptPlayer player(std::move(scriptSteps()), std::move(actions));
     player.start();
     for (;;) {

@@ -9,10 +9,12 @@
 #include "net/Replication.h"
 #include "platform/Events.h"
 #include "platform/Spine.h"
+#include "platform/Trace.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopObject.h"
 #include "ui/FrameLayers.h"
+#include "ui/MenuModel.h"
 #include "ui/SessionWindowPort.h"
 #include "ui/Subsystems.h"
 
@@ -117,6 +119,30 @@ void routeDesktopInput(const platform::Event& e) {
     default:
         break;
     }
+}
+
+bool chooseDesktopMenu(int32_t x, int32_t y, const std::string& labels) {
+    ui::Desktop& desk = ui::desktop();
+    const ui::MenuModel* menu = desk.OpenMenuAt(x, y);
+    size_t from = 0;
+    while (menu) {
+        size_t slash = labels.find('/', from);
+        std::string label = labels.substr(from, slash == std::string::npos ? std::string::npos : slash - from);
+        int slot = menu->find(label);
+        if (slot < 0) break;
+        const ui::MenuModel::Entry& entry = menu->at(slot);
+        if (entry.subMenu && slash != std::string::npos) {
+            menu = entry.subMenu.get();
+            from = slash + 1;
+            continue;
+        }
+        if (entry.subMenu || slash != std::string::npos) break;
+        platform::trace("menu %s %d", label.c_str(), entry.id);
+        desk.ChooseMenu(entry.id);
+        return true;
+    }
+    desk.ChooseMenu(0);  // closes the menu; no owner takes id 0
+    return false;
 }
 
 }  // namespace lh::app

@@ -2,6 +2,7 @@
 #include "app/ScriptPlayer.h"
 
 #include <cstdio>
+#include <string_view>
 
 #include "platform/Clock.h"
 #include "platform/Trace.h"
@@ -11,6 +12,27 @@ namespace lh::app {
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
+    traceWatch = platform::traceLines().subscribe([this](std::string_view line) {
+        // A long run keeps only its recent lines.
+        if (traceSoFar.size() >= 20000) traceSoFar.erase(traceSoFar.begin(), traceSoFar.begin() + 10000);
+        traceSoFar.emplace_back(line);
+        if (!awaiting.empty() && line.find(awaiting) != std::string_view::npos) {
+            awaiting.clear();
+            awaitLimit.stop();
+            timer.start(0);
+        }
+    });
+    awaitLimit.setHandler([this] {
+        std::fprintf(stderr, "lorehaven: script: \"%s\" never came\n", awaiting.c_str());
+        awaiting.clear();
+        actions.quit(3);
+    });
+}
+
+bool ScriptPlayer::seen(const std::string& text) const {
+    for (const std::string& line : traceSoFar)
+        if (line.find(text) != std::string::npos) return true;
+    return false;
 }
 
 void ScriptPlayer::start() {
@@ -45,6 +67,17 @@ void ScriptPlayer::run() {
                              step.name.c_str());
             }
             break;
+        case platform::ScriptStep::Kind::Menu:
+            if (!actions.chooseMenu || !actions.chooseMenu(step.x, step.y, step.name)) {
+                std::fprintf(stderr, "lorehaven: script line %d: no menu entry %s\n", step.line, step.name.c_str());
+            }
+            timer.start(0);
+            return;
+        case platform::ScriptStep::Kind::Await:
+            if (seen(step.name)) break;
+            awaiting = step.name;
+            awaitLimit.start(120000);
+            return;
         case platform::ScriptStep::Kind::Quit:
             actions.quit(step.exitCode);
             return;

@@ -4,12 +4,14 @@
 // Every step leaves a "script LINE TEXT" line in the trace.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "platform/InputScript.h"
 #include "platform/Scheduler.h"
+#include "platform/Signal.h"
 
 namespace lh::app {
 
@@ -18,6 +20,9 @@ struct ScriptActions {
     std::function<void()> drawPending;                    // a frame of what is dirty
     std::function<bool(const std::string&)> screenshot;   // true when written
     std::function<void(int)> quit;
+    // Opens the menu at the point and chooses the entry the labels name
+    // ('/' between a sub-menu and its entry); false when there is none.
+    std::function<bool(int32_t x, int32_t y, const std::string& labels)> chooseMenu;
 };
 
 class ScriptPlayer {
@@ -29,11 +34,17 @@ public:
 
 private:
     void run();
+    bool seen(const std::string& text) const;
 
     std::vector<platform::ScriptStep> steps;
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
+    // The trace since the start, for "await"; the text awaited, if any.
+    std::vector<std::string> traceSoFar;
+    std::string awaiting;
+    platform::Subscription traceWatch;
+    platform::Timer awaitLimit;
 };
 
 }  // namespace lh::app

@@ -163,6 +163,22 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
         if (name.size() < 4 || !equalsNoCase(std::string_view(name).substr(name.size() - 4), ".png")) name += ".png";
         step.kind = ScriptStep::Kind::Screenshot;
         step.name = name;
+    } else if (verb == "menu") {
+        long x, y;
+        if (w.size() < 4 || !readNumber(w[1], -32768, 32767, x) || !readNumber(w[2], -32768, 32767, y))
+            return "menu needs X Y and the entry's labels";
+        // The labels are the rest of the line: they may hold blanks.
+        size_t at = line.find(w[3], size_t(w[2].data() + w[2].size() - line.data()));
+        step.kind = ScriptStep::Kind::Menu;
+        step.x = int32_t(x);
+        step.y = int32_t(y);
+        step.name = std::string(line.substr(at));
+    } else if (verb == "await") {
+        size_t at = line.find("await") + 5;
+        while (at < line.size() && line[at] == ' ') ++at;
+        if (at >= line.size()) return "await needs a text";
+        step.kind = ScriptStep::Kind::Await;
+        step.name = std::string(line.substr(at));
     } else if (verb == "quit") {
         long code = 0;
         if (w.size() > 2 || (w.size() == 2 && !readNumber(w[1], -255, 255, code))) return "quit takes an exit code";

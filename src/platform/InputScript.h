@@ -15,6 +15,12 @@
 //   text TEXT                  typed text: the rest of the line, UTF-8
 //   wait MS                    let MS milliseconds pass before the next step
 //   screenshot NAME            write NAME.png of the client area
+//   menu X Y LABEL[/LABEL...]  open the menu of what is at X, Y and choose
+//                              the entry by its labels, through sub-menus
+//   await TEXT                 hold the script until a trace line holds TEXT
+//                              (lines since the script's start count); needs
+//                              LOREHAVEN_TRACE; after 120 s the program ends
+//                              with exit code 3
 //   quit CODE                  end the program with this exit code
 //
 // Pure parsing: bytes in, steps out, errors with their line.
@@ -30,14 +36,16 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Screenshot, Quit };
+    enum class Kind { Input, Wait, Screenshot, Quit, Menu, Await };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
     // Input: the events of this step, in order (a click is three).
     std::vector<Event> events;
     uint32_t waitMs = 0;
-    std::string name;     // Screenshot: the file name, ".png" added if missing
+    std::string name;     // Screenshot: the file name, ".png" added if missing;
+                          // Menu: the labels, '/' between them; Await: the text
+    int32_t x = 0, y = 0;  // Menu: where the menu opens
     int exitCode = 0;     // Quit
 };
 

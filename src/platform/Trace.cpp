@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <algorithm>
 #include <string>
 
 #include "platform/Clock.h"
@@ -56,6 +57,12 @@ void trace(const char* format, ...) {
     line += '\n';
     // One write per line keeps lines whole when a watcher reads mid-run.
     std::fwrite(line.data(), 1, line.size(), t.file);
+    traceLines().emit(std::string_view(text, size_t(std::min<int>(n, int(sizeof text) - 1))));
+}
+
+Signal<void(std::string_view)>& traceLines() {
+    static Signal<void(std::string_view)> lines;
+    return lines;
 }
 
 void closeTrace() { traceFile().close(); }

@@ -5,6 +5,10 @@
 // while this one runs. Without the variable every call costs one branch.
 #pragma once
 
+#include <string_view>
+
+#include "platform/Signal.h"
+
 namespace lh::platform {
 
 // True when a trace file is open.
@@ -22,8 +26,14 @@ bool traceOn();
 //                                  peer not yet logged in); BYTES is the body
 //   received TAG BYTES PEER        a message arrived and is being dispatched
 //   record PATH                    a value under this record changed
+//   menu LABEL ID                  a script chose a menu entry
+//   map PATH EVENT                 a map's picture or layer changed here
 //   quit CODE                      the loop ends with this exit code
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Every line as it is written, without its stamp: what the test driver's
+// "await" step watches. Only lines of an open trace are told.
+Signal<void(std::string_view)>& traceLines();
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.
 void closeTrace();

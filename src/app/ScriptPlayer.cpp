@@ -13,6 +13,8 @@ ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
     traceWatch = platform::traceLines().subscribe([this](std::string_view line) {
+        // The script's own lines name what it awaits: they do not count.
+        if (line.substr(0, 7) == "script ") return;
         // A long run keeps only its recent lines.
         if (traceSoFar.size() >= 20000) traceSoFar.erase(traceSoFar.begin(), traceSoFar.begin() + 10000);
         traceSoFar.emplace_back(line);

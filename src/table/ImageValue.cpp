@@ -13,6 +13,7 @@
 #include "net/FileStamp.h"
 #include "net/MessageCatalogue.h"
 #include "platform/Paths.h"
+#include "platform/Trace.h"
 #include "table/LayerFile.h"
 #include "table/MapNetwork.h"
 #include "ui/PictureDecoder.h"
@@ -125,6 +126,10 @@ void ImageValue::setWireState(const db::ImageWireState& state) {
 }
 
 std::string ImageValue::nodePath() const { return node ? node->pathOf() : std::string(); }
+
+void ImageValue::traceEvent(const char* event) const {
+    if (platform::traceOn()) platform::trace("map %s %s", nodePath().c_str(), event);
+}
 
 void ImageValue::Publish() {
     if (node && mapNetwork()) mapNetwork()->publish(*node);
@@ -286,6 +291,7 @@ void ImageValue::FileAnnounced(uint32_t size, uint64_t fileTime) {
     bool same = net::readFileStamp(platform::diskPath(picturePath), local) &&
                 net::sameFile(uint32_t(local.size), local.writeTime, size, net::FileTime::of(fileTime));
     if (same) {
+        traceEvent("same");
         loading = false;
         fetchingPath.clear();
         if (mapNetwork() && node) {
@@ -304,6 +310,7 @@ void ImageValue::FileAnnounced(uint32_t size, uint64_t fileTime) {
     if (mapNetwork() && node && mapNetwork()->fetch(MapFetch::Picture, picturePath, fileTime, nodePath())) {
         loading = true;
         fetchingPath = picturePath;
+        traceEvent("fetch");
     }
     Rebuild();
 }
@@ -311,6 +318,7 @@ void ImageValue::FileAnnounced(uint32_t size, uint64_t fileTime) {
 void ImageValue::OnFileArrived(bool ok) {
     loading = false;
     fetchingPath.clear();
+    traceEvent(ok ? "arrived" : "failed");
     if (!ok) {
         picturePath.clear();
         base = PicturePixels{};
@@ -382,6 +390,7 @@ void ImageValue::CreateMask() {
     if (!mask.reset(width, height, 0)) return;
     if (maskPath.empty()) maskPath = freshLayerName("maskedimages", "%08lx.png");
     Rebuild();
+    traceEvent("masked");
 }
 
 void ImageValue::DeleteMask() {
@@ -418,6 +427,7 @@ void ImageValue::ApplyPolygon(const std::vector<uint32_t>& points) {
     if (!hasMask()) CreateMask();
     render::Rect box = revealPolygon(mask, points);
     Rebuild(&box);
+    traceEvent("polygon");
 }
 
 // Section: drawing.
@@ -457,6 +467,7 @@ void ImageValue::ApplyStroke(const std::vector<StrokePoint>& stroke) {
         DrawSegment(pointX(a.point), pointY(a.point), pointX(b.point), pointY(b.point), a.pressure);
     }
     TellViewers();
+    traceEvent("stroke");
 }
 
 void ImageValue::EraseDrawing(bool fromNetwork) {
@@ -466,6 +477,7 @@ void ImageValue::EraseDrawing(bool fromNetwork) {
     // The path stays; the file goes, or the ink would come back with it.
     removeFile(drawingPath);
     Rebuild();
+    traceEvent("erased");
     if (fromNetwork || !db::isHost() || !mapNetwork() || !node) return;
     net::NetMessage m;
     encodeErased(nodePath(), m);
@@ -502,6 +514,7 @@ bool ImageValue::MergeSnapshot(SnapshotKind kind, const std::vector<uint8_t>& fi
     for (size_t i = 0; i < layer.alpha.size(); ++i) layer.alpha[i] = std::max(layer.alpha[i], incoming.alpha[i]);
     if (kind == SnapshotKind::Drawing) drawingDirty = drawing.bounds();
     Rebuild();
+    traceEvent(kind == SnapshotKind::Mask ? "snapshot mask" : "snapshot drawing");
     return true;
 }
 

@@ -131,6 +131,8 @@ public:
     std::string nodePath() const;
 
 private:
+    // A "map PATH EVENT" line in the trace, for those who watch the run.
+    void traceEvent(const char* event) const;
     struct PendingSnapshot {
         SnapshotKind kind;
         std::vector<uint8_t> bytes;

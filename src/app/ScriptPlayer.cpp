@@ -16,10 +16,14 @@ ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
         // The script's own lines name what it awaits: they do not count.
         if (line.substr(0, 7) == "script ") return;
         // A long run keeps only its recent lines.
-        if (traceSoFar.size() >= 20000) traceSoFar.erase(traceSoFar.begin(), traceSoFar.begin() + 10000);
+        if (traceSoFar.size() >= 20000) {
+            traceSoFar.erase(traceSoFar.begin(), traceSoFar.begin() + 10000);
+            awaitFrom = awaitFrom > 10000 ? awaitFrom - 10000 : 0;
+        }
         traceSoFar.emplace_back(line);
         if (!awaiting.empty() && line.find(awaiting) != std::string_view::npos) {
             awaiting.clear();
+            awaitFrom = traceSoFar.size();
             awaitLimit.stop();
             timer.start(0);
         }
@@ -31,9 +35,12 @@ ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     });
 }
 
-bool ScriptPlayer::seen(const std::string& text) const {
-    for (const std::string& line : traceSoFar)
-        if (line.find(text) != std::string::npos) return true;
+bool ScriptPlayer::seen(const std::string& text) {
+    for (size_t i = awaitFrom; i < traceSoFar.size(); ++i) {
+        if (traceSoFar[i].find(text) == std::string::npos) continue;
+        awaitFrom = i + 1;
+        return true;
+    }
     return false;
 }
 

@@ -34,7 +34,9 @@ public:
 
 private:
     void run();
-    bool seen(const std::string& text) const;
+    // Whether a line holds the text, from the line after the last one an
+    // await took; that line becomes the one taken.
+    bool seen(const std::string& text);
 
     std::vector<platform::ScriptStep> steps;
     ScriptActions actions;
@@ -42,6 +44,7 @@ private:
     platform::Timer timer;
     // The trace since the start, for "await"; the text awaited, if any.
     std::vector<std::string> traceSoFar;
+    size_t awaitFrom = 0;
     std::string awaiting;
     platform::Subscription traceWatch;
     platform::Timer awaitLimit;

@@ -17,10 +17,12 @@
 //   screenshot NAME            write NAME.png of the client area
 //   menu X Y LABEL[/LABEL...]  open the menu of what is at X, Y and choose
 //                              the entry by its labels, through sub-menus
-//   await TEXT                 hold the script until a trace line holds TEXT
-//                              (lines since the script's start count); needs
-//                              LOREHAVEN_TRACE; after 120 s the program ends
-//                              with exit code 3
+//   await TEXT                 hold the script until a trace line holds TEXT;
+//                              lines count from the start, or from after the
+//                              line the last await took, so two awaits of one
+//                              text wait for two lines; the script's own lines
+//                              do not count. Needs LOREHAVEN_TRACE; after
+//                              120 s the program ends with exit code 3
 //   quit CODE                  end the program with this exit code
 //
 // Pure parsing: bytes in, steps out, errors with their line.

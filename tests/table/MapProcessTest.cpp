@@ -143,3 +143,78 @@ TEST(MapProcess, FetchMaskRevealDrawAndAgreeOnBothSides) {
     // The snapshot the client read is gone from "temp".
     EXPECT_TRUE(fs::is_empty(hostDir.path() / "temp"));
 }
+
+TEST(MapProcess, ALateClientGetsSnapshotsAndAKnownFileIsNotFetchedAgain) {
+    TempDir hostDir, clientDir;
+    uint16_t port = lh::test::freeTcpPort();
+    fs::path hostTrace = hostDir.path() / "trace.txt";
+    std::string outline = "down left 300 250\nmove 340 250\nmove 380 250\nmove 380 300\nmove 300 300\nup left 300 300\n";
+    writeFile(hostDir.path() / "host.txt",
+              std::string(kOpenMap) +
+                  "wait 300\n"
+                  "menu 500 400 Layers/Enable Mask\n" +
+                  // Three polygons and a stroke before anybody is there.
+                  outline + "wait 100\n" +
+                  "down left 500 250\nmove 560 250\nmove 560 320\nmove 500 320\nup left 500 320\nwait 100\n"
+                  "down left 300 400\nmove 360 400\nmove 330 460\nup left 330 460\nwait 100\n"
+                  "menu 500 400 Layers/Exit Mask Mode\n"
+                  "menu 500 400 Enter Drawing Mode\n"
+                  "down left 280 540\nmove 400 545\nmove 600 550\nup left 600 550\n"
+                  "await received IDLSQ\n"
+                  "menu 500 400 Share Sheet\n"
+                  "await received IMSAQ\n"
+                  "await received IMSAQ\n"
+                  "menu 500 400 Layers/Erase Drawing Layer\n"
+                  "wait 500\n"
+                  "menu 500 400 Close For All\n"
+                  // The client comes back; the map opens again without its ink.
+                  "await received IDLSQ\n" +
+                  kOpenMap +
+                  "wait 300\n"
+                  "menu 500 400 Share Sheet\n"
+                  "await received IMGAR\n"
+                  "screenshot host\n"
+                  "menu 500 400 Close For All\n"
+                  "wait 2000\n"
+                  "quit 0\n");
+    writeFile(clientDir.path() / "client.txt", "await window closed imagewindow\nquit 0\n");
+    ChildProcess host(program(),
+                      {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
+                       "p" + std::to_string(port), "--script", (hostDir.path() / "host.txt").string()},
+                      {"LOREHAVEN_TRACE=" + hostTrace.string()});
+    waitUntilListening(hostTrace, host);
+    ASSERT_TRUE(waitForFile(hostTrace, "window opened imagewindow", host)) << host.errors();
+    std::vector<std::string> join = {"--workdir", clientDir.str(), "--join", "127.0.0.1", "--user", "Ann",
+                                     "p" + std::to_string(port), "--script",
+                                     (clientDir.path() / "client.txt").string()};
+    for (const char* run : {"first.txt", "second.txt"}) {
+        fs::path trace = clientDir.path() / run;
+        ChildProcess client(program(), join, {"LOREHAVEN_TRACE=" + trace.string()});
+        EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(trace);
+    }
+    EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
+
+    // The first run got the three polygons and the ink by snapshot, not as
+    // messages, and the erase as a message.
+    std::string first = readFile(clientDir.path() / "first.txt");
+    EXPECT_NE(first.find("map image.00001.image fetch"), std::string::npos);
+    EXPECT_NE(first.find("map image.00001.image snapshot mask"), std::string::npos);
+    EXPECT_NE(first.find("map image.00001.image snapshot drawing"), std::string::npos);
+    EXPECT_EQ(first.find("map image.00001.image polygon"), std::string::npos);
+    EXPECT_NE(first.find("map image.00001.image erased"), std::string::npos);
+    // The second run had the file: same size and time, nothing fetched.
+    std::string second = readFile(clientDir.path() / "second.txt");
+    EXPECT_NE(second.find("map image.00001.image same"), std::string::npos);
+    EXPECT_EQ(second.find("map image.00001.image fetch"), std::string::npos);
+
+    // Snapshots are gone once read; the erased drawing stayed erased on
+    // the host and has no file on either side.
+    EXPECT_TRUE(fs::is_empty(hostDir.path() / "temp"));
+    std::error_code ec;
+    EXPECT_TRUE(!fs::exists(hostDir.path() / "campaigns/Saga/drawings") ||
+                fs::is_empty(hostDir.path() / "campaigns/Saga/drawings", ec));
+    EXPECT_TRUE(!fs::exists(clientDir.path() / "campaigns/Saga/drawings") ||
+                fs::is_empty(clientDir.path() / "campaigns/Saga/drawings", ec));
+    auto h = screenshot(hostDir.path() / "host.png");
+    EXPECT_GT(at(h, 400, 545) & 0xFF, 0x40u);  // no ink where the stroke was
+}

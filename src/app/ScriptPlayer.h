@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string_view>
 #include <string>
 #include <vector>
 
@@ -34,20 +35,17 @@ public:
 
 private:
     void run();
-    // Whether a line holds the text, from the line after the last one an
-    // await took; that line becomes the one taken.
-    bool seen(const std::string& text);
 
     std::vector<platform::ScriptStep> steps;
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
-    // The trace since the start, for "await"; the text awaited, if any.
-    std::vector<std::string> traceSoFar;
-    size_t awaitFrom = 0;
-    std::string awaiting;
+    // What the program has traced since the script began, for "await"; the
+    // text awaited now, empty when none.
+    std::vector<std::string> traced;
+    size_t awaitFrom = 0;  // lines before this one were taken by an await
+    std::string awaited;
     platform::Subscription traceWatch;
-    platform::Timer awaitLimit;
 };
 
 }  // namespace lh::app

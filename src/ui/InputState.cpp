@@ -16,11 +16,12 @@ void objectDying(DesktopObject* object) {
     InputState& s = inputState();
     if (s.hoverTarget == object) s.hoverTarget = nullptr;
     if (s.mouseCapture == object) {
+        if (s.menuOpen) s.menuOrphaned = true;
         s.mouseCapture = nullptr;
         s.dragging = false;
     }
     if (s.dragSource == object) s.dragSource = nullptr;
-    if (s.menuOwner == object) s.menuOwner = nullptr;
+    if (s.pointerWindow == object) s.pointerWindow = nullptr;
     for (std::vector<DesktopObject*>* list : s.targetLists) {
         list->erase(std::remove(list->begin(), list->end(), object), list->end());
     }

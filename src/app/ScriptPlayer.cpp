@@ -11,6 +11,31 @@ namespace lh::app {
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
+    untilTimeout.setHandler([this] {
+        std::fprintf(stderr, "lorehaven: script: no trace line \"%s\" came\n", awaited.c_str());
+        awaited.clear();
+        actions.quit(3);
+    });
+    listening = platform::traceLines().subscribe([this](std::string_view line) { heard(line); });
+}
+
+void ScriptPlayer::heard(std::string_view line) {
+    // The script's own lines quote what they wait for.
+    if (line.substr(0, 7) == "script ") return;
+    constexpr size_t kKeptLines = 4096;
+    if (heardLines.size() >= kKeptLines) heardLines.erase(heardLines.begin(), heardLines.begin() + kKeptLines / 2);
+    heardLines.emplace_back(line);
+    if (!awaited.empty() && line.find(awaited) != std::string_view::npos) {
+        awaited.clear();
+        untilTimeout.stop();
+        timer.start(0);
+    }
+}
+
+bool ScriptPlayer::wasHeard(const std::string& text) const {
+    for (const std::string& line : heardLines)
+        if (line.find(text) != std::string::npos) return true;
+    return false;
 }
 
 void ScriptPlayer::start() {
@@ -37,6 +62,11 @@ void ScriptPlayer::run() {
             } else {
                 timer.start(step.waitMs);
             }
+            return;
+        case platform::ScriptStep::Kind::Until:
+            if (wasHeard(step.name)) break;
+            awaited = step.name;
+            untilTimeout.start(kUntilTimeoutMs);
             return;
         case platform::ScriptStep::Kind::Screenshot:
             actions.drawPending();

@@ -6,10 +6,12 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/InputScript.h"
 #include "platform/Scheduler.h"
+#include "platform/Signal.h"
 
 namespace lh::app {
 
@@ -27,13 +29,25 @@ public:
     void start();
     bool finished() const { return next >= steps.size(); }
 
+    // How long an "until" step waits for its trace line before the program
+    // ends with exit code 3.
+    static constexpr uint32_t kUntilTimeoutMs = 60000;
+
 private:
     void run();
+    void heard(std::string_view line);
+    bool wasHeard(const std::string& text) const;
 
     std::vector<platform::ScriptStep> steps;
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
+    platform::Timer untilTimeout;
+    // The trace lines written so far (the newest few thousand), and the text
+    // an "until" step waits for.
+    std::vector<std::string> heardLines;
+    std::string awaited;
+    platform::Subscription listening;
 };
 
 }  // namespace lh::app

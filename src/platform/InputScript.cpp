@@ -155,6 +155,12 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
         if (w.size() != 2 || !readNumber(w[1], 0, 86400000, ms)) return "wait needs milliseconds";
         step.kind = ScriptStep::Kind::Wait;
         step.waitMs = uint32_t(ms);
+    } else if (verb == "until") {
+        // The rest of the line, blanks and all, as the trace writes it.
+        size_t at = line.find_first_not_of(" \t", 5);
+        if (at == std::string_view::npos) return "until needs the text of a trace line";
+        step.kind = ScriptStep::Kind::Until;
+        step.name = std::string(line.substr(at));
     } else if (verb == "screenshot") {
         if (w.size() != 2) return "screenshot needs one file name";
         std::string name(w[1]);

@@ -36,6 +36,11 @@ TraceFile& traceFile() {
 
 }  // namespace
 
+Signal<void(std::string_view)>& traceLines() {
+    static Signal<void(std::string_view)> signal;
+    return signal;
+}
+
 bool traceOn() { return traceFile().file != nullptr; }
 
 void trace(const char* format, ...) {
@@ -47,6 +52,7 @@ void trace(const char* format, ...) {
     int n = std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
     if (n < 0) return;
+    traceLines().emit(std::string_view(text, size_t(n) < sizeof text ? size_t(n) : sizeof text - 1));
     std::string line = std::to_string(nowMs());
     line += ' ';
     for (const char* p = text; *p; ++p) {

@@ -5,6 +5,10 @@
 // while this one runs. Without the variable every call costs one branch.
 #pragma once
 
+#include <string_view>
+
+#include "platform/Signal.h"
+
 namespace lh::platform {
 
 // True when a trace file is open.
@@ -24,6 +28,9 @@ bool traceOn();
 //   record PATH                    a value under this record changed
 //   quit CODE                      the loop ends with this exit code
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Every line as it is written (without its stamp), for the script's "until".
+Signal<void(std::string_view)>& traceLines();
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.
 void closeTrace();

@@ -22,9 +22,6 @@ ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
 void ScriptPlayer::heard(std::string_view line) {
     // The script's own lines quote what they wait for.
     if (line.substr(0, 7) == "script ") return;
-    constexpr size_t kKeptLines = 4096;
-    if (heardLines.size() >= kKeptLines) heardLines.erase(heardLines.begin(), heardLines.begin() + kKeptLines / 2);
-    heardLines.emplace_back(line);
     if (!awaited.empty() && line.find(awaited) != std::string_view::npos) {
         awaited.clear();
         untilTimeout.stop();
@@ -32,11 +29,7 @@ void ScriptPlayer::heard(std::string_view line) {
     }
 }
 
-bool ScriptPlayer::wasHeard(const std::string& text) const {
-    for (const std::string& line : heardLines)
-        if (line.find(text) != std::string::npos) return true;
-    return false;
-}
+
 
 void ScriptPlayer::start() {
     if (!steps.empty()) timer.start(0);
@@ -64,7 +57,7 @@ void ScriptPlayer::run() {
             }
             return;
         case platform::ScriptStep::Kind::Until:
-            if (wasHeard(step.name)) break;
+            if (platform::traceHasLine(step.name)) break;
             awaited = step.name;
             untilTimeout.start(kUntilTimeoutMs);
             return;

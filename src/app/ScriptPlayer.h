@@ -36,17 +36,13 @@ public:
 private:
     void run();
     void heard(std::string_view line);
-    bool wasHeard(const std::string& text) const;
 
     std::vector<platform::ScriptStep> steps;
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
     platform::Timer untilTimeout;
-    // The trace lines written so far (the newest few thousand), and the text
-    // an "until" step waits for.
-    std::vector<std::string> heardLines;
-    std::string awaited;
+    std::string awaited;  // the text an "until" step waits for
     platform::Subscription listening;
 };
 

@@ -375,6 +375,7 @@ void IdentitySelection::answer(bool accepted) {
     const std::string chosen = pendingRow->name;
     pendingRow.reset();
     if (!accepted) {
+        platform::trace("identity refused %s", chosen.c_str());
         bool found = false;
         for (IdentityRow& r : rows) {
             if (r.name == chosen) r.rejected = found = true;

@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <string>
 
 #include "platform/Clock.h"
@@ -14,6 +15,7 @@ namespace {
 
 struct TraceFile {
     std::FILE* file = nullptr;
+    std::deque<std::string> recent;  // for traceHasLine
 
     TraceFile() {
         const char* path = std::getenv("LOREHAVEN_TRACE");
@@ -41,6 +43,12 @@ Signal<void(std::string_view)>& traceLines() {
     return signal;
 }
 
+bool traceHasLine(std::string_view text) {
+    for (const std::string& line : traceFile().recent)
+        if (line.find(text) != std::string::npos) return true;
+    return false;
+}
+
 bool traceOn() { return traceFile().file != nullptr; }
 
 void trace(const char* format, ...) {
@@ -52,7 +60,13 @@ void trace(const char* format, ...) {
     int n = std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
     if (n < 0) return;
-    traceLines().emit(std::string_view(text, size_t(n) < sizeof text ? size_t(n) : sizeof text - 1));
+    const std::string_view written(text, size_t(n) < sizeof text ? size_t(n) : sizeof text - 1);
+    if (written.substr(0, 7) != "script ") {
+        constexpr size_t kKeptLines = 4096;
+        if (t.recent.size() >= kKeptLines) t.recent.pop_front();
+        t.recent.emplace_back(written);
+    }
+    traceLines().emit(written);
     std::string line = std::to_string(nowMs());
     line += ' ';
     for (const char* p = text; *p; ++p) {

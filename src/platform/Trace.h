@@ -31,6 +31,9 @@ void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Every line as it is written (without its stamp), for the script's "until".
 Signal<void(std::string_view)>& traceLines();
+// True when a line written so far (the newest few thousand, without their
+// stamps) holds `text`; the script's own lines do not count.
+bool traceHasLine(std::string_view text);
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.
 void closeTrace();

@@ -162,10 +162,11 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
             if (e.text[0]) step.events.push_back(e);
             i += n;
         }
-    } else if (verb == "await") {
-        size_t at = line.find("await") + 5;
+    } else if (verb == "await" || verb == "until") {
+        // The rest of the line, blanks and all, as the trace writes it.
+        size_t at = line.find(verb) + verb.size();
         while (at < line.size() && (line[at] == ' ' || line[at] == '\t')) ++at;
-        if (at >= line.size()) return "await needs the text of a trace line";
+        if (at >= line.size()) return std::string(verb) + " needs the text of a trace line";
         step.kind = ScriptStep::Kind::Await;
         step.name = std::string(line.substr(at));
     } else if (verb == "wait") {

@@ -266,6 +266,15 @@ bool waitEvent(Event& event, int timeoutMs) {
     }
 }
 
+std::string clipboardText() {
+    if (!SDL_HasClipboardText()) return {};
+    char* utf8 = SDL_GetClipboardText();
+    if (!utf8) return {};
+    std::string text = utf8ToWindows1252(utf8);
+    SDL_free(utf8);
+    return text;
+}
+
 void messageBox(const std::string& title, const std::string& text, BoxIcon icon) {
     if (isHeadless() || !initialized) {
         std::fprintf(stderr, "%s: %s\n", title.c_str(), text.c_str());

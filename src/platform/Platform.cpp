@@ -63,8 +63,15 @@ bool translate(const SDL_Event& in, Event& out) {
         return true;
     case SDL_TEXTINPUT:
         out.type = EventType::Char;
-        utf8ToWindows1252(in.text.text, out.text, sizeof out.text);
-        return out.text[0] != 0;
+    {
+        // Typed characters that the 8-bit text has no place for are dropped
+        // whole; the converted text is never longer than the typed one.
+        std::string typed = typedTextToWindows1252(in.text.text);
+        size_t n = std::min(typed.size(), sizeof out.text - 1);
+        std::memcpy(out.text, typed.data(), n);
+        out.text[n] = 0;
+        return n != 0;
+    }
     case SDL_MOUSEMOTION:
         out.type = EventType::MouseMove;
         out.x = in.motion.x;

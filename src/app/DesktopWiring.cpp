@@ -12,7 +12,10 @@
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopObject.h"
+#include "ui/DesktopToken.h"
+#include "ui/DragImage.h"
 #include "ui/FrameLayers.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/SessionWindowPort.h"
 #include "ui/Subsystems.h"
 
@@ -50,6 +53,11 @@ uint32_t mouseFlags(const platform::Event& e) {
     return flags;
 }
 
+int controlCharacterOfKey(int key) {
+    constexpr int kBack = 0x08, kTab = 0x09, kReturn = 0x0D, kEscape = 0x1B;
+    return key == kBack || key == kTab || key == kReturn || key == kEscape ? key : 0;
+}
+
 // The shortcut mask: 2 control, 1 alt, 4 shift.
 int shortcutModifiers(uint16_t modifiers) {
     int mask = 0;
@@ -71,6 +79,10 @@ void startDesktop(db::SessionMode mode, int clientWidth, int clientHeight) {
     }
     static platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [](render::RenderContext& context) {
         ui::desktop().Draw(context, context.ClipRect());
+    });
+    static platform::Subscription tokens = ui::drawOnFrameStep(ui::FrameStep::DesktopTokens, ui::drawDesktopTokens);
+    static platform::Subscription dragImage = ui::drawOnFrameStep(ui::FrameStep::DragImage, [](render::RenderContext& context) {
+        ui::drawDragImage(ui::desktop(), context);
     });
     bool online = mode != db::SessionMode::LocalCharacters && hasSession();
     ui::startSubsystems({mode, desk, online ? &session() : nullptr, online ? db::replication() : nullptr});
@@ -106,10 +118,16 @@ void routeDesktopInput(const platform::Event& e) {
         break;
     case EventType::KeyDown:
         heldModifiers |= modifierOfKey(e.keyCode);
-        desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode);
+        ui::setModifierKeys(shortcutModifiers(e.modifiers | heldModifiers));
+        if (!desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode)) {
+            // The keys that type a character of their own without giving
+            // text: backspace, tab, return and escape.
+            if (int c = controlCharacterOfKey(e.keyCode)) desk.Char(c, e.scanCode);
+        }
         break;
     case EventType::KeyUp:
         heldModifiers &= uint16_t(~modifierOfKey(e.keyCode));
+        ui::setModifierKeys(shortcutModifiers(heldModifiers));
         break;
     case EventType::Char:
         for (const char* c = e.text; *c; ++c) desk.Char(static_cast<unsigned char>(*c), 0);

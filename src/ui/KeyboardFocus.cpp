@@ -8,6 +8,7 @@ namespace lh::ui {
 namespace {
 KeyboardTarget* focus = nullptr;
 KeyboardTarget* fallback = nullptr;
+int modifiers = 0;
 }  // namespace
 
 KeyboardTarget::~KeyboardTarget() {
@@ -35,5 +36,8 @@ KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target) {
 void setFallbackKeyboardTarget(KeyboardTarget* target) { fallback = target; }
 KeyboardTarget* fallbackKeyboardTarget() { return fallback; }
 void focusFallback() { SetKeyboardFocus(fallback); }
+
+int modifierKeys() { return modifiers; }
+void setModifierKeys(int mask) { modifiers = mask; }
 
 }  // namespace lh::ui

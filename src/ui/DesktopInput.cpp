@@ -6,6 +6,7 @@
 #include "render/GraphicsDevice.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopObject.h"
+#include "ui/DragImage.h"
 #include "ui/InputState.h"
 #include "ui/KeyboardFocus.h"
 #include "ui/MenuModel.h"
@@ -31,7 +32,7 @@ void Desktop::MousePress(int message, uint32_t flags, int32_t x, int32_t y) {
             s.mouseCapture->CancelDrag();
             s.mouseCapture = nullptr;
             s.dragging = false;
-            dragPayload = {};
+            dragEnded(*this);
         }
         s.pointerArmed = false;
         s.pointerKind = 0;
@@ -89,13 +90,16 @@ void Desktop::MouseRelease(int message, uint32_t flags, int32_t x, int32_t y) {
     }
     // A drag ends: the drop goes to the object under the mouse or one of
     // its owners, then the source hears the release.
+    bool taken = false;
     for (DesktopObject* o = HitTestAll(x, y); o && s.mouseCapture; o = o->owner) {
-        if (o == capture) break;
-        if (o->MouseDrop(message, flags, position, capture)) break;
+        if (o == capture || o->MouseDrop(message, flags, position, capture)) {
+            taken = true;
+            break;
+        }
     }
+    if (!taken && s.mouseCapture && currentDragKind(*this)) dropOnBareDesktop(*this, flags, x, y, capture);
     if (s.mouseCapture) s.mouseCapture->MouseDrag(message, flags, s.pressPosition, position);
-    dragPayload = {};
-    s.dragSource = nullptr;
+    dragEnded(*this);
     s.dragging = false;
     s.mouseCapture = nullptr;
     CollectClosed();
@@ -105,6 +109,7 @@ void Desktop::MouseMove(uint32_t flags, int32_t x, int32_t y) {
     InputState& s = inputState();
     s.buttons = flags;
     s.lastMousePosition = mouse::pack(x, y);
+    if (s.dragSource) dragMoved(*this, x, y);
     const uint32_t position = mouse::pack(x, y);
     if (!s.dragging && !activeMenu) {
         DesktopObject* hit = HitTestAll(x, y);
@@ -196,6 +201,7 @@ void Desktop::ChooseMenu(int id) {
 void Desktop::BeginDrag(DesktopObject& source, const DragPayload& payload) {
     inputState().dragSource = &source;
     dragPayload = payload;
+    dragStarted(*this);
 }
 
 }  // namespace lh::ui

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "platform/Cursor.h"
+#include "render/GraphicsDevice.h"
 #include "ui/DesktopObject.h"
 
 namespace lh::ui {
@@ -19,7 +21,12 @@ void objectDying(DesktopObject* object) {
         s.mouseCapture = nullptr;
         s.dragging = false;
     }
-    if (s.dragSource == object) s.dragSource = nullptr;
+    if (s.dragSource == object) {
+        // The drag dies with its source: no drop, no picture.
+        s.dragSource = nullptr;
+        render::GraphicsDevice::Get().Invalidate(nullptr);
+        platform::setCursor(platform::kCursorDefault);
+    }
     if (s.menuOwner == object) s.menuOwner = nullptr;
     for (std::vector<DesktopObject*>* list : s.targetLists) {
         list->erase(std::remove(list->begin(), list->end(), object), list->end());

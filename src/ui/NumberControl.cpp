@@ -310,7 +310,9 @@ void NumberControl::CancelDrag() {
 }
 
 int NumberControl::MouseDrop(int, uint32_t flags, uint32_t, DesktopObject* source) {
-    if (!droppable || !source || !mayEdit()) return 0;
+    // Only a drag that was begun drops: the end of a middle drag over this
+    // field is none.
+    if (!droppable || !source || !currentDragKind(window->desktop()) || !mayEdit()) return 0;
     DragPayload p;
     source->GetDragData(p);
     db::IntValue& v = value();

@@ -8,9 +8,20 @@
 
 namespace lh::app {
 
+namespace {
+
+// An await looks at the trace this often, and gives up after this long.
+constexpr uint32_t kAwaitPollMs = 30;
+constexpr uint64_t kAwaitLimitMs = 60000;
+
+}  // namespace
+
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
+    for (const platform::ScriptStep& step : steps) {
+        if (step.kind == platform::ScriptStep::Kind::Await) platform::rememberTrace();
+    }
 }
 
 void ScriptPlayer::start() {
@@ -21,7 +32,30 @@ void ScriptPlayer::start() {
 // loop draws between them as it would between real events.
 void ScriptPlayer::run() {
     while (next < steps.size()) {
-        const platform::ScriptStep& step = steps[next++];
+        const platform::ScriptStep& step = steps[next];
+        if (step.kind == platform::ScriptStep::Kind::Await) {
+            // Waits for the line on the real clock, whatever the script's
+            // clock does; the step's own trace line comes once, at its start.
+            if (!awaiting) {
+                platform::trace("script %d %s", step.line, step.source.c_str());
+                awaiting = true;
+                awaitStart = std::chrono::steady_clock::now();
+            }
+            if (!platform::traceHas(step.name)) {
+                if (std::chrono::steady_clock::now() - awaitStart > std::chrono::milliseconds(kAwaitLimitMs)) {
+                    std::fprintf(stderr, "lorehaven: script line %d: no trace line holds \"%s\"\n", step.line,
+                                 step.name.c_str());
+                    actions.quit(1);
+                    return;
+                }
+                timer.start(kAwaitPollMs);
+                return;
+            }
+            awaiting = false;
+            ++next;
+            continue;
+        }
+        ++next;
         platform::trace("script %d %s", step.line, step.source.c_str());
         switch (step.kind) {
         case platform::ScriptStep::Kind::Input:
@@ -48,6 +82,7 @@ void ScriptPlayer::run() {
         case platform::ScriptStep::Kind::Quit:
             actions.quit(step.exitCode);
             return;
+        case platform::ScriptStep::Kind::Await: break;
         }
     }
 }

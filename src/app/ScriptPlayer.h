@@ -4,6 +4,7 @@
 // Every step leaves a "script LINE TEXT" line in the trace.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -34,6 +35,8 @@ private:
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
+    bool awaiting = false;  // an await step is waiting for its line
+    std::chrono::steady_clock::time_point awaitStart;
 };
 
 }  // namespace lh::app

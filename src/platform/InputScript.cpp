@@ -166,6 +166,13 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
         if (name.size() < 4 || !equalsNoCase(std::string_view(name).substr(name.size() - 4), ".png")) name += ".png";
         step.kind = ScriptStep::Kind::Screenshot;
         step.name = name;
+    } else if (verb == "await") {
+        size_t at = line.find("await") + 5;
+        if (at < line.size()) ++at;
+        std::string_view piece = line.substr(std::min(at, line.size()));
+        if (piece.empty()) return "await needs the text of a trace line";
+        step.kind = ScriptStep::Kind::Await;
+        step.name = std::string(piece);
     } else if (verb == "quit") {
         long code = 0;
         if (w.size() > 2 || (w.size() == 2 && !readNumber(w[1], -255, 255, code))) return "quit takes an exit code";

@@ -30,14 +30,15 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Screenshot, Quit };
+    enum class Kind { Input, Wait, Screenshot, Quit, Await };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
     // Input: the events of this step, in order (a click is three).
     std::vector<Event> events;
     uint32_t waitMs = 0;
-    std::string name;     // Screenshot: the file name, ".png" added if missing
+    std::string name;     // Screenshot: the file name, ".png" added if missing;
+                          // Await: the text a trace line must hold
     int exitCode = 0;     // Quit
 };
 

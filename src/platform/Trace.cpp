@@ -14,6 +14,8 @@ namespace {
 
 struct TraceFile {
     std::FILE* file = nullptr;
+    bool remember = false;
+    std::string kept;  // the remembered lines, without their stamps
 
     TraceFile() {
         const char* path = std::getenv("LOREHAVEN_TRACE");
@@ -40,7 +42,7 @@ bool traceOn() { return traceFile().file != nullptr; }
 
 void trace(const char* format, ...) {
     TraceFile& t = traceFile();
-    if (!t.file) return;
+    if (!t.file && !t.remember) return;
     char text[2048];
     va_list args;
     va_start(args, format);
@@ -54,10 +56,18 @@ void trace(const char* format, ...) {
         else line += *p;
     }
     line += '\n';
+    if (t.remember && std::string_view(text).substr(0, 7) != "script ") {
+        t.kept.append(text);
+        t.kept += '\n';
+    }
     // One write per line keeps lines whole when a watcher reads mid-run.
-    std::fwrite(line.data(), 1, line.size(), t.file);
+    if (t.file) std::fwrite(line.data(), 1, line.size(), t.file);
 }
 
 void closeTrace() { traceFile().close(); }
+
+void rememberTrace() { traceFile().remember = true; }
+
+bool traceHas(std::string_view piece) { return traceFile().kept.find(piece) != std::string::npos; }
 
 }  // namespace lh::platform

@@ -5,6 +5,8 @@
 // while this one runs. Without the variable every call costs one branch.
 #pragma once
 
+#include <string_view>
+
 namespace lh::platform {
 
 // True when a trace file is open.
@@ -27,5 +29,11 @@ void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.
 void closeTrace();
+
+// From now on the lines are also kept in memory (with or without a file),
+// all but the script's own step lines, so that a script can wait for one.
+void rememberTrace();
+// True when a kept line holds `piece`.
+bool traceHas(std::string_view piece);
 
 }  // namespace lh::platform

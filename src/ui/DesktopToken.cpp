@@ -3,12 +3,12 @@
 
 #include <algorithm>
 
-#include "platform/Cursor.h"
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DragImage.h"
+#include "ui/InputState.h"
 #include "ui/Lights.h"
 
 namespace lh::ui {
@@ -89,7 +89,7 @@ int DesktopToken::GetDragData(DragPayload& payload) {
 
 void DesktopToken::HoverChanged(bool entered) {
     DesktopObject::HoverChanged(entered);
-    platform::setCursor(entered ? platform::kCursorDraggable : platform::kCursorDefault);
+    setDesktopCursor(entered ? cursor::kDraggable : cursor::kDefault);
 }
 
 void DesktopToken::Draw(render::RenderContext& context) {

@@ -4,11 +4,11 @@
 
 #include <cstdio>
 
-#include "platform/Cursor.h"
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
 #include "ui/DesktopToken.h"
 #include "ui/InputState.h"
 #include "ui/KeyboardFocus.h"
@@ -32,6 +32,11 @@ bool controlHeld() { return (modifierKeys() & kModControl) != 0; }
 RulesetFont* imageFont() { return findFont("diemod"); }
 
 }  // namespace
+
+void setDesktopCursor(int id) {
+    inputState().cursor = id;
+    if (DesktopShell* shell = desktopShell()) shell->setCursor(id);
+}
 
 int currentDragKind(const Desktop& desktop) {
     // A drag is under way while its source lives; a source that died took
@@ -73,7 +78,7 @@ render::Rect dragImageRect(const DragPayload& payload, int32_t x, int32_t y, boo
 
 void dragStarted(Desktop& desktop) {
     render::GraphicsDevice::Get().Invalidate(nullptr);
-    if (desktop.dragPayload.kind != kDragNothing) platform::setCursor(platform::kCursorCarrying);
+    lastArea = {};
     const uint32_t at = inputState().lastMousePosition;
     dragMoved(desktop, mouse::xOf(at), mouse::yOf(at));
 }
@@ -89,16 +94,6 @@ void dragMoved(Desktop& desktop, int32_t x, int32_t y) {
     }
     lastArea = {r.left - kHoverMargin, r.top - kHoverMargin, r.right + kHoverMargin, r.bottom + kHoverMargin};
     device.Invalidate(&lastArea);
-}
-
-void dragEnded(Desktop& desktop) {
-    render::GraphicsDevice& device = render::GraphicsDevice::Get();
-    if (!lastArea.isEmpty()) device.Invalidate(&lastArea);
-    lastArea = {};
-    desktop.dragPayload = {};
-    inputState().dragSource = nullptr;
-    platform::setCursor(platform::kCursorDefault);
-    device.Invalidate(nullptr);
 }
 
 const render::Rect& lastDragImageArea() { return lastArea; }
@@ -122,30 +117,32 @@ void drawDragImage(const Desktop& desktop, render::RenderContext& context) {
     }
 }
 
-void dropOnBareDesktop(Desktop& desktop, uint32_t, int32_t x, int32_t y, DesktopObject* source) {
-    if (!source) return;
+int dropOnBareDesktop(Desktop& desktop, uint32_t, int32_t x, int32_t y, DesktopObject* source) {
+    if (!source) return 0;
     DragPayload p;
-    if (!source->GetDragData(p)) return;
+    if (!source->GetDragData(p)) return 0;
     if (p.kind == kDragToken) {
         if (p.icon && !p.icon->IsEmpty()) placeDesktopToken(desktop, *p.icon, p.tokenPath, x, y);
-        return;
+        return 1;
     }
-    if (p.kind != kDragWindowLink || p.className.empty()) return;
+    if (p.kind != kDragWindowLink) return 0;
+    if (p.className.empty()) return 1;
     const uint32_t point = mouse::pack(x, y);
     Window* w = desktop.Find(p.className, p.recordName);
     if (w) {
-        if (!w->windowClass.canMinimize) return;
+        if (!w->windowClass.canMinimize) return 1;
         w->ToggleMinimize(&point);
     } else {
         const WindowClass* cls = findWindowClass(p.className);
-        if (!cls) return;
+        if (!cls) return 1;
         w = desktop.OpenWindow(*cls, p.recordName);
-        if (!w) return;
+        if (!w) return 1;
     }
-    if (w->windowClass.desktopWindow) return;
+    if (w->windowClass.desktopWindow) return 1;
     // Centred on the point, whether it shows as a sheet or as its icon.
     const int32_t cx = (w->rect.left + w->rect.right) / 2, cy = (w->rect.top + w->rect.bottom) / 2;
     w->MoveBy(x - cx, y - cy);
+    return 1;
 }
 
 }  // namespace lh::ui

@@ -23,6 +23,10 @@ namespace lh::ui {
 class Desktop;
 class DesktopObject;
 
+// Shows a cursor (155 default, 156 over what can be picked up, 157 while
+// dragging) through the main window, and keeps it in the input state.
+void setDesktopCursor(int id);
+
 // The kind of the drag under way on this Desktop; 0 when none runs.
 int currentDragKind(const Desktop& desktop);
 
@@ -33,10 +37,11 @@ std::string dragImageText(const DragPayload& payload, bool negate);
 // The picture's rectangle centred on (x, y); empty for kind 0.
 render::Rect dragImageRect(const DragPayload& payload, int32_t x, int32_t y, bool negate);
 
-// The routing tells the picture where the drag stands.
+// The routing tells the picture where the drag stands: at the start the
+// whole client area is dirty (droppable fields show that they would take
+// it), then at each move the picture's old and new rectangles.
 void dragStarted(Desktop& desktop);
 void dragMoved(Desktop& desktop, int32_t x, int32_t y);
-void dragEnded(Desktop& desktop);
 // The rectangle last marked dirty for the picture (grown by 50 pixels).
 const render::Rect& lastDragImageArea();
 
@@ -45,7 +50,8 @@ void drawDragImage(const Desktop& desktop, render::RenderContext& context);
 
 // A drop that no object took. A token becomes a DesktopToken at the point;
 // a window link opens its window there, or minimizes or restores it when
-// it is open and can be minimized. Other kinds are ignored.
-void dropOnBareDesktop(Desktop& desktop, uint32_t flags, int32_t x, int32_t y, DesktopObject* source);
+// it is open and can be minimized. Other kinds are ignored. Answers 1 when
+// the drop was one of these two kinds.
+int dropOnBareDesktop(Desktop& desktop, uint32_t flags, int32_t x, int32_t y, DesktopObject* source);
 
 }  // namespace lh::ui

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "platform/Cursor.h"
 #include "render/GraphicsDevice.h"
 #include "ui/DesktopObject.h"
+#include "ui/DragImage.h"
 
 namespace lh::ui {
 
@@ -25,9 +25,9 @@ void objectDying(DesktopObject* object) {
         // The drag dies with its source: no drop, no picture.
         s.dragSource = nullptr;
         render::GraphicsDevice::Get().Invalidate(nullptr);
-        platform::setCursor(platform::kCursorDefault);
+        if (s.cursor == cursor::kCarrying && !s.carryingDie) setDesktopCursor(cursor::kDefault);
     }
-    if (s.menuOwner == object) s.menuOwner = nullptr;
+    if (s.pointerWindow == object) s.pointerWindow = nullptr;
     for (std::vector<DesktopObject*>* list : s.targetLists) {
         list->erase(std::remove(list->begin(), list->end(), object), list->end());
     }

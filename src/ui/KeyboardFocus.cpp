@@ -2,13 +2,13 @@
 #include "ui/KeyboardFocus.h"
 
 #include "render/GraphicsDevice.h"
+#include "ui/InputState.h"
 
 namespace lh::ui {
 
 namespace {
 KeyboardTarget* focus = nullptr;
 KeyboardTarget* fallback = nullptr;
-int modifiers = 0;
 }  // namespace
 
 KeyboardTarget::~KeyboardTarget() {
@@ -37,7 +37,7 @@ void setFallbackKeyboardTarget(KeyboardTarget* target) { fallback = target; }
 KeyboardTarget* fallbackKeyboardTarget() { return fallback; }
 void focusFallback() { SetKeyboardFocus(fallback); }
 
-int modifierKeys() { return modifiers; }
-void setModifierKeys(int mask) { modifiers = mask; }
+int modifierKeys() { return inputState().modifiers; }
+void setModifierKeys(int mask) { inputState().modifiers = mask; }
 
 }  // namespace lh::ui

@@ -28,7 +28,7 @@ KeyboardTarget* fallbackKeyboardTarget();
 // SetKeyboardFocus(fallback).
 void focusFallback();
 
-// The modifier keys held now, as the platform's handler saw them: 2
+// The modifier keys held now, as the Desktop's key routing saw them: 2
 // control, 1 alt, 4 shift. Key handlers that care (word moves, the
 // clipboard, the tab direction, a negated number under the mouse) ask here.
 constexpr int kModControl = 2, kModAlt = 1, kModShift = 4;

@@ -12,10 +12,10 @@
 #include "db/IntValue.h"
 #include "db/StringValue.h"
 #include "platform/Clock.h"
-#include "platform/Cursor.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DragImage.h"
+#include "ui/InputState.h"
 #include "ui/Lights.h"
 #include "ui/RulesetData.h"
 #include "ui/RulesetXml.h"
@@ -342,7 +342,7 @@ int NumberControl::GetDragData(DragPayload& payload) {
 
 void NumberControl::HoverChanged(bool entered) {
     Control::HoverChanged(entered);
-    if (draggable) platform::setCursor(entered ? platform::kCursorDraggable : platform::kCursorDefault);
+    if (draggable) setDesktopCursor(entered ? cursor::kDraggable : cursor::kDefault);
 }
 
 std::string NumberControl::shownText() {

@@ -4,7 +4,7 @@
 #include "db/DbNode.h"
 #include "db/StringValue.h"
 #include "db/TextEscape.h"
-#include "platform/Cursor.h"
+#include "platform/Clipboard.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/MenuModel.h"

@@ -6,11 +6,11 @@
 
 #include "db/DbNode.h"
 #include "db/StringValue.h"
-#include "platform/Cursor.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DragImage.h"
+#include "ui/InputState.h"
 #include "ui/Lights.h"
 #include "ui/RulesetData.h"
 #include "ui/RulesetXml.h"
@@ -137,7 +137,7 @@ int WindowOpener::GetDragData(DragPayload& payload) {
 
 void WindowOpener::HoverChanged(bool entered) {
     Control::HoverChanged(entered);
-    if (!noDrag) platform::setCursor(entered ? platform::kCursorDraggable : platform::kCursorDefault);
+    if (!noDrag) setDesktopCursor(entered ? cursor::kDraggable : cursor::kDefault);
 }
 
 int WindowOpener::ShortcutKey(int modifiers, int key) {

@@ -18,9 +18,10 @@
 #include "db/StringValue.h"
 #include "db/Users.h"
 #include "platform/Clock.h"
-#include "platform/Cursor.h"
+#include "platform/Clipboard.h"
 #include "render/GraphicsDevice.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
 #include "ui/DesktopToken.h"
 #include "ui/DragImage.h"
 #include "ui/GlyphFile.h"
@@ -106,6 +107,10 @@ protected:
         platform::useManualClock(5000);
         ui::setModifierKeys(0);
         sheet = desk->OpenWindow(*ui::findWindowClass("sheet"), "00001");
+        bareDrops = ui::desktopSignals().desktopDrop.subscribe(
+            [this](int32_t x, int32_t y, uint32_t flags, ui::DesktopObject& source) {
+                return ui::dropOnBareDesktop(*desk, flags, x, y, &source);
+            });
     }
     void TearDown() override {
         ui::clearDesktopTokens();
@@ -155,6 +160,7 @@ protected:
     CountingSink sink;
     std::unique_ptr<ui::Desktop> desk = std::make_unique<ui::Desktop>();
     Window* sheet = nullptr;
+    platform::Subscription bareDrops;
 };
 
 TEST_F(Fields, TypingFollowsTheOneSecondRuleAndThePendingMinus) {
@@ -578,17 +584,17 @@ TEST_F(Fields, DragPicturesAndTheirDirtyArea) {
     desk->MousePress(kLeftDown, kLeft, x, y);
     desk->MouseMove(kLeft, x + 5, y);
     EXPECT_EQ(ui::currentDragKind(*desk), ui::kDragNumber);
-    EXPECT_EQ(platform::currentCursor(), platform::kCursorCarrying);
+    EXPECT_EQ(ui::inputState().cursor, ui::cursor::kCarrying);
     render::GraphicsDevice::Get().ClearDirtyRect();
     desk->MouseMove(kLeft, 400, 300);
     EXPECT_EQ(ui::lastDragImageArea(), (render::Rect{393 - 50, 295 - 50, 407 + 50, 305 + 50}));
     // A right press ends it with no drop.
     desk->MousePress(kRightDown, kLeft | kRight, 400, 300);
     EXPECT_EQ(ui::currentDragKind(*desk), ui::kDragNothing);
-    EXPECT_EQ(platform::currentCursor(), platform::kCursorDefault);
+    EXPECT_EQ(ui::inputState().cursor, ui::cursor::kDefault);
     desk->MouseRelease(kRightUp, kLeft, 400, 300);
     desk->MouseRelease(kLeftUp, 0, 400, 300);
-    desk->activeMenu.reset();
+    desk->CloseMenu();
 }
 
 TEST_F(Fields, DropsOnTheBareDesktopOpenLinksAndLayTokens) {
@@ -658,7 +664,7 @@ TEST_F(Fields, DropsOnTheBareDesktopOpenLinksAndLayTokens) {
     desk->MousePress(kRightDown, kLeft | kRight, 90, 650);
     desk->MouseRelease(kRightUp, kLeft, 90, 650);
     desk->MouseRelease(kLeftUp, 0, 90, 650);
-    desk->activeMenu.reset();
+    desk->CloseMenu();
     ui::collectDesktopTokens();
     ASSERT_EQ(ui::desktopTokens().size(), 1u);
     EXPECT_FALSE(ui::desktopTokens()[0]->hidden);

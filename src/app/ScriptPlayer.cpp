@@ -9,19 +9,26 @@
 namespace lh::app {
 
 namespace {
-
-// An await looks at the trace this often, and gives up after this long.
-constexpr uint32_t kAwaitPollMs = 30;
-constexpr uint64_t kAwaitLimitMs = 60000;
-
+constexpr size_t kKeptLines = 20000;
 }  // namespace
 
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
-    for (const platform::ScriptStep& step : steps) {
-        if (step.kind == platform::ScriptStep::Kind::Await) platform::rememberTrace();
-    }
+    bool awaits = false;
+    for (const platform::ScriptStep& step : steps) awaits |= step.kind == platform::ScriptStep::Kind::Await;
+    if (!awaits) return;
+    traceWatch = platform::traceLines().subscribe([this](std::string_view line) {
+        // The script's own lines quote what they await.
+        if (line.starts_with("script ")) return;
+        // A bound on what is kept: a long run keeps its last lines.
+        if (traced.size() >= kKeptLines) traced.erase(traced.begin(), traced.begin() + kKeptLines / 2);
+        traced.emplace_back(line);
+        if (!awaited.empty() && line.find(awaited) != std::string_view::npos) {
+            awaited.clear();
+            timer.start(0);
+        }
+    });
 }
 
 void ScriptPlayer::start() {
@@ -32,30 +39,7 @@ void ScriptPlayer::start() {
 // loop draws between them as it would between real events.
 void ScriptPlayer::run() {
     while (next < steps.size()) {
-        const platform::ScriptStep& step = steps[next];
-        if (step.kind == platform::ScriptStep::Kind::Await) {
-            // Waits for the line on the real clock, whatever the script's
-            // clock does; the step's own trace line comes once, at its start.
-            if (!awaiting) {
-                platform::trace("script %d %s", step.line, step.source.c_str());
-                awaiting = true;
-                awaitStart = std::chrono::steady_clock::now();
-            }
-            if (!platform::traceHas(step.name)) {
-                if (std::chrono::steady_clock::now() - awaitStart > std::chrono::milliseconds(kAwaitLimitMs)) {
-                    std::fprintf(stderr, "lorehaven: script line %d: no trace line holds \"%s\"\n", step.line,
-                                 step.name.c_str());
-                    actions.quit(1);
-                    return;
-                }
-                timer.start(kAwaitPollMs);
-                return;
-            }
-            awaiting = false;
-            ++next;
-            continue;
-        }
-        ++next;
+        const platform::ScriptStep& step = steps[next++];
         platform::trace("script %d %s", step.line, step.source.c_str());
         switch (step.kind) {
         case platform::ScriptStep::Kind::Input:
@@ -72,6 +56,14 @@ void ScriptPlayer::run() {
                 timer.start(step.waitMs);
             }
             return;
+        case platform::ScriptStep::Kind::Await: {
+            bool seen = false;
+            for (const std::string& line : traced) seen |= line.find(step.name) != std::string::npos;
+            if (seen) break;
+            // The line that comes starts the next step.
+            awaited = step.name;
+            return;
+        }
         case platform::ScriptStep::Kind::Screenshot:
             actions.drawPending();
             if (!actions.screenshot(step.name)) {
@@ -82,7 +74,6 @@ void ScriptPlayer::run() {
         case platform::ScriptStep::Kind::Quit:
             actions.quit(step.exitCode);
             return;
-        case platform::ScriptStep::Kind::Await: break;
         }
     }
 }

@@ -4,13 +4,14 @@
 // Every step leaves a "script LINE TEXT" line in the trace.
 #pragma once
 
-#include <chrono>
 #include <functional>
+#include <string_view>
 #include <string>
 #include <vector>
 
 #include "platform/InputScript.h"
 #include "platform/Scheduler.h"
+#include "platform/Signal.h"
 
 namespace lh::app {
 
@@ -35,8 +36,11 @@ private:
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
-    bool awaiting = false;  // an await step is waiting for its line
-    std::chrono::steady_clock::time_point awaitStart;
+    // What the program has traced since the script began, for "await"; the
+    // text awaited now, empty when none.
+    std::vector<std::string> traced;
+    std::string awaited;
+    platform::Subscription traceWatch;
 };
 
 }  // namespace lh::app

@@ -13,6 +13,7 @@
 #include "net/ClientLogin.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
+#include "platform/Clipboard.h"
 #include "platform/Events.h"
 #include "platform/Platform.h"
 #include "platform/Spine.h"

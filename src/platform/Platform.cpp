@@ -109,10 +109,17 @@ bool translate(const SDL_Event& in, Event& out) {
         return true;
     case SDL_TEXTINPUT:
         out.type = EventType::Char;
-        utf8ToWindows1252(in.text.text, out.text, sizeof out.text);
+    {
+        // Typed characters that the 8-bit text has no place for are dropped
+        // whole; the converted text is never longer than the typed one.
+        std::string typed = typedTextToWindows1252(in.text.text);
+        size_t n = std::min(typed.size(), sizeof out.text - 1);
+        std::memcpy(out.text, typed.data(), n);
+        out.text[n] = 0;
         out.scanCode = lastKeyScan;
         out.extended = lastKeyExtended;
-        return out.text[0] != 0;
+        return n != 0;
+    }
     case SDL_MOUSEMOTION:
         out.type = EventType::MouseMove;
         out.x = in.motion.x;
@@ -264,15 +271,6 @@ bool waitEvent(Event& event, int timeoutMs) {
         if (watcher) watcher->disarm();
         if (got && translate(e, event)) return true;
     }
-}
-
-std::string clipboardText() {
-    if (!SDL_HasClipboardText()) return {};
-    char* utf8 = SDL_GetClipboardText();
-    if (!utf8) return {};
-    std::string text = utf8ToWindows1252(utf8);
-    SDL_free(utf8);
-    return text;
 }
 
 void messageBox(const std::string& title, const std::string& text, BoxIcon icon) {

@@ -52,10 +52,6 @@ bool pollEvent(Event& event);
 // timer (waitTimeoutMs) as the timeout.
 bool waitEvent(Event& event, int timeoutMs);
 
-// The clipboard's text in the program's 8-bit form; empty when it holds
-// none (or there is no screen).
-std::string clipboardText();
-
 // A modal message box with an OK button. Headless, it prints
 // "title: text" on standard error and returns at once.
 enum class BoxIcon { Information, Warning, Error };

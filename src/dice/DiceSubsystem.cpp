@@ -7,17 +7,20 @@
 #include "dice/DiceDrawing.h"
 #include "dice/DiceScene.h"
 #include "dice/DieMeshes.h"
+#include "dice/LightState.h"
 #include "dice/ModifierCollector.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
 #include "platform/Clock.h"
 #include "platform/Events.h"
+#include "platform/Scheduler.h"
 #include "platform/Spine.h"
 #include "platform/Trace.h"
 #include "render/DiceRenderer.h"
 #include "render/GraphicsDevice.h"
 #include "ui/Desktop.h"
 #include "ui/FrameLayers.h"
+#include "ui/Lights.h"
 #include "ui/MenuModel.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
@@ -39,6 +42,8 @@ struct DiceState {
     render::Rect chatFrame;
     bool carrying = false;
     bool ctrlHeld = false;
+    LightState light;
+    platform::TickSubscription fade;
 };
 
 DiceState* state = nullptr;
@@ -97,6 +102,23 @@ net::HandlerResult receiveRoll(net::SessionPeer* from, const net::NetMessage& me
     }
     platform::trace("dice received %zu", body.size() / kThrowRecordSize);
     return net::HandlerResult::Handled;
+}
+
+net::HandlerResult receiveLight(net::SessionPeer* from, const net::NetMessage& message) {
+    uint32_t colors[4];
+    if (!decodeLight(message.body.data(), message.body.size(), colors)) {
+        state->session->reportMalformed(from, message, "a light is four colours of 4 bytes");
+        return net::HandlerResult::Rejected;
+    }
+    setDesktopLight(colors[0], colors[1], colors[2], colors[3]);
+    return net::HandlerResult::Handled;
+}
+
+bool fadeTick() {
+    if (!state) return false;
+    if (!state->light.fadeStep(platform::nowMs(), ui::lights().desktop)) return false;
+    invalidate(nullptr);
+    return state->light.fading();
 }
 
 void drawDice(render::RenderContext&) {
@@ -167,6 +189,14 @@ void start(const ui::SubsystemStart& s) {
     subs.push_back(ui::drawOnFrameStep(ui::FrameStep::DiceScene, drawDice));
     subs.push_back(platform::spine().routeInput.subscribe(routeInput));
     if (s.session) s.session->setPairHandler("DIET", receiveRoll);
+    if (s.session && !s.session->isHost()) s.session->setHandler(net::tags::CLRPR, receiveLight);
+    if (s.session && s.session->isHost()) {
+        state->light.sendToClients = [](const std::vector<uint8_t>& body) {
+            state->session->sendToAll(net::NetMessage(net::tags::CLRPR, body));
+        };
+    }
+    state->light.random = nextRandom;
+    state->fade.setHandler(fadeTick);
 
     const ui::ModifierCollectorSettings& mc = ui::ruleset().settings.modifierCollector;
     if (mc.present && s.mode != db::SessionMode::LocalCharacters) {
@@ -181,7 +211,12 @@ void start(const ui::SubsystemStart& s) {
 
 void stop() {
     if (!state) return;
-    if (state->session) state->session->setPairHandler("DIET", nullptr);
+    if (state->session) {
+        // Messages that come after the dice are gone are let fall.
+        auto ignore = [](net::SessionPeer*, const net::NetMessage&) { return net::HandlerResult::Rejected; };
+        state->session->setPairHandler("DIET", ignore);
+        if (!state->session->isHost()) state->session->setHandler(net::tags::CLRPR, ignore);
+    }
     if (state->collector && state->desktop) state->desktop->RemoveTarget(state->collector.get());
     delete state;
     state = nullptr;
@@ -263,6 +298,12 @@ void chooseDieMenu(int id, int32_t menuX, int32_t menuY, int32_t mouseX, int32_t
 
 void arrangeDice() {
     if (state && state->scene) state->scene->Arrange(false);
+}
+
+void setDesktopLight(uint32_t system, uint32_t window, uint32_t control, uint32_t content) {
+    if (!state) return;
+    state->light.setLight(system, window, control, content, platform::nowMs());
+    state->fade.wake();
 }
 
 }  // namespace lh::dice

@@ -44,4 +44,8 @@ void chooseDieMenu(int id, int32_t menuX, int32_t menuY, int32_t mouseX, int32_t
 // The Desktop menu's "Arrange Dice": dice at rest go home.
 void arrangeDice();
 
+// "/night", "/day" and the light of a Ruleset: the Desktop's tint fades to
+// `window` over three seconds; a host sends the colours to every client.
+void setDesktopLight(uint32_t system, uint32_t window, uint32_t control, uint32_t content);
+
 }  // namespace lh::dice

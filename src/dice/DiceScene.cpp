@@ -298,9 +298,12 @@ void DiceScene::throwHand(int32_t x, int32_t y, int32_t mode, bool send) {
     if (send && hooks.sendRoll) hooks.sendRoll(group->message);
 }
 
-std::string DiceScene::ReceiveRoll(const uint8_t* body, size_t size) {
+std::string DiceScene::ReceiveRoll(const uint8_t* body, size_t size, bool fromPlayer) {
     DecodedThrows decoded = decodeThrowRecords(body, size);
     if (!decoded.error.empty()) return decoded.error;
+    if (fromPlayer)
+        for (const ThrowStart& s : decoded.starts)
+            if (s.colorFlags & kGamemasterDice) return "a player's dice marked as the Gamemaster's";
     const size_t live = diceWorld.dice().size() - std::min(diceWorld.dice().size(), size_t(kPermanentDice));
     if (live + decoded.starts.size() > kMaxReceivedDice)
         return "too many dice on the table (" + std::to_string(live) + " already)";

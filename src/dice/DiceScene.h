@@ -77,7 +77,9 @@ public:
     // Colours as floats from 0 to 1; see packColor.
     void SetColors(const float body[4], const float numerals[4]);
     // Plays somebody else's roll. Empty when taken; otherwise why not.
-    std::string ReceiveRoll(const uint8_t* body, size_t size);
+    // `fromPlayer`: a host's copy of a player's roll, which may not claim
+    // to be the Gamemaster's (players would see only its shadows).
+    std::string ReceiveRoll(const uint8_t* body, size_t size, bool fromPlayer = false);
 
     bool dragging() const { return isDragging; }
     bool isHost() const { return host; }

@@ -88,14 +88,8 @@ void dieStopped(const DieBody& die, int32_t value) {
 net::HandlerResult receiveRoll(net::SessionPeer* from, const net::NetMessage& message) {
     if (!state || !state->scene) return net::HandlerResult::Rejected;
     const std::vector<uint8_t>& body = message.body;
-    // Only the host throws dice that players see as shadows: a player's
-    // roll that claims to be the Gamemaster's is refused.
-    if (from && state->session && state->session->isHost()) {
-        DecodedThrows decoded = decodeThrowRecords(body.data(), body.size());
-        for (const ThrowStart& s : decoded.starts)
-            if (s.colorFlags & kGamemasterDice) return net::HandlerResult::Rejected;
-    }
-    std::string error = state->scene->ReceiveRoll(body.data(), body.size());
+    const bool fromPlayer = from && state->session && state->session->isHost();
+    std::string error = state->scene->ReceiveRoll(body.data(), body.size(), fromPlayer);
     if (!error.empty()) {
         if (state->session) state->session->reportMalformed(from, message, error);
         return net::HandlerResult::Rejected;

@@ -162,6 +162,13 @@ TEST_F(DiceDrawingTest, ShadowsDarkenTheTableAndAPlayerSeesOnlyTheGamemastersSha
     EXPECT_EQ(at(player, int(centre.x) - 12, int(centre.y) - 12), table);  // no body
     EXPECT_TRUE(test::near(at(player, int(shadow.x), int(shadow.y)), 0xFF5A5A5Au, 3))  // 0.7 of the table
         << std::hex << at(player, int(shadow.x), int(shadow.y));
+    // After a reset, and after the context itself was lost, the dice draw
+    // again from what the renderer kept.
+    ASSERT_EQ(device.Reset(), 0);
+    EXPECT_EQ(drawFor(true), host);
+    ASSERT_EQ(device.RecreateContext(), 0);
+    ASSERT_TRUE(renderer.IsReady());
+    EXPECT_EQ(drawFor(true), host);
     EXPECT_EQ(render::DiceRenderer::ShadowAlpha(-0.7f), 0.3f);
     EXPECT_NEAR(render::DiceRenderer::ShadowAlpha(-0.2f), 0.075f, 1e-6f);
     EXPECT_EQ(render::DiceRenderer::ShadowAlpha(0.5f), 0.0f);

@@ -237,6 +237,13 @@ TEST_F(DiceSceneTest, HostileRollMessagesAreRefused) {
     EXPECT_NE(scene.ReceiveRoll(body.data(), body.size()), "");
     EXPECT_EQ(scene.world().dice().size(), 6u);
 
+    body.clear();
+    bad = good;
+    bad.colorFlags = kGamemasterDice;
+    appendThrowRecord(body, bad);
+    EXPECT_NE(scene.ReceiveRoll(body.data(), body.size(), true), "");  // a player posing as the Gamemaster
+    EXPECT_EQ(scene.world().dice().size(), 6u);
+
     // A centre off the table is brought into the roll area.
     body.clear();
     bad = good;

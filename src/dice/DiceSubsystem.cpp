@@ -19,6 +19,9 @@
 #include "render/DiceRenderer.h"
 #include "render/GraphicsDevice.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
+#include "ui/DesktopObject.h"
+#include "ui/DragPayload.h"
 #include "ui/FrameLayers.h"
 #include "ui/Lights.h"
 #include "ui/MenuModel.h"
@@ -31,6 +34,21 @@ namespace {
 
 constexpr int kKeyControl = 0x11;
 
+// The dice as the Desktop's mouse routing sees them.
+class DiceHookup : public ui::DiceInput {
+public:
+    int Mouse(int32_t x, int32_t y, int phase) override;
+    void AddDie(int shape) override;
+    bool DieAt(int32_t x, int32_t y) override;
+    std::unique_ptr<ui::MenuModel> BuildDieMenu(int32_t x, int32_t y) override;
+    bool DieMenuChosen(int id, int32_t x, int32_t y) override;
+    void DieMenuClosed() override { menuOpen = false; }
+    void DropOnDie(int32_t x, int32_t y, ui::DesktopObject& source) override;
+
+    bool menuOpen = false;
+    int32_t menuX = 0, menuY = 0;
+};
+
 struct DiceState {
     db::SessionMode mode = db::SessionMode::Host;
     net::Session* session = nullptr;
@@ -40,10 +58,10 @@ struct DiceState {
     std::unique_ptr<render::DiceRenderer> renderer;
     std::vector<platform::Subscription> subscriptions;
     render::Rect chatFrame;
-    bool carrying = false;
     bool ctrlHeld = false;
     LightState light;
     platform::TickSubscription fade;
+    DiceHookup hookup;
 };
 
 DiceState* state = nullptr;
@@ -125,31 +143,11 @@ void drawDice(render::RenderContext&) {
     state->renderer->Draw(state->scene->camera(), items);
 }
 
-void routeInput(const platform::Event& e) {
-    using platform::EventType;
-    switch (e.type) {
-    case EventType::KeyDown:
-        if (e.keyCode == kKeyControl) state->ctrlHeld = true;
-        break;
-    case EventType::KeyUp:
-        if (e.keyCode == kKeyControl) state->ctrlHeld = false;
-        break;
-    case EventType::MouseDown:
-        if (e.button == platform::MouseButton::Right)
-            diceRightPress();
-        else
-            diceMousePress(e.x, e.y);
-        break;
-    case EventType::MouseMove:
-        diceMouseMove(e.x, e.y);
-        break;
-    case EventType::MouseUp:
-        if (e.button != platform::MouseButton::Right)
-            diceMouseRelease(e.x, e.y, state->ctrlHeld || (e.modifiers & platform::ModCtrl));
-        break;
-    default:
-        break;
-    }
+// Ctrl held at a release spins a single die: the routing does not pass the
+// keys with the mouse, so they are followed here.
+void followKeys(const platform::Event& e) {
+    if (e.type == platform::EventType::KeyDown && e.keyCode == kKeyControl) state->ctrlHeld = true;
+    if (e.type == platform::EventType::KeyUp && e.keyCode == kKeyControl) state->ctrlHeld = false;
 }
 
 void start(const ui::SubsystemStart& s) {
@@ -181,7 +179,12 @@ void start(const ui::SubsystemStart& s) {
     subs.push_back(platform::spine().stepDice.subscribe(
         [] { state->scene->Advance(double(platform::nowMs()) * 0.001); }));
     subs.push_back(ui::drawOnFrameStep(ui::FrameStep::DiceScene, drawDice));
-    subs.push_back(platform::spine().routeInput.subscribe(routeInput));
+    subs.push_back(platform::spine().routeInput.subscribe(followKeys));
+    subs.push_back(ui::attachDiceInput(state->hookup));
+    subs.push_back(ui::addDesktopMenuEntry(6, "Arrange Dice", "arrangedice", arrangeDice));
+    // The chat says where its frame is; until it does, the Ruleset's frame.
+    subs.push_back(ui::desktopSignals().chatFrameContains.subscribe(
+        [](int32_t x, int32_t y) { return state && state->chatFrame.contains(x, y); }));
     if (s.session) s.session->setPairHandler("DIET", receiveRoll);
     if (s.session && !s.session->isHost()) s.session->setHandler(net::tags::CLRPR, receiveLight);
     if (s.session && s.session->isHost()) {
@@ -232,36 +235,41 @@ void setRollResultSink(std::function<void(std::unique_ptr<DieResult>)> sink) {
     resultSink = std::move(sink);
 }
 
-bool carryingDice() {
-    return state && state->carrying;
+int DiceHookup::Mouse(int32_t x, int32_t y, int phase) {
+    if (!state || !state->scene) return 0;
+    const MousePhase p = phase == 2 ? MousePhase::ReleaseThrow : phase == 1 ? MousePhase::Release : MousePhase::PressOrMove;
+    return state->scene->Mouse(x, y, p, state->ctrlHeld);
 }
 
-bool diceMousePress(int32_t x, int32_t y) {
-    if (!state || !state->scene || state->carrying) return state && state->carrying;
-    if (state->desktop && state->desktop->IsModal()) return false;
-    state->carrying = state->scene->Mouse(x, y, MousePhase::PressOrMove, false) == 1;
-    return state->carrying;
+void DiceHookup::AddDie(int shape) {
+    if (state && state->scene) state->scene->AddDie(shape);
 }
 
-bool diceMouseMove(int32_t x, int32_t y) {
-    if (!carryingDice()) return false;
-    state->scene->Mouse(x, y, MousePhase::PressOrMove, false);
-    return true;
+bool DiceHookup::DieAt(int32_t x, int32_t y) {
+    return state && state->scene && state->scene->PickAt(x, y) != nullptr;
 }
 
-bool diceRightPress() {
-    if (!carryingDice()) return false;
-    state->scene->AddDie(-1);
-    return true;
+std::unique_ptr<ui::MenuModel> DiceHookup::BuildDieMenu(int32_t x, int32_t y) {
+    std::unique_ptr<ui::MenuModel> menu = buildDieMenuAt(x, y);
+    menuOpen = menu != nullptr;
+    menuX = x;
+    menuY = y;
+    return menu;
 }
 
-bool diceMouseRelease(int32_t x, int32_t y, bool ctrl) {
-    if (!carryingDice()) return false;
-    const bool overChat = state->chatFrame.contains(x, y);
-    const bool rolls = overChat && state->mode != db::SessionMode::LocalCharacters;
-    state->scene->Mouse(x, y, rolls ? MousePhase::ReleaseThrow : MousePhase::Release, ctrl);
-    state->carrying = false;
-    return true;
+bool DiceHookup::DieMenuChosen(int id, int32_t x, int32_t y) {
+    if (!menuOpen || !state || !state->scene || id <= 0) return false;
+    menuOpen = false;
+    state->scene->RollCount(id, menuX, menuY, x, y);
+    return state->scene->dragging();
+}
+
+void DiceHookup::DropOnDie(int32_t, int32_t, ui::DesktopObject& source) {
+    // A number dropped on a die goes to the modifier collector, labelled
+    // with where it came from.
+    ui::DragPayload payload;
+    if (!state || !state->collector || !source.GetDragData(payload) || payload.kind != 1) return;
+    // FIXME: the payload's number, once drag payloads carry numbers.
 }
 
 std::unique_ptr<ui::MenuModel> buildDieMenuAt(int32_t x, int32_t y) {
@@ -282,12 +290,6 @@ std::unique_ptr<ui::MenuModel> buildDieMenuAt(int32_t x, int32_t y) {
     menu->anchorX = x;
     menu->anchorY = y;
     return menu;
-}
-
-void chooseDieMenu(int id, int32_t menuX, int32_t menuY, int32_t mouseX, int32_t mouseY) {
-    if (!state || !state->scene || id <= 0) return;
-    state->scene->RollCount(id, menuX, menuY, mouseX, mouseY);
-    state->carrying = state->scene->dragging();
 }
 
 void arrangeDice() {

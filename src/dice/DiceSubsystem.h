@@ -25,21 +25,9 @@ ModifierCollector* modifierCollector();
 // once it is there. Without a sink the result is only traced.
 void setRollResultSink(std::function<void(std::unique_ptr<DieResult>)> sink);
 
-// The Desktop's input: a press that may pick a die up, moves while dice are
-// carried, the right button adding a die, the release that throws over the
-// chat frame (or puts them down elsewhere). Each answers true when it took
-// the event.
-bool diceMousePress(int32_t x, int32_t y);
-bool diceMouseMove(int32_t x, int32_t y);
-bool diceRightPress();
-bool diceMouseRelease(int32_t x, int32_t y, bool ctrl);
-bool carryingDice();
-
 // The radial menu over a permanent die at the point: "Roll 2" ... "Roll 20",
 // and "Roll d100" on the d10. Null when no die is there.
 std::unique_ptr<ui::MenuModel> buildDieMenuAt(int32_t x, int32_t y);
-// A choice of that menu, with the mouse where it is now.
-void chooseDieMenu(int id, int32_t menuX, int32_t menuY, int32_t mouseX, int32_t mouseY);
 
 // The Desktop menu's "Arrange Dice": dice at rest go home.
 void arrangeDice();

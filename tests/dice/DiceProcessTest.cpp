@@ -39,12 +39,12 @@ bool waitFor(const std::filesystem::path& trace, const std::string& text, ChildP
     return readFile(trace).find(text) != std::string::npos;
 }
 
-// The first "die stopped" line after the first line holding `after`,
-// without its time stamp; empty when there is none.
+// The first line of a d20 that stopped after the first line holding
+// `after`, without its time stamp; empty when there is none.
 std::string stopAfter(const std::string& trace, const std::string& after) {
     size_t at = trace.find(after);
     if (at == std::string::npos) return {};
-    at = trace.find(" die stopped ", at);
+    at = trace.find(" die stopped 0 ", at);
     if (at == std::string::npos) return {};
     return trace.substr(at, trace.find('\n', at) - at);
 }
@@ -90,7 +90,7 @@ TEST(DiceProcess, ARollLooksAlikeOnBothMachinesAndOnlyTheThrowerReadsIt) {
     ASSERT_FALSE(secret.empty());
     for (int i = 0; i < 200 && stopAfter(readFile(clientTrace), " dice received 1\n").empty(); ++i)
         std::this_thread::sleep_for(100ms);
-    EXPECT_EQ(stopAfter(readFile(clientTrace), " dice received 1\n"), secret);
+    EXPECT_EQ(stopAfter(readFile(clientTrace), " dice received 1\n"), secret) << readFile(clientTrace);
     EXPECT_EQ(readFile(clientTrace).find(" dice result ?"), std::string::npos);
 
     host.signal(SIGTERM);

@@ -5,11 +5,13 @@
 #pragma once
 
 #include <functional>
+#include <string_view>
 #include <string>
 #include <vector>
 
 #include "platform/InputScript.h"
 #include "platform/Scheduler.h"
+#include "platform/Signal.h"
 
 namespace lh::app {
 
@@ -34,6 +36,11 @@ private:
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
+    // What the program has traced since the script began, for "await"; the
+    // text awaited now, empty when none.
+    std::vector<std::string> traced;
+    std::string awaited;
+    platform::Subscription traceWatch;
 };
 
 }  // namespace lh::app

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "platform/SystemFonts.h"
+#include "render/GlProgram.h"
 #include "render/GraphicsDevice.h"
 
 namespace lh::render {
@@ -68,37 +69,9 @@ out vec4 fragColor;
 void main() { fragColor = vec4(0.0, 0.0, 0.0, uAlpha); }
 )";
 
-GLuint compileShader(GLenum kind, const char* source) {
-    GLuint s = glCreateShader(kind);
-    glShaderSource(s, 1, &source, nullptr);
-    glCompileShader(s);
-    GLint ok = 0;
-    glGetShaderiv(s, GL_COMPILE_STATUS, &ok);
-    if (!ok) {
-        glDeleteShader(s);
-        return 0;
-    }
-    return s;
-}
-
 GLuint linkProgram(const char* vertex, const char* fragment) {
-    GLuint vs = compileShader(GL_VERTEX_SHADER, vertex), fs = compileShader(GL_FRAGMENT_SHADER, fragment);
-    GLuint p = 0;
-    if (vs && fs) {
-        p = glCreateProgram();
-        glAttachShader(p, vs);
-        glAttachShader(p, fs);
-        glLinkProgram(p);
-        GLint ok = 0;
-        glGetProgramiv(p, GL_LINK_STATUS, &ok);
-        if (!ok) {
-            glDeleteProgram(p);
-            p = 0;
-        }
-    }
-    if (vs) glDeleteShader(vs);
-    if (fs) glDeleteShader(fs);
-    return p;
+    std::string error;
+    return linkGlProgram(vertex, fragment, error);
 }
 
 glm::mat4 fromRows(const float m[16]) {

@@ -22,7 +22,7 @@ void postSystemLine(const std::string& text) {
     // The chat shows the line once it runs; standard error keeps every line
     // as well, for a run with no screen and for what came before the chat.
     if (ui::ChatPort* chat = ui::chatPort()) {
-        ui::ChatLineSpec line;
+        ui::ChatLineDraft line;
         line.font = "systemfont";
         line.text = text;
         chat->add(std::move(line));

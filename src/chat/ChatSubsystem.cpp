@@ -80,8 +80,8 @@ public:
     }
 
     // ui::ChatPort
-    void post(ui::ChatLineSpec spec) override { window.post(lineOf(std::move(spec))); }
-    void add(ui::ChatLineSpec spec) override { window.add(lineOf(std::move(spec))); }
+    void post(ui::ChatLineDraft draft) override { window.post(lineOf(std::move(draft))); }
+    void add(ui::ChatLineDraft draft) override { window.add(lineOf(std::move(draft))); }
     void postAsIdentity(std::string text) override {
         if (ui::Identity* identity = ui::activeIdentity()) {
             window.post(std::make_unique<ChatLine>(std::move(text), *identity));
@@ -99,11 +99,11 @@ public:
     ChatEntry entry;
 
 private:
-    static std::unique_ptr<ChatLine> lineOf(ui::ChatLineSpec spec) {
-        auto line = std::make_unique<ChatLine>(std::move(spec.text), spec.speaker, spec.font);
-        if (!spec.indicator.empty()) line->setIndicator(spec.indicator);
-        line->turnMarker = spec.turnMarker;
-        line->attachment = std::move(spec.attachment);
+    static std::unique_ptr<ChatLine> lineOf(ui::ChatLineDraft draft) {
+        auto line = std::make_unique<ChatLine>(std::move(draft.text), draft.speaker, draft.font);
+        if (!draft.indicator.empty()) line->setIndicator(draft.indicator);
+        line->turnMarker = draft.turnMarker;
+        line->attachment = std::move(draft.attachment);
         return line;
     }
 

@@ -101,7 +101,7 @@ void setDieResultFactory(std::function<std::unique_ptr<DieResult>()> factory);
 
 // A line to show: label from `speaker` ("%s:"; none when empty), the text,
 // its font, an indicator icon name, and what it carries.
-struct ChatLineSpec {
+struct ChatLineDraft {
     std::string speaker;
     std::string font;
     std::string text;
@@ -115,9 +115,9 @@ class ChatPort {
 public:
     virtual ~ChatPort() = default;
     // To everybody (a client's line shows when the host sends it back).
-    virtual void post(ChatLineSpec line) = 0;
+    virtual void post(ChatLineDraft line) = 0;
     // On this machine only.
-    virtual void add(ChatLineSpec line) = 0;
+    virtual void add(ChatLineDraft line) = 0;
     // Spoken by the active Identity, with its name, mood and font.
     virtual void postAsIdentity(std::string text) = 0;
     // A finished roll: into a line at once when the entry is empty, else

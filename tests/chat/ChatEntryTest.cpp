@@ -217,10 +217,10 @@ TEST(ChatEntry, AHostTakesLinesAndDropsBadOnes) {
     EXPECT_NE(notices[0].find("Dropped a message CHATQ from 'Ann'"), std::string::npos) << notices[0];
 
     // What the chat now holds: the one good line, and the host's own notice.
-    ui::ChatLineSpec spec;
-    spec.font = "systemfont";
-    spec.text = "Campaign saved.";
-    ui::chatPort()->add(std::move(spec));
+    ui::ChatLineDraft draft;
+    draft.font = "systemfont";
+    draft.text = "Campaign saved.";
+    ui::chatPort()->add(std::move(draft));
     ui::stopSubsystems();
     EXPECT_FALSE(ui::chatPort());
     ui::identities().clear();

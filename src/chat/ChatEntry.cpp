@@ -64,11 +64,9 @@ void ChatEntry::KeyEvent(int message, int code, int scanCode) {
 
 void ChatEntry::keyDown(int code, int scanCode) {
     const uint16_t held = heldKeys ? heldKeys() : 0;
-    lastDownScan = pcScanCode(scanCode);
-    swallowNextChar = false;
-    if (lastDownScan == kScanStopKey) {
+    lastDownScan = scanCode;
+    if (scanCode == kScanStopKey) {
         // The Gamemaster's stop and prompt key: it never types.
-        swallowNextChar = true;
         if (link.isHost()) {
             const bool prompt = (held & platform::ModCtrl) != 0;
             window.post(makeMarkLine(prompt ? "indicator_prompt" : "indicator_stop"));
@@ -120,13 +118,12 @@ void ChatEntry::keyDown(int code, int scanCode) {
     }
 }
 
-void ChatEntry::character(int code, int) {
-    const int scan = lastDownScan;
+void ChatEntry::character(int code, int scanCode) {
+    // A character carries its key's scan code; one typed without a key (a
+    // script's text) may not, and counts as from the key pressed last.
+    const int scan = scanCode ? scanCode : lastDownScan;
     lastDownScan = 0;
-    if (swallowNextChar) {
-        swallowNextChar = false;
-        return;
-    }
+    if (scan == kScanStopKey) return;
     std::string& text = buffers[current];
     if (scan == kScanSlashKey && text.empty()) {
         // "/" on its key, whatever the layout puts there.
@@ -159,6 +156,11 @@ void ChatEntry::escape() {
 }
 
 void ChatEntry::swapBuffers() { current = 1 - current; }
+
+void ChatEntry::useFirstBuffer() {
+    current = 0;
+    invalidate();
+}
 
 void ChatEntry::historyStep(int direction) {
     if (direction < 0) {

@@ -58,6 +58,8 @@ public:
     ui::DieResult* pendingAttachment() const { return pending[current].get(); }
     const std::deque<std::string>& sentLines() const { return history; }
     void setText(std::string text);
+    // The first of the two buffers becomes the current one.
+    void useFirstBuffer();
 
     // The modifier keys held now (platform::KeyModifier bits).
     std::function<uint16_t()> heldKeys;
@@ -89,8 +91,7 @@ private:
     size_t historyPosition = 0;  // == history.size(): the line being typed
     bool typing = false;
     bool hostTyping = false;
-    int lastDownScan = 0;      // set-1 code of the last key down, for its character
-    bool swallowNextChar = false;
+    int lastDownScan = 0;  // scan code of the last key down
     platform::Timer typingTimer;
 
     bool resolved = false;

@@ -21,6 +21,7 @@
 #include "render/RenderContext.h"
 #include "ui/ChatPort.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
 #include "ui/FrameLayers.h"
 #include "ui/Identities.h"
 #include "ui/KeyboardFocus.h"
@@ -64,12 +65,20 @@ public:
         keys = platform::spine().routeInput.subscribe([this](const platform::Event& e) { watchKeys(e); });
         idle = platform::spine().sendIdleState.subscribe([this](uint8_t state) { reportIdle(state); });
         if (link.mode == db::SessionMode::LocalCharacters) return;
+        // The routing asks where the chat frame is (thrown dice land there)
+        // and tells when carried dice come over it.
+        frameHooks.push_back(ui::desktopSignals().chatFrameContains.subscribe(
+            [this](int32_t x, int32_t y) { return window.frameRect.contains(x, y); }));
+        frameHooks.push_back(ui::desktopSignals().chatFrameChanged.subscribe([this](bool over) {
+            overChat = over;
+            window.invalidate();
+        }));
         ui::setFallbackKeyboardTarget(&entry);
         ui::SetKeyboardFocus(&entry);
         desktop.AddTarget(&entry);
         desktop.AddTarget(&window);
         layers.push_back(ui::drawOnFrameStep(ui::FrameStep::ChatFrame, [this](render::RenderContext& c) {
-            window.DrawFrame(c, ui::lights().desktop, ui::lights().frame, false);
+            window.DrawFrame(c, ui::lights().desktop, ui::lights().frame, overChat);
         }));
         layers.push_back(
             ui::drawOnFrameStep(ui::FrameStep::ChatWindow, [this](render::RenderContext& c) { window.Draw(c); }));
@@ -77,6 +86,7 @@ public:
             ui::drawOnFrameStep(ui::FrameStep::ChatEntry, [this](render::RenderContext& c) { entry.Draw(c); }));
         if (s.session) attachMessages(*s.session);
         identityViews = startIdentityViews(s, window);
+        if (identityViews->list) identityViews->list->selected = [this] { entry.useFirstBuffer(); };
     }
 
     // ui::ChatPort
@@ -188,9 +198,10 @@ private:
     }
 
     ui::Desktop& desktop;
+    bool overChat = false;
     uint16_t held = 0, pressed = 0;
     platform::Subscription keys, idle;
-    std::vector<platform::Subscription> layers;
+    std::vector<platform::Subscription> layers, frameHooks;
     std::unique_ptr<IdentityViews> identityViews;
 };
 

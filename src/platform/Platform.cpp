@@ -64,6 +64,10 @@ int scanCodeOf(SDL_Scancode code, int virtualKey, bool& extended) {
         extended = true;
         return 28;
     }
+    // Two keys the chat knows by their place, whatever the layout types on
+    // them: right of the full stop, and left of "1".
+    if (code == SDL_SCANCODE_SLASH) return 53;
+    if (code == SDL_SCANCODE_GRAVE) return 41;
     if (code == SDL_SCANCODE_RCTRL || code == SDL_SCANCODE_RALT) {
         extended = true;
         return code == SDL_SCANCODE_RCTRL ? 29 : 56;

@@ -22,7 +22,7 @@ namespace {
 
 constexpr int kReturn = 0x0D, kTab = 0x09, kEscape = 0x1B, kLeft = 0x25, kRight = 0x27, kUp = 0x26, kDown = 0x28,
               kBackspace = 0x08, kHome = 0x24;
-constexpr int kUsbSlash = 0x38, kUsbGrave = 0x35;
+constexpr int kSlashKey = 0x35, kStopKey = 0x29;
 
 struct EntryRig {
     explicit EntryRig(db::SessionMode mode) : window(ChatLink{mode, nullptr}), entry(window, ChatLink{mode, nullptr}) {
@@ -159,15 +159,15 @@ TEST(ChatEntry, EditingKeysBuffersAndHistory) {
 
     // "/" by its key's place on an empty entry, the layout's character
     // elsewhere; the stop key never types, and on a host posts a halt mark.
-    rig.entry.KeyEvent(ui::kKeyDownMessage, 0xBD, kUsbSlash);
-    rig.entry.KeyEvent(ui::kCharMessage, '-', 0);
+    rig.entry.KeyEvent(ui::kKeyDownMessage, 0xBD, kSlashKey);
+    rig.entry.KeyEvent(ui::kCharMessage, '-', kSlashKey);
     EXPECT_EQ(rig.entry.text(), "/");
-    rig.entry.KeyEvent(ui::kKeyDownMessage, 0xBD, kUsbSlash);
-    rig.entry.KeyEvent(ui::kCharMessage, '-', 0);
+    rig.entry.KeyEvent(ui::kKeyDownMessage, 0xBD, kSlashKey);
+    rig.entry.KeyEvent(ui::kCharMessage, '-', kSlashKey);
     EXPECT_EQ(rig.entry.text(), "/-");
     const size_t before = rig.window.allLines().size();
-    rig.entry.KeyEvent(ui::kKeyDownMessage, 0xC0, kUsbGrave);
-    rig.entry.KeyEvent(ui::kCharMessage, '`', 0);
+    rig.entry.KeyEvent(ui::kKeyDownMessage, 0xC0, kStopKey);
+    rig.entry.KeyEvent(ui::kCharMessage, '`', kStopKey);
     EXPECT_EQ(rig.entry.text(), "/-");
     ASSERT_EQ(rig.window.allLines().size(), before + 1);
     EXPECT_EQ(rig.last().indicatorName, "indicator_stop");

@@ -26,14 +26,6 @@ constexpr int kBackspace = 0x08, kTab = 0x09, kReturn = 0x0D, kEscape = 0x1B, kP
               kEnd = 0x23, kHome = 0x24, kLeft = 0x25, kUp = 0x26, kRight = 0x27, kDown = 0x28, kDelete = 0x2E,
               kKeyV = 0x56;
 
-uint32_t lineColor(const render::Font* font) {
-    auto* rf = dynamic_cast<const ui::RulesetFont*>(font);
-    if (!rf) return 0x00FFFFFF;
-    uint32_t c = rf->color();
-    if (!rf->isGlyphFont()) return c & 0xFFFFFF;
-    return ((c & 0xFF) << 16) | (c & 0xFF00) | ((c >> 16) & 0xFF);
-}
-
 }  // namespace
 
 ChatEntry::ChatEntry(ChatWindow& w, ChatLink l) : window(w), link(l) {

@@ -23,7 +23,8 @@ std::string labelOf(std::string_view inside) {
     return cut(inside, ChatLine::kMaxLabel - 1) + ":";
 }
 
-// A line colour (0x00BBGGRR) from a font: glyph fonts keep 0xFFRRGGBB.
+}  // namespace
+
 uint32_t lineColor(const render::Font* font) {
     auto* rf = dynamic_cast<const ui::RulesetFont*>(font);
     if (!rf) return 0x00FFFFFF;
@@ -31,8 +32,6 @@ uint32_t lineColor(const render::Font* font) {
     if (!rf->isGlyphFont()) return c & 0xFFFFFF;
     return ((c & 0xFF) << 16) | (c & 0xFF00) | ((c >> 16) & 0xFF);
 }
-
-}  // namespace
 
 std::vector<TextSpan> wrapText(const render::Font& font, std::string_view text, int32_t width) {
     std::vector<TextSpan> lines;

@@ -36,6 +36,10 @@ struct TextSpan {
 // still ends.
 std::vector<TextSpan> wrapText(const render::Font& font, std::string_view text, int32_t width);
 
+// The colour (0x00BBGGRR) of rules and carets drawn in a font's colour; glyph
+// fonts keep theirs as 0xFFRRGGBB.
+uint32_t lineColor(const render::Font* font);
+
 class ChatLine {
 public:
     static constexpr size_t kMaxLabel = 119;      // 120 bytes with the terminator

@@ -6,6 +6,7 @@
 #include "db/PlainDatabaseReader.h"
 
 #include <array>
+#include <bit>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -17,6 +18,10 @@
 #include "db/StringValue.h"
 #include "db/XmlParse.h"
 #include "platform/Encoding.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace lh::db {
 
@@ -44,6 +49,29 @@ constexpr std::array<uint8_t, 256> makeClasses() {
 constexpr std::array<uint8_t, 256> kClasses = makeClasses();
 
 inline uint8_t classOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
+
+// Past the bytes of an attribute value that stand for themselves: values
+// make up most of a database, and where the processor has 16-byte vectors
+// they are checked 16 bytes at a time (the same set of stops as the table).
+const char* skipPlainValueBytes(const char* p, const char* end) {
+#if defined(__SSE2__)
+    const __m128i blank = _mm_set1_epi8(0x20), doubleQuote = _mm_set1_epi8('"'), singleQuote = _mm_set1_epi8('\''),
+                  ampersand = _mm_set1_epi8('&'), less = _mm_set1_epi8('<');
+    while (end - p >= 16) {
+        __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        // Compared as signed bytes, those from 0x80 on are below a blank too.
+        __m128i stops = _mm_or_si128(
+            _mm_or_si128(_mm_cmplt_epi8(bytes, blank), _mm_cmpeq_epi8(bytes, doubleQuote)),
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, singleQuote),
+                         _mm_or_si128(_mm_cmpeq_epi8(bytes, ampersand), _mm_cmpeq_epi8(bytes, less))));
+        unsigned mask = unsigned(_mm_movemask_epi8(stops));
+        if (mask) return p + std::countr_zero(mask);
+        p += 16;
+    }
+#endif
+    while (!(classOf(*p) & kValueStop)) ++p;
+    return p;
+}
 
 // Names the reader compares against are all letters in upper case, and the
 // names in the file are made of name characters: a letter matches itself in
@@ -247,11 +275,52 @@ private:
         }
     }
 
+    // Whether the name at p is exactly `word`; if so, p goes past it.
+    bool spelled(std::string_view word) {
+        if (size_t(end - p) <= word.size() || std::memcmp(p, word.data(), word.size()) != 0 ||
+            (classOf(p[word.size()]) & kNameChar)) {
+            return false;
+        }
+        p += word.size();
+        return true;
+    }
+    // The tag names and attribute names as saves spell them, tried before
+    // the general road: most of a database is these few names. Each answers
+    // the name it read and what the general road would have made of it, or
+    // an empty name (and p unmoved) for any other spelling.
+    std::string_view savedTag(int8_t& tag) {
+        static constexpr std::string_view kTags[] = {"node", "intvalue", "stringvalue", "holder",
+                                                     "categorydef", "formattedtext", "image"};
+        for (int i = 0; i < int(std::size(kTags)); ++i) {
+            if (*p == kTags[i][0] && p[1] == kTags[i][1] && spelled(kTags[i])) {
+                tag = int8_t(i);  // in the order of the tag numbers
+                return kTags[i];
+            }
+        }
+        return {};
+    }
+    std::string_view savedAttribute(int8_t tag, int& slot) {
+        static constexpr std::string_view kNames[] = {"name",  "value",  "category",  "module",
+                                                      "owner", "holder", "definition"};
+        // The slot each of these names reads in each tag (in the order of
+        // the tag numbers), as slotOf gives it; -1 where it is not read.
+        static constexpr int8_t kSlots[std::size(kNames)][7] = {
+            {0, 0, 0, 0, -1, 0, 0},       {-1, 1, 1, -1, -1, -1, -1},  {1, -1, -1, -1, -1, -1, -1},
+            {2, -1, -1, -1, -1, -1, -1},  {-1, -1, -1, 1, -1, -1, -1}, {-1, -1, -1, -1, 0, -1, -1},
+            {-1, -1, -1, -1, 1, -1, -1}};
+        for (size_t i = 0; i < std::size(kNames); ++i) {
+            if (*p != kNames[i][0] || !spelled(kNames[i])) continue;
+            slot = tag >= 0 ? kSlots[i][tag] : -1;
+            return kNames[i];
+        }
+        return {};
+    }
+
     // An attribute value from behind its opening quote to its closing one.
     // `cooked` tells that the value is not its own bytes.
     bool attributeValue(char quote, bool& cooked) {
         for (;;) {
-            while (!(classOf(*p) & kValueStop)) ++p;
+            p = skipPlainValueBytes(p, end);
             char c = *p;
             if (c == quote) return true;
             if (c == '"' || c == '\'' || c == '\t' || c == '\n' || c == '\r' || static_cast<unsigned char>(c) >= 0x80) {
@@ -272,9 +341,14 @@ private:
     bool element(bool isRoot) {
         const char* tagStart = p;
         ++p;
-        std::string_view tagName = name();
+        int8_t tag = kOther;
+        std::string_view tagName = isRoot ? std::string_view() : savedTag(tag);
+        if (tagName.empty()) {
+            tagName = name();
+            if (!isRoot) tag = tagOf(tagName);
+        }
         if (tagName.empty() || depth >= kMaxOpen) return false;
-        Item item{isRoot ? int8_t(kOther) : tagOf(tagName), false, 0, 0, 0, {0, 0, 0}, {0, 0, 0}, 0};
+        Item item{tag, false, 0, 0, 0, {0, 0, 0}, {0, 0, 0}, 0};
         for (;;) {
             bool spaced = classOf(*p) & kSpace;
             skipSpace();
@@ -288,14 +362,18 @@ private:
                 break;
             }
             if (!spaced) return false;
-            std::string_view attribute = name();
+            int slot = -1;
+            std::string_view attribute = savedAttribute(item.tag, slot);
+            if (attribute.empty()) {
+                attribute = name();
+                slot = slotOf(item.tag, attribute);
+            }
             if (attribute.empty() || *p != '=' || (p[1] != '"' && p[1] != '\'')) return false;
             char quote = p[1];
             p += 2;
             const char* value = p;
             bool cooked = false;
             if (!attributeValue(quote, cooked)) return false;
-            int slot = isRoot ? -1 : slotOf(item.tag, attribute);
             // The first of two equal names is the one read.
             if (slot >= 0 && !(item.found & (1u << slot))) {
                 item.found |= uint8_t(1u << slot);

@@ -494,7 +494,9 @@ private:
     // and text outside ASCII turned into 8-bit text.
     std::string_view value(const Item& item, int i) {
         std::string_view raw(start + item.at[i], item.size[i]);
-        if (!(item.cooked & (1u << i))) return raw;
+        return item.cooked & (1u << i) ? cook(raw) : raw;
+    }
+    [[gnu::noinline]] std::string_view cook(std::string_view raw) {
         if (eightBit && !isAscii(raw)) {
             wide = platform::windows1252ToUtf8(raw);
             raw = wide;

@@ -6,10 +6,12 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/InputScript.h"
 #include "platform/Scheduler.h"
+#include "platform/Signal.h"
 
 namespace lh::app {
 
@@ -27,6 +29,10 @@ public:
     void start();
     bool finished() const { return next >= steps.size(); }
 
+    // How long an "await" step waits for its trace line before the program
+    // ends with exit code 3.
+    static constexpr uint32_t kAwaitTimeoutMs = 60000;
+
 private:
     void run();
 
@@ -34,6 +40,12 @@ private:
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
+    // What the program has traced since the script began, for "await"; the
+    // text awaited now, empty when none.
+    std::vector<std::string> traced;
+    std::string awaited;
+    platform::Subscription traceWatch;
+    platform::Timer awaitTimeout;
 };
 
 }  // namespace lh::app

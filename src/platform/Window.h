@@ -24,14 +24,24 @@ public:
     // The borderless full-screen form.
     void setFullScreen(bool on);
     void setResizable(bool on);
+    // The client area cannot be made smaller than this by dragging a border.
+    void setMinimumClientSize(int w, int h);
     WindowFrame frame() const;   // decorations around the client area
     void clientSize(int& w, int& h) const;
     void drawableSize(int& w, int& h) const;   // pixels, for the graphics device
+    // The mouse cursor by the program's id: 155 the arrow, 156 over
+    // something that can be picked up, 157 while carrying it.
+    void setCursor(int id);
+    // Moves the mouse cursor to a point of the client area, in drawable pixels.
+    void warpMouse(int x, int y);
+    // Keeps the mouse's events while a button is held outside the window.
+    void captureMouse(bool on);
     void* nativeHandle() const { return handle; }   // the SDL_Window, for platform code only
 
 private:
     explicit Window(void* h) : handle(h) {}
     void* handle;
+    void* cursors[3] = {};  // SDL cursors for 155, 156, 157, made on first use
 };
 
 // A small window that stands while the content loads. The main thread creates

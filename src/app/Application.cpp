@@ -34,6 +34,7 @@
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "ui/Desktop.h"
+#include "ui/Lights.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
 #include "ui/Subsystems.h"
@@ -269,7 +270,8 @@ bool InitInstance(const CommandLine& cl) {
         delete splash;
         return false;
     }
-    setFrameState({[] { return false; }, [] { return app().desktopLightColor; }});
+    // The Desktop light is the one that "/night" and "/day" fade.
+    setFrameState({[] { return false; }, [] { return ui::lights().desktop; }});
     listeners().frame = platform::spine().drawFrame.subscribe(DrawFrame);
     // A lost host ends the process; no idle report goes out meanwhile.
     listeners().hostLost = platform::spine().hostLost.subscribe([] { listeners().idle.stop(); });

@@ -15,21 +15,30 @@ constexpr size_t kKeptLines = 20000;
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
+    awaitTimeout.setHandler([this] {
+        std::fprintf(stderr, "lorehaven: script: no trace line \"%s\" came\n", awaited.c_str());
+        awaited.clear();
+        actions.quit(3);
+    });
     bool awaits = false;
     for (const platform::ScriptStep& step : steps) awaits |= step.kind == platform::ScriptStep::Kind::Await;
     if (!awaits) return;
+    // Lines written before the script began count too (a window that opened
+    // while the program started).
+    traced = platform::recentTraceLines();
     traceWatch = platform::traceLines().subscribe([this](std::string_view line) {
         // The script's own lines quote what they await.
         if (line.starts_with("script ")) return;
         // A bound on what is kept: a long run keeps its last lines.
         if (traced.size() >= kKeptLines) {
             traced.erase(traced.begin(), traced.begin() + kKeptLines / 2);
-            awaitFrom = awaitFrom > kKeptLines / 2 ? awaitFrom - kKeptLines / 2 : 0;
+            for (auto& [text, from] : takenUpTo) from = from > kKeptLines / 2 ? from - kKeptLines / 2 : 0;
         }
         traced.emplace_back(line);
         if (!awaited.empty() && line.find(awaited) != std::string_view::npos) {
+            takenUpTo[awaited] = traced.size();
             awaited.clear();
-            awaitFrom = traced.size();
+            awaitTimeout.stop();
             timer.start(0);
         }
     });
@@ -61,14 +70,19 @@ void ScriptPlayer::run() {
             }
             return;
         case platform::ScriptStep::Kind::Await: {
+            // An await takes the first line holding its text that no earlier
+            // await of the same text took, so two awaits of one text wait
+            // for two lines; awaits of other texts may take lines in any order.
+            size_t& from = takenUpTo[step.name];
             bool seen = false;
-            for (size_t i = awaitFrom; i < traced.size() && !seen; ++i) {
+            for (size_t i = from; i < traced.size() && !seen; ++i) {
                 seen = traced[i].find(step.name) != std::string::npos;
-                if (seen) awaitFrom = i + 1;
+                if (seen) from = i + 1;
             }
             if (seen) break;
             // The line that comes starts the next step.
             awaited = step.name;
+            awaitTimeout.start(kAwaitTimeoutMs);
             return;
         }
         case platform::ScriptStep::Kind::Screenshot:

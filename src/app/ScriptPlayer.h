@@ -6,8 +6,9 @@
 
 #include <cstdint>
 #include <functional>
-#include <string_view>
+#include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/InputScript.h"
@@ -33,6 +34,10 @@ public:
     void start();
     bool finished() const { return next >= steps.size(); }
 
+    // How long an "await" step waits for its trace line before the program
+    // ends with exit code 3.
+    static constexpr uint32_t kAwaitTimeoutMs = 60000;
+
 private:
     void run();
 
@@ -43,9 +48,11 @@ private:
     // What the program has traced since the script began, for "await"; the
     // text awaited now, empty when none.
     std::vector<std::string> traced;
-    size_t awaitFrom = 0;  // lines before this one were taken by an await
+    // Per awaited text, the lines before this one were taken by an await.
+    std::map<std::string, size_t> takenUpTo;
     std::string awaited;
     platform::Subscription traceWatch;
+    platform::Timer awaitTimeout;
 };
 
 }  // namespace lh::app

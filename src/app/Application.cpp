@@ -34,6 +34,7 @@
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "ui/Desktop.h"
+#include "ui/Lights.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
 #include "ui/Subsystems.h"
@@ -258,6 +259,10 @@ bool InitInstance(const CommandLine& cl) {
         return false;
     }
     placeMainWindow(*a.mainWindow);
+    // The user may make the window larger; the Desktop re-anchors its
+    // windows by the Ruleset's rules, and 1024 by 768 is the least.
+    a.mainWindow->setMinimumClientSize(kClientWidth, kClientHeight);
+    a.mainWindow->setResizable(true);
     if (splash) splash->progress(0.2f);
 
     // The device has told the user what failed.
@@ -265,7 +270,8 @@ bool InitInstance(const CommandLine& cl) {
         delete splash;
         return false;
     }
-    setFrameState({[] { return false; }, [] { return app().desktopLightColor; }});
+    // The Desktop light is the one that "/night" and "/day" fade.
+    setFrameState({[] { return false; }, [] { return ui::lights().desktop; }});
     listeners().frame = platform::spine().drawFrame.subscribe(DrawFrame);
     // A lost host ends the process; no idle report goes out meanwhile.
     listeners().hostLost = platform::spine().hostLost.subscribe([] { listeners().idle.stop(); });

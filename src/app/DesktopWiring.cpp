@@ -17,8 +17,10 @@
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
 #include "ui/DesktopObject.h"
+#include "ui/DesktopToken.h"
+#include "ui/DragImage.h"
 #include "ui/FrameLayers.h"
-#include "ui/MenuModel.h"
+#include "ui/RadialMenu.h"
 #include "ui/SessionWindowPort.h"
 #include "ui/Subsystems.h"
 
@@ -54,6 +56,11 @@ uint32_t mouseFlags(const platform::Event& e) {
     if (modifiers & platform::ModShift) flags |= ui::mouse::kShift;
     if (modifiers & platform::ModCtrl) flags |= ui::mouse::kControl;
     return flags;
+}
+
+int controlCharacterOfKey(int key) {
+    constexpr int kBack = 0x08, kTab = 0x09, kReturn = 0x0D, kEscape = 0x1B;
+    return key == kBack || key == kTab || key == kReturn || key == kEscape ? key : 0;
 }
 
 // The shortcut mask: 2 control, 1 alt, 4 shift.
@@ -103,9 +110,17 @@ void startDesktop(db::SessionMode mode, int clientWidth, int clientHeight) {
     static platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [](render::RenderContext& context) {
         ui::desktop().Draw(context, context.ClipRect());
     });
+    static platform::Subscription tokens = ui::drawOnFrameStep(ui::FrameStep::DesktopTokens, ui::drawDesktopTokens);
+    static platform::Subscription dragImage = ui::drawOnFrameStep(ui::FrameStep::DragImage, [](render::RenderContext& context) {
+        ui::drawDragImage(ui::desktop(), context);
+    });
     static platform::Subscription menuLayer = ui::drawOnFrameStep(ui::FrameStep::RadialMenu, [](render::RenderContext& context) {
         ui::desktop().DrawMenu(context);
     });
+    static platform::Subscription bareDrops = ui::desktopSignals().desktopDrop.subscribe(
+        [](int32_t x, int32_t y, uint32_t flags, ui::DesktopObject& source) {
+            return ui::dropOnBareDesktop(ui::desktop(), flags, x, y, &source);
+        });
     bool online = mode != db::SessionMode::LocalCharacters && hasSession();
     ui::startSubsystems({mode, desk, online ? &session() : nullptr, online ? db::replication() : nullptr});
     desk.OpenShortcutWindow(mode);
@@ -140,7 +155,12 @@ void routeDesktopInput(const platform::Event& e) {
         break;
     case EventType::KeyDown:
         heldModifiers |= modifierOfKey(e.keyCode);
-        desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode, e.repeat, e.extended);
+        if (!desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode, e.repeat,
+                          e.extended)) {
+            // The keys that type a character of their own without giving
+            // text: backspace, tab, return and escape.
+            if (int c = controlCharacterOfKey(e.keyCode)) desk.Char(c, e.scanCode, e.extended);
+        }
         break;
     case EventType::KeyUp:
         heldModifiers &= uint16_t(~modifierOfKey(e.keyCode));
@@ -156,25 +176,27 @@ void routeDesktopInput(const platform::Event& e) {
 
 bool chooseDesktopMenu(int32_t x, int32_t y, const std::string& labels) {
     ui::Desktop& desk = ui::desktop();
-    const ui::MenuModel* menu = desk.OpenMenuAt(x, y);
+    const ui::RadialMenu* ring = desk.OpenMenuAt(x, y);
     size_t from = 0;
-    while (menu) {
+    while (ring) {
         size_t slash = labels.find('/', from);
         std::string label = labels.substr(from, slash == std::string::npos ? std::string::npos : slash - from);
-        int slot = menu->find(label);
+        int slot = -1;
+        for (int i = 0; i < ui::RadialMenu::kSlots && slot < 0; ++i)
+            if (ring->icons[size_t(i)] && ring->labels[size_t(i)] == label) slot = i;
         if (slot < 0) break;
-        const ui::MenuModel::Entry& entry = menu->at(slot);
-        if (entry.subMenu && slash != std::string::npos) {
-            menu = entry.subMenu.get();
+        const ui::RadialMenu* below = ring->subMenus[size_t(slot)].get();
+        if (below && slash != std::string::npos) {
+            ring = below;
             from = slash + 1;
             continue;
         }
-        if (entry.subMenu || slash != std::string::npos) break;
-        platform::trace("menu %s %d", label.c_str(), entry.id);
-        desk.ChooseMenu(entry.id);
+        if (below || slash != std::string::npos) break;
+        platform::trace("menu %s %d", label.c_str(), ring->ids[size_t(slot)]);
+        desk.ChooseMenu(ring->ids[size_t(slot)]);
         return true;
     }
-    desk.ChooseMenu(0);  // closes the menu; no owner takes id 0
+    desk.CloseMenu();
     return false;
 }
 

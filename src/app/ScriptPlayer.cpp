@@ -2,46 +2,46 @@
 #include "app/ScriptPlayer.h"
 
 #include <cstdio>
-#include <string_view>
 
 #include "platform/Clock.h"
 #include "platform/Trace.h"
 
 namespace lh::app {
 
+namespace {
+constexpr size_t kKeptLines = 20000;
+}  // namespace
+
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
+    awaitTimeout.setHandler([this] {
+        std::fprintf(stderr, "lorehaven: script: no trace line \"%s\" came\n", awaited.c_str());
+        awaited.clear();
+        actions.quit(3);
+    });
+    bool awaits = false;
+    for (const platform::ScriptStep& step : steps) awaits |= step.kind == platform::ScriptStep::Kind::Await;
+    if (!awaits) return;
+    // Lines written before the script began count too (a window that opened
+    // while the program started).
+    traced = platform::recentTraceLines();
     traceWatch = platform::traceLines().subscribe([this](std::string_view line) {
-        // The script's own lines name what it awaits: they do not count.
-        if (line.substr(0, 7) == "script ") return;
-        // A long run keeps only its recent lines.
-        if (traceSoFar.size() >= 20000) {
-            traceSoFar.erase(traceSoFar.begin(), traceSoFar.begin() + 10000);
-            awaitFrom = awaitFrom > 10000 ? awaitFrom - 10000 : 0;
+        // The script's own lines quote what they await.
+        if (line.starts_with("script ")) return;
+        // A bound on what is kept: a long run keeps its last lines.
+        if (traced.size() >= kKeptLines) {
+            traced.erase(traced.begin(), traced.begin() + kKeptLines / 2);
+            for (auto& [text, from] : takenUpTo) from = from > kKeptLines / 2 ? from - kKeptLines / 2 : 0;
         }
-        traceSoFar.emplace_back(line);
-        if (!awaiting.empty() && line.find(awaiting) != std::string_view::npos) {
-            awaiting.clear();
-            awaitFrom = traceSoFar.size();
-            awaitLimit.stop();
+        traced.emplace_back(line);
+        if (!awaited.empty() && line.find(awaited) != std::string_view::npos) {
+            takenUpTo[awaited] = traced.size();
+            awaited.clear();
+            awaitTimeout.stop();
             timer.start(0);
         }
     });
-    awaitLimit.setHandler([this] {
-        std::fprintf(stderr, "lorehaven: script: \"%s\" never came\n", awaiting.c_str());
-        awaiting.clear();
-        actions.quit(3);
-    });
-}
-
-bool ScriptPlayer::seen(const std::string& text) {
-    for (size_t i = awaitFrom; i < traceSoFar.size(); ++i) {
-        if (traceSoFar[i].find(text) == std::string::npos) continue;
-        awaitFrom = i + 1;
-        return true;
-    }
-    return false;
 }
 
 void ScriptPlayer::start() {
@@ -69,6 +69,22 @@ void ScriptPlayer::run() {
                 timer.start(step.waitMs);
             }
             return;
+        case platform::ScriptStep::Kind::Await: {
+            // An await takes the first line holding its text that no earlier
+            // await of the same text took, so two awaits of one text wait
+            // for two lines; awaits of other texts may take lines in any order.
+            size_t& from = takenUpTo[step.name];
+            bool seen = false;
+            for (size_t i = from; i < traced.size() && !seen; ++i) {
+                seen = traced[i].find(step.name) != std::string::npos;
+                if (seen) from = i + 1;
+            }
+            if (seen) break;
+            // The line that comes starts the next step.
+            awaited = step.name;
+            awaitTimeout.start(kAwaitTimeoutMs);
+            return;
+        }
         case platform::ScriptStep::Kind::Screenshot:
             actions.drawPending();
             if (!actions.screenshot(step.name)) {
@@ -81,11 +97,6 @@ void ScriptPlayer::run() {
                 std::fprintf(stderr, "lorehaven: script line %d: no menu entry %s\n", step.line, step.name.c_str());
             }
             timer.start(0);
-            return;
-        case platform::ScriptStep::Kind::Await:
-            if (seen(step.name)) break;
-            awaiting = step.name;
-            awaitLimit.start(120000);
             return;
         case platform::ScriptStep::Kind::Quit:
             actions.quit(step.exitCode);

@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/InputScript.h"
@@ -32,22 +34,25 @@ public:
     void start();
     bool finished() const { return next >= steps.size(); }
 
+    // How long an "await" step waits for its trace line before the program
+    // ends with exit code 3.
+    static constexpr uint32_t kAwaitTimeoutMs = 60000;
+
 private:
     void run();
-    // Whether a line holds the text, from the line after the last one an
-    // await took; that line becomes the one taken.
-    bool seen(const std::string& text);
 
     std::vector<platform::ScriptStep> steps;
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
-    // The trace since the start, for "await"; the text awaited, if any.
-    std::vector<std::string> traceSoFar;
-    size_t awaitFrom = 0;
-    std::string awaiting;
+    // What the program has traced since the script began, for "await"; the
+    // text awaited now, empty when none.
+    std::vector<std::string> traced;
+    // Per awaited text, the lines before this one were taken by an await.
+    std::map<std::string, size_t> takenUpTo;
+    std::string awaited;
     platform::Subscription traceWatch;
-    platform::Timer awaitLimit;
+    platform::Timer awaitTimeout;
 };
 
 }  // namespace lh::app

@@ -226,7 +226,10 @@ bool joinHostSession(const WayIn& wayIn, uint16_t port) {
 void startLocalSession() { makeSession(); }
 
 void requestStartIdentity(const std::string& identity) {
-    if (!identity.empty() && hasSession()) net::requestIdentity(session(), identity, false);
+    if (identity.empty() || !hasSession()) return;
+    // The Identity asked for stands as the user's own until the host answers.
+    db::localUser().identities.push_back(identity);
+    net::requestIdentity(session(), identity, false);
 }
 
 }  // namespace lh::app

@@ -108,6 +108,7 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
         std::string name;
         if (!text(m, name)) return HandlerResult::Rejected;
         if (!name.empty() && h.characterOffered) h.characterOffered(name);
+        if (!name.empty()) characterOffered().emit(name);
         return HandlerResult::Handled;
     });
     session.setHandler(tags::LGOTR, [text](SessionPeer*, const NetMessage& m) {
@@ -127,6 +128,7 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
             return HandlerResult::Rejected;
         }
         if (h.characterInPlay) h.characterInPlay(notice->identity, notice->userName, notice->isLocal != 0);
+        characterEntered().emit(notice->identity, notice->userName, notice->isLocal != 0);
         return HandlerResult::Handled;
     });
     session.setHandler(tags::IDENR, [s](SessionPeer*, const NetMessage& m) {
@@ -137,8 +139,24 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
             return HandlerResult::Rejected;
         }
         if (h.identityAnswer) h.identityAnswer(*inUse == 0);
+        identityAnswered().emit(*inUse == 0);
         return HandlerResult::Handled;
     });
+}
+
+platform::Signal<void(bool)>& identityAnswered() {
+    static platform::Signal<void(bool)> signal;
+    return signal;
+}
+
+platform::Signal<void(const std::string&)>& characterOffered() {
+    static platform::Signal<void(const std::string&)> signal;
+    return signal;
+}
+
+platform::Signal<void(const std::string&, const std::string&, bool)>& characterEntered() {
+    static platform::Signal<void(const std::string&, const std::string&, bool)> signal;
+    return signal;
 }
 
 void requestIdentity(Session& session, const std::string& name, bool isLocal) {

@@ -12,6 +12,14 @@ namespace lh::net {
 
 namespace {
 
+bool isSafeCharacterName(const std::string& name) {
+    if (name.empty()) return false;
+    for (char c : name) {
+        if (c == '.' || c == '/' || c == '\\' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F) return false;
+    }
+    return true;
+}
+
 struct HostLogin {
     Session* session = nullptr;
     HostLoginHooks hooks;
@@ -88,9 +96,12 @@ struct HostLogin {
             return HandlerResult::Rejected;
         }
         db::SessionUser* user = db::findKnownUser(from->name);
-        // A record key cannot hold the path separator, nor be empty.
-        if (!user || request->name.empty() || request->name.find('.') != std::string::npos) {
-            session->reportMalformed(from, message, "no usable character name");
+        // The name becomes a record key and a file name: no path separator
+        // of the tree or the disk, no control bytes, not empty.
+        if (!user) return HandlerResult::Rejected;
+        if (!isSafeCharacterName(request->name)) {
+            // Refused like a name in use, so that the player may choose again.
+            session->sendTo(encodeIdentityAnswer(1), *from);
             return HandlerResult::Rejected;
         }
         uint8_t inUse = 0;

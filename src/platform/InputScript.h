@@ -11,18 +11,19 @@
 //   keyup KEY [MOD...]         Escape, Tab, Space, Backspace, Delete, Insert,
 //   key KEY [MOD...]           Home, End, PageUp, PageDown, Left, Right, Up,
 //                              Down, PrintScreen, Shift, Ctrl, Alt); MOD is
-//                              shift, ctrl or alt; "key" is down then up
+//                              shift, ctrl or alt; "key" is down then up;
+//                              Num0..Num9 are the numeric pad, Menu the menu
+//                              key; a keydown of a key already down is the
+//                              keyboard's repeat of a held key
 //   text TEXT                  typed text: the rest of the line, UTF-8
 //   wait MS                    let MS milliseconds pass before the next step
-//   screenshot NAME            write NAME.png of the client area
+//   await TEXT                 go on once this program has written a trace
+//                              line holding TEXT (at once if it already has);
+//                              lines count from after the one that the last
+//                              await took, so two awaits wait for two lines
 //   menu X Y LABEL[/LABEL...]  open the menu of what is at X, Y and choose
 //                              the entry by its labels, through sub-menus
-//   await TEXT                 hold the script until a trace line holds TEXT;
-//                              lines count from the start, or from after the
-//                              line the last await took, so two awaits of one
-//                              text wait for two lines; the script's own lines
-//                              do not count. Needs LOREHAVEN_TRACE; after
-//                              120 s the program ends with exit code 3
+//   screenshot NAME            write NAME.png of the client area
 //   quit CODE                  end the program with this exit code
 //
 // Pure parsing: bytes in, steps out, errors with their line.
@@ -38,15 +39,15 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Screenshot, Quit, Menu, Await };
+    enum class Kind { Input, Wait, Await, Screenshot, Quit, Menu };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
     // Input: the events of this step, in order (a click is three).
     std::vector<Event> events;
     uint32_t waitMs = 0;
-    std::string name;     // Screenshot: the file name, ".png" added if missing;
-                          // Menu: the labels, '/' between them; Await: the text
+    std::string name;     // Screenshot: the file name, ".png" added if missing; Await: the text;
+                          // Menu: the labels, '/' between a sub-menu and its entry
     int32_t x = 0, y = 0;  // Menu: where the menu opens
     int exitCode = 0;     // Quit
 };

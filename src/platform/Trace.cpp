@@ -5,7 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <algorithm>
+#include <deque>
 #include <string>
 
 #include "platform/Clock.h"
@@ -15,6 +15,8 @@ namespace {
 
 struct TraceFile {
     std::FILE* file = nullptr;
+    // The newest lines, for a script that starts after they were written.
+    std::deque<std::string> recent;
 
     TraceFile() {
         const char* path = std::getenv("LOREHAVEN_TRACE");
@@ -37,11 +39,16 @@ TraceFile& traceFile() {
 
 }  // namespace
 
-bool traceOn() { return traceFile().file != nullptr; }
+Signal<void(std::string_view)>& traceLines() {
+    static Signal<void(std::string_view)> lines;
+    return lines;
+}
+
+bool traceOn() { return traceFile().file != nullptr || !traceLines().empty(); }
 
 void trace(const char* format, ...) {
     TraceFile& t = traceFile();
-    if (!t.file) return;
+    if (!t.file && traceLines().empty()) return;
     char text[2048];
     va_list args;
     va_start(args, format);
@@ -50,19 +57,26 @@ void trace(const char* format, ...) {
     if (n < 0) return;
     std::string line = std::to_string(nowMs());
     line += ' ';
+    const size_t textStart = line.size();
     for (const char* p = text; *p; ++p) {
         if (*p == '\n') line += "\\n";
         else line += *p;
     }
     line += '\n';
     // One write per line keeps lines whole when a watcher reads mid-run.
-    std::fwrite(line.data(), 1, line.size(), t.file);
-    traceLines().emit(std::string_view(text, size_t(std::min<int>(n, int(sizeof text) - 1))));
+    if (t.file) std::fwrite(line.data(), 1, line.size(), t.file);
+    std::string_view written = std::string_view(line).substr(textStart, line.size() - textStart - 1);
+    if (!written.starts_with("script ")) {
+        constexpr size_t kKeptLines = 4096;
+        if (t.recent.size() >= kKeptLines) t.recent.pop_front();
+        t.recent.emplace_back(written);
+    }
+    traceLines().emit(std::string_view(line).substr(textStart, line.size() - textStart - 1));
 }
 
-Signal<void(std::string_view)>& traceLines() {
-    static Signal<void(std::string_view)> lines;
-    return lines;
+std::vector<std::string> recentTraceLines() {
+    const auto& r = traceFile().recent;
+    return {r.begin(), r.end()};
 }
 
 void closeTrace() { traceFile().close(); }

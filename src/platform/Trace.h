@@ -5,7 +5,9 @@
 // while this one runs. Without the variable every call costs one branch.
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Signal.h"
 
@@ -26,14 +28,23 @@ bool traceOn();
 //                                  peer not yet logged in); BYTES is the body
 //   received TAG BYTES PEER        a message arrived and is being dispatched
 //   record PATH                    a value under this record changed
-//   menu LABEL ID                  a script chose a menu entry
-//   map PATH EVENT                 a map's picture or layer changed here
+//   window opened CLASS RECORD     (also closed, shared, minimized, restored)
+//   menu opened X Y                a radial menu opened with its anchor there
+//   menu chosen ID                 its choice (0: none)
+//   drag started X Y               a press there became a drag
+//   bookmark stored N CLASS RECORD a pad key stored the top window (recalled)
+//   menu LABEL ID                  a script's menu step chose this entry
+//   map PATH EVENT                 a map's picture or layers changed here
 //   quit CODE                      the loop ends with this exit code
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// Every line as it is written, without its stamp: what the test driver's
-// "await" step watches. Only lines of an open trace are told.
-Signal<void(std::string_view)>& traceLines();
+// Every line as it is written (after the stamp), for watchers inside the
+// program (the script's "await"); lines are made for them even without a file.
+Signal<void(std::string_view line)>& traceLines();
+
+// The newest few thousand lines written so far (without their stamps), the
+// script's own lines left out: what a script that starts late has missed.
+std::vector<std::string> recentTraceLines();
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.
 void closeTrace();

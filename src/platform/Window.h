@@ -24,6 +24,8 @@ public:
     // The borderless full-screen form.
     void setFullScreen(bool on);
     void setResizable(bool on);
+    // The client area cannot be made smaller than this by dragging a border.
+    void setMinimumClientSize(int w, int h);
     WindowFrame frame() const;   // decorations around the client area
     void clientSize(int& w, int& h) const;
     void drawableSize(int& w, int& h) const;   // pixels, for the graphics device
@@ -39,6 +41,7 @@ public:
 private:
     explicit Window(void* h) : handle(h) {}
     void* handle;
+    void* cursors[3] = {};  // SDL cursors for 155, 156, 157, made on first use
 };
 
 // A small window that stands while the content loads. The main thread creates

@@ -142,12 +142,16 @@ bool ImageValue::loadBase() {
     if (picturePath.empty()) return false;
     std::vector<uint8_t> bytes;
     if (!readWholeFile(platform::diskPath(picturePath), bytes)) return false;
+    // Maps are drawn in tiles: they may be larger than a texture, up to
+    // what the layers can hold.
+    uint32_t w = 0, h = 0;
+    if (!ui::readPictureSize(bytes.data(), bytes.size(), w, h) || uint64_t(w) * h > kMaxLayerPixels) return false;
     ui::PixelImage picture;
-    if (!ui::decodePicture(bytes.data(), bytes.size(), picture)) return false;
-    if (picture.width > uint32_t(kMaxLayerSide) || picture.height > uint32_t(kMaxLayerSide)) return false;
+    if (!ui::decodePicture(bytes.data(), bytes.size(), picture, uint32_t(kMaxLayerSide))) return false;
     base.width = int32_t(picture.width);
     base.height = int32_t(picture.height);
     base.argb = std::move(picture.pixels);
+    traceEvent("loaded");
     width = base.width;
     height = base.height;
     return true;

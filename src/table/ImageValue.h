@@ -124,6 +124,11 @@ public:
     size_t pendingCount() const { return pending.size(); }
     int openCountValue() const { return openCount; }
 
+    // What the next draw writes out to the device: a change touches its
+    // own box, never the whole picture.
+    const render::Rect& compositeChange() const { return compositeDirty; }
+    const render::Rect& drawingChange() const { return drawingDirty; }
+
     // The composite's pixel at (x, y), as drawn (tests, the screenshot
     // checks); 0 outside the picture.
     uint32_t CompositePixel(int32_t x, int32_t y) const;

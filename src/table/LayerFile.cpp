@@ -69,7 +69,9 @@ bool saveLayerFile(const std::filesystem::path& file, const AlphaPlane& plane) {
 
 bool decodeLayer(const uint8_t* bytes, size_t length, int32_t width, int32_t height, AlphaPlane& out) {
     ui::PixelImage picture;
-    if (!ui::decodePicture(bytes, length, picture)) return false;
+    uint32_t w = 0, h = 0;
+    if (!ui::readPictureSize(bytes, length, w, h) || uint64_t(w) * h > kMaxLayerPixels) return false;
+    if (!ui::decodePicture(bytes, length, picture, uint32_t(kMaxLayerSide))) return false;
     if ((width > 0 && int32_t(picture.width) != width) || (height > 0 && int32_t(picture.height) != height)) return false;
     if (!out.reset(int32_t(picture.width), int32_t(picture.height), 0)) return false;
     for (size_t i = 0; i < picture.pixels.size(); ++i) out.alpha[i] = uint8_t(picture.pixels[i]);  // blue

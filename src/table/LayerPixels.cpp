@@ -10,6 +10,7 @@ namespace lh::table {
 bool AlphaPlane::reset(int32_t w, int32_t h, uint8_t fill) {
     clear();
     if (w <= 0 || h <= 0 || w > kMaxLayerSide || h > kMaxLayerSide) return false;
+    if (uint64_t(w) * uint64_t(h) > kMaxLayerPixels) return false;
     width = w;
     height = h;
     alpha.assign(size_t(w) * size_t(h), fill);

@@ -24,7 +24,7 @@ struct AlphaPlane {
 
     bool empty() const { return alpha.empty(); }
     // Replaces the plane with one of the size, every pixel `fill`. False
-    // (and the plane empty) for a size of 0 or one beyond kMaxLayerSide.
+    // (and the plane empty) for a size of 0 or one beyond the limits below.
     bool reset(int32_t w, int32_t h, uint8_t fill);
     void clear() { *this = AlphaPlane{}; }
     render::Rect bounds() const { return {0, 0, width, height}; }
@@ -33,8 +33,10 @@ struct AlphaPlane {
 };
 
 // Larger sides are refused before any memory is taken: 32767 is what a
-// packed 16-bit point can reach.
+// packed 16-bit point can reach. A map is drawn in tiles, so it may be far
+// larger than one texture; its area is held to what memory can carry.
 constexpr int32_t kMaxLayerSide = 32767;
+constexpr uint64_t kMaxLayerPixels = 20000ull * 20000ull;
 
 // A picture as decoded: 0xAARRGGBB, top row first.
 struct PicturePixels {

@@ -2,6 +2,7 @@
 #include "ui/KeyboardFocus.h"
 
 #include "render/GraphicsDevice.h"
+#include "ui/InputState.h"
 
 namespace lh::ui {
 
@@ -22,9 +23,11 @@ KeyboardTarget::~KeyboardTarget() {
 KeyboardTarget* KeyboardFocus() { return focus; }
 
 KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target) {
-    render::GraphicsDevice::Get().Invalidate(nullptr);
     KeyboardTarget* old = focus;
+    // Focus shows all over (carets, highlighted frames); a focus that stays
+    // changes nothing, which a click on a window's surface does every time.
     if (old == target) return old;
+    render::GraphicsDevice::Get().Invalidate(nullptr);
     focus = nullptr;
     if (old) old->FocusLost();
     focus = target;
@@ -35,5 +38,8 @@ KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target) {
 void setFallbackKeyboardTarget(KeyboardTarget* target) { fallback = target; }
 KeyboardTarget* fallbackKeyboardTarget() { return fallback; }
 void focusFallback() { SetKeyboardFocus(fallback); }
+
+int modifierKeys() { return inputState().modifiers; }
+void setModifierKeys(int mask) { inputState().modifiers = mask; }
 
 }  // namespace lh::ui

@@ -19,13 +19,21 @@ constexpr int kKeyDownMessage = 256;
 constexpr int kCharMessage = 258;
 
 KeyboardTarget* KeyboardFocus();
-// Marks the whole client area dirty, tells the old target it lost the
-// keyboard, stores the new one and tells it. Returns the old one.
+// When the target changes: marks the whole client area dirty, tells the old
+// target it lost the keyboard, stores the new one and tells it. Returns the
+// old one.
 KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target);
 // The chat entry registers here; null leaves the keyboard with nobody.
 void setFallbackKeyboardTarget(KeyboardTarget* target);
 KeyboardTarget* fallbackKeyboardTarget();
 // SetKeyboardFocus(fallback).
 void focusFallback();
+
+// The modifier keys held now, as the Desktop's key routing saw them: 2
+// control, 1 alt, 4 shift. Key handlers that care (word moves, the
+// clipboard, the tab direction, a negated number under the mouse) ask here.
+constexpr int kModControl = 2, kModAlt = 1, kModShift = 4;
+int modifierKeys();
+void setModifierKeys(int mask);
 
 }  // namespace lh::ui

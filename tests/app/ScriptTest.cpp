@@ -82,14 +82,16 @@ TEST(Script, ClicksAndAScreenshotReachTheRealProgramAndItsTrace) {
 
 TEST(Script, BadScriptsAreRefusedWithTheirLine) {
     using lh::platform::parseInputScript;
-    lh::platform::ParsedScript ok = parseInputScript("click right 5 6\r\n\n  # note\nkeydown a ctrl shift\ntext Zoë\n");
+    lh::platform::ParsedScript ok = parseInputScript("click right 5 6\r\n\n  # note\nkeydown a ctrl shift\ntext Zoë 日\nawait record x.1\n");
     ASSERT_TRUE(ok.error.empty()) << ok.error;
-    ASSERT_EQ(ok.steps.size(), 3u);
+    ASSERT_EQ(ok.steps.size(), 4u);
+    EXPECT_EQ(ok.steps[3].kind, lh::platform::ScriptStep::Kind::Await);
+    EXPECT_EQ(ok.steps[3].name, "record x.1");
     EXPECT_EQ(ok.steps[0].events.size(), 3u);  // move, press, release
     EXPECT_EQ(ok.steps[1].line, 4);
     EXPECT_EQ(ok.steps[1].events[0].keyCode, 'A');
     EXPECT_EQ(ok.steps[1].events[0].modifiers, lh::platform::ModCtrl | lh::platform::ModShift);
-    ASSERT_EQ(ok.steps[2].events.size(), 3u);
+    ASSERT_EQ(ok.steps[2].events.size(), 4u);  // a character 8-bit text lacks is dropped whole
     EXPECT_EQ(ok.steps[2].events[2].text[0], '\xEB');  // 8-bit text, as the window gives it
 
     lh::platform::ParsedScript driven = parseInputScript("menu 10 -20 Layers/Enter Mask Mode\nawait  map a.b polygon\n");

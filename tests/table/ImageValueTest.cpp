@@ -10,6 +10,7 @@
 #include "support/TestSupport.h"
 #include "table/ImageValue.h"
 #include "table/LayerFile.h"
+#include "render/RecordingRenderContext.h"
 
 using namespace lh;
 using namespace lh::table;
@@ -128,4 +129,32 @@ TEST(ImageValue, NamesDoNotCollideAndWorkWaitsForThePicture) {
     EXPECT_EQ(pad.drawing.width, 30);
     EXPECT_EQ(pad.drawing.at(29, 5), 254);
     pad.Close(nullptr);
+}
+
+TEST(ImageValue, AMapLargerThanATextureIsDrawnInTilesAndTouchesOnlyWhatChanged) {
+    HostDisk disk;
+    // Beyond the 8192 of a texture on both sides.
+    AlphaPlane big;
+    ASSERT_TRUE(big.reset(8400, 8300, 90));
+    ASSERT_TRUE(saveLayerFile(platform::diskPath("campaigns\\Saga\\images\\big.png"), big));
+    big.clear();
+    ImageValue value;
+    value.setImagePath("campaigns\\Saga\\images\\big.png");
+    ASSERT_TRUE(value.Open(nullptr));
+    EXPECT_EQ(value.width, 8400);
+    value.CreateMask();
+    render::RecordingRenderContext screen;
+    value.DrawLayers(screen, -8000, -8000, 0xFFFFFFFF, {0, 0, 1024, 768});
+    EXPECT_EQ(screen.calls.size(), 4u);  // of 81 tiles, the four on the screen
+    EXPECT_TRUE(value.compositeChange().isEmpty());
+
+    value.ApplyPolygon(square(8200, 8100, 8300, 8150));
+    EXPECT_EQ(value.compositeChange(), (render::Rect{8200, 8100, 8301, 8151}));
+    EXPECT_EQ(value.CompositePixel(8250, 8120), 0xFF5A5A5Au);
+    EXPECT_EQ(value.CompositePixel(100, 100), 0x405A5A5Au);
+    value.DrawSegment(8000, 10, 8100, 10, 255);
+    value.DrawLayers(screen, 0, 0, 0xFFFFFFFF, {0, 0, 1024, 768});
+    value.DrawSegment(8000, 20, 8100, 20, 255);
+    EXPECT_EQ(value.drawingChange(), (render::Rect{7999, 19, 8102, 22}));
+    value.Close(nullptr);
 }

@@ -163,10 +163,11 @@ void receiveWhispers(net::Session& session) {
             s->reportMalformed(from, m, "a whisper is three texts, each ended by a zero byte");
             return net::HandlerResult::Rejected;
         }
+        // Cut as a line typed here would be: a label, a font name, a line.
         CommandChatLine line;
-        line.speaker = std::move(w.speaker);
-        line.font = std::move(w.font);
-        line.text = std::move(w.text);
+        line.speaker = w.speaker.substr(0, ui::Identity::kMaxName);
+        line.font = w.font.substr(0, 255);
+        line.text = w.text.substr(0, 4095);
         if (ui::ChatPort* chat = ui::chatPort()) chat->add(draftOf(std::move(line), s->isHost()));
         return net::HandlerResult::Handled;
     });

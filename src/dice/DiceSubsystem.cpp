@@ -298,8 +298,8 @@ void DiceHookup::DropOnDie(int32_t, int32_t, ui::DesktopObject& source) {
     // A number dropped on a die goes to the modifier collector, labelled
     // with where it came from.
     ui::DragPayload payload;
-    if (!state || !state->collector || !source.GetDragData(payload) || payload.kind != 1) return;
-    // FIXME: the payload's number, once drag payloads carry numbers.
+    if (!state || !state->collector || !source.GetDragData(payload) || payload.kind != ui::kDragNumber) return;
+    state->collector->Add(payload.number, payload.description);
 }
 
 std::unique_ptr<ui::MenuModel> buildDieMenuAt(int32_t x, int32_t y) {

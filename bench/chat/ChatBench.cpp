@@ -132,6 +132,7 @@ public:
         const auto until = Clock::now() + std::chrono::milliseconds(limitMs);
         for (;;) {
             for (size_t end; (end = pending.find('\n')) != std::string::npos;) {
+                if (keep) seen.append(pending, 0, end + 1);
                 bool found = pending.compare(0, end, text) == 0 || pending.substr(0, end).find(text) != std::string::npos;
                 pending.erase(0, end + 1);
                 if (found) return true;
@@ -147,6 +148,9 @@ public:
     }
 
     std::string path;
+    // With LOREHAVEN_BENCH_KEEP set, every line read, for a look afterwards.
+    bool keep = std::getenv("LOREHAVEN_BENCH_KEEP") != nullptr;
+    std::string seen;
 
 private:
     int reader = -1, keeper = -1;
@@ -195,7 +199,9 @@ public:
 void BM_LineFromPlayerToAnothersScreen(benchmark::State& state) {
     const uint16_t port = freePort();
     const std::string portToken = "p" + std::to_string(port);
-    Program host(benchFolder("host"), {"--host", "--campaign", "Bench", "--gm", "GM", portToken});
+    const bool keep = std::getenv("LOREHAVEN_BENCH_KEEP") != nullptr;
+    Program host(benchFolder("host"), {"--host", "--campaign", "Bench", "--gm", "GM", portToken},
+                 keep ? (benchFolder("host") / "trace.txt").string() : std::string());
     // The sender joins first: that waits out the host's start-up, which the
     // other player's program would not.
     std::filesystem::current_path(benchFolder("ann"));
@@ -226,6 +232,7 @@ void BM_LineFromPlayerToAnothersScreen(benchmark::State& state) {
         samples.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
         ann.session->poll();  // the echo and whatever else came meanwhile
     }
+    if (keep) std::ofstream(benchFolder("bea") / "trace.txt") << trace.seen;
     if (samples.empty()) return;
     std::sort(samples.begin(), samples.end());
     auto at = [&](double q) { return samples[std::min(samples.size() - 1, size_t(q * double(samples.size())))]; };
@@ -318,6 +325,10 @@ int main(int argc, char** argv) {
     benchmark::Shutdown();
     std::error_code ignored;
     std::filesystem::current_path(std::filesystem::temp_directory_path(), ignored);
-    std::filesystem::remove_all(root, ignored);
+    if (std::getenv("LOREHAVEN_BENCH_KEEP")) {
+        std::printf("kept %s\n", root.c_str());
+    } else {
+        std::filesystem::remove_all(root, ignored);
+    }
     return 0;
 }

@@ -73,9 +73,7 @@ public:
 
     void start(const ui::SubsystemStart& s) {
         ui::setChatPort(this);
-        // A control-click on a name field marked CREATEIDENTITY (host only,
-        // the field checks that) gives the Gamemaster a new person to speak
-        // as, in the plain chat font; a name already held changes nothing.
+        ui::setIdentityMaker(makeIdentityFromField);
         ui::setPollFactory([] { return std::make_unique<Poll>(); });
         Poll::voters() = [this] { return voters(); };
         if (link.session && !link.isHost()) {
@@ -84,11 +82,6 @@ public:
                 window.invalidate();
             });
         }
-        ui::setIdentityMaker([](const std::string& name) {
-            if (name.empty() || ui::identities().find(name)) return false;
-            ui::identities().selectOrMakeIdentity(name.substr(0, ui::Identity::kMaxName), "chatfont");
-            return true;
-        });
         keys = platform::spine().routeInput.subscribe([this](const platform::Event& e) { watchKeys(e); });
         idle = platform::spine().sendIdleState.subscribe([this](uint8_t state) { reportIdle(state); });
         if (link.mode == db::SessionMode::LocalCharacters) return;
@@ -203,9 +196,13 @@ private:
                 // the one the client made for itself.
                 std::unique_ptr<ChatLine> made = window.lineFromMessage(*line);
                 line->pollId = static_cast<const Poll&>(*made->attachment).id;
+                platform::trace("poll %u %.200s", unsigned(line->pollId), line->text.c_str());
                 window.add(std::move(made));
                 s->sendToAll(encodeChat(net::tags::CHATR, *line));
                 return net::HandlerResult::Rejected;  // already passed on
+            }
+            if (line->attachmentKind == ui::ChatAttachment::kPoll) {
+                platform::trace("poll %u %.200s", unsigned(line->pollId), line->text.c_str());
             }
             window.add(window.lineFromMessage(*line));
             return net::HandlerResult::Handled;

@@ -99,6 +99,11 @@ public:
 std::unique_ptr<DieResult> makeDieResult();
 void setDieResultFactory(std::function<std::unique_ptr<DieResult>()> factory);
 
+// A new poll for a line about to be posted ("/vote"): the chat's, once it
+// runs; null without a chat.
+std::unique_ptr<ChatAttachment> makePoll();
+void setPollFactory(std::function<std::unique_ptr<ChatAttachment>()> factory);
+
 // A line to show: label from `speaker` ("%s:"; none when empty), the text,
 // its font, an indicator icon name, and what it carries.
 struct ChatLineDraft {

@@ -98,6 +98,11 @@ void ScriptPlayer::run() {
             }
             timer.start(0);
             return;
+        case platform::ScriptStep::Kind::Resize:
+            // The window system's size event comes back through the loop.
+            actions.resize(step.width, step.height);
+            timer.start(0);
+            return;
         case platform::ScriptStep::Kind::Quit:
             actions.quit(step.exitCode);
             return;

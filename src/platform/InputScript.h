@@ -24,6 +24,9 @@
 //   menu X Y LABEL[/LABEL...]  open the menu of what is at X, Y and choose
 //                              the entry by its labels, through sub-menus
 //   screenshot NAME            write NAME.png of the client area
+//   resize W H                 make the main window's client area W by H, as
+//                              a user dragging its border would (the least
+//                              size still holds); the size event follows
 //   quit CODE                  end the program with this exit code
 //
 // Pure parsing: bytes in, steps out, errors with their line.
@@ -39,7 +42,7 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Await, Screenshot, Quit, Menu };
+    enum class Kind { Input, Wait, Await, Screenshot, Resize, Quit, Menu };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
@@ -50,6 +53,7 @@ struct ScriptStep {
                           // Menu: the labels, '/' between a sub-menu and its entry
     int32_t x = 0, y = 0;  // Menu: where the menu opens
     int exitCode = 0;     // Quit
+    int width = 0, height = 0;  // Resize
 };
 
 struct ParsedScript {

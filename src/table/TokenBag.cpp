@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "platform/Trace.h"
 #include "render/Bitmap.h"
 #include "render/RenderContext.h"
 #include "table/TokenLibrary.h"
@@ -39,10 +40,25 @@ void TokenBag::Scatter() {
         e.y = h ? int32_t(uint32_t(random()) % h) : 0;
         heap.push_back(e);
     }
+    if (rect.isEmpty()) return;
+    scattered = true;
     Arrange(false);
+    traceTop();
+}
+
+void TokenBag::traceTop() {
+    if (heap.empty() || !window) return;
+    int32_t ox = 0, oy = 0;
+    GetOrigin(ox, oy);
+    const Entry& top = heap.back();
+    platform::trace("tokenbag top %s at %d %d", top.def->name.c_str(), ox + top.x + top.def->width() / 2,
+                    oy + top.y + top.def->height() / 2);
 }
 
 void TokenBag::Arrange(bool) {
+    // The bounds are laid out after the parse: the first heap was thrown
+    // into an empty rectangle, so it is thrown again into the real one.
+    if (!scattered && !rect.isEmpty()) Scatter();
     for (Entry& e : heap) {
         if (!e.def || !e.def->hasPicture()) continue;
         if (e.x + e.def->width() > rect.width()) e.x = std::max(0, rect.width() - e.def->width());
@@ -115,9 +131,10 @@ int TokenBag::MouseDrag(int message, uint32_t flags, uint32_t startPosition, uin
 
 int TokenBag::GetDragData(ui::DragPayload& payload) {
     if (picked < 0 || size_t(picked) >= heap.size()) return 0;
-    payload.kind = 4;
+    payload.kind = ui::kDragToken;
     payload.icon = heap[size_t(picked)].def->bitmap.get();
     payload.description = heap[size_t(picked)].def->name;
+    payload.tokenPath = heap[size_t(picked)].def->name;
     return 1;
 }
 

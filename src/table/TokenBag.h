@@ -33,12 +33,15 @@ public:
     void HoverMove(uint32_t position) override;
 
     void Scatter();
+    // A trace line with the top picture's name and centre on the Desktop.
+    void traceTop();
     const std::vector<Entry>& entries() const { return heap; }
 
 private:
     std::vector<Entry> heap;
     int picked = -1;  // index into heap; not drawn while dragged
     bool dragging = false;
+    bool scattered = false;  // thrown into a laid-out rectangle once
     std::minstd_rand random{1};  // seeded: the same heap on every run
 };
 

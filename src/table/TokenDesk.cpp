@@ -13,6 +13,8 @@
 #include "table/PointerGeometry.h"
 #include "table/TokenGrip.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopToken.h"
+#include "ui/DragPayload.h"
 #include "ui/InputState.h"
 #include "ui/Lights.h"
 #include "ui/RulesetData.h"
@@ -66,6 +68,52 @@ ImageControl* pointerControl(ui::Window& window) {
 
 TokenDesk* tokenDesk() { return current(); }
 
+// Section: the trace. Each token message handled, and each drop here, gives
+// a line with where the token now stands on the Desktop, so that scripts
+// and tests on two machines can see that they agree.
+
+void TokenDesk::traceToken(const char* what, const WindowKey& key, uint32_t id) {
+    Token* t = tokens.find(key, id);
+    if (!t || !windowOf(key)) {
+        platform::trace("token %s %s %s id %u gone", what, key.className.c_str(), key.recordName.c_str(), id);
+        return;
+    }
+    render::Rect r = desktopRect(key, *t);
+    platform::trace("token %s %s %s id %u at %d %d locked %d pending %d %d", what, key.className.c_str(),
+                    key.recordName.c_str(), id, r.left, r.top, t->locked ? 1 : 0, t->pendingX, t->pendingY);
+}
+
+void TokenDesk::traceMessage(const net::NetMessage& m) {
+    std::string tag(m.tag.text().substr(0, 5)), why;
+    WindowKey key;
+    uint32_t id = 0;
+    TokenAdd a;
+    TokenRef d;
+    TokenMove p;
+    TokenTurn o;
+    TokenLock l;
+    if (tag == "TOKAR" && decodeTokenAdd(m, a, why)) {
+        key = a.window, id = a.id;
+    } else if (tag == "TOKAQ" && decodeTokenAdd(m, a, why)) {
+        // The host gave the next id to the token it just made.
+        key = a.window;
+        auto* list = tokens.tokensOf(key);
+        id = list && !list->empty() ? list->back()->id : 0;
+    } else if ((tag == "TOKDR" || tag == "TOKDQ") && decodeTokenDelete(m, d, why)) {
+        key = d.window, id = d.id;
+    } else if ((tag == "TOKPR" || tag == "TOKPQ") && decodeTokenMove(m, p, why)) {
+        key = p.window, id = p.id;
+    } else if ((tag == "TOKOR" || tag == "TOKOQ") && decodeTokenTurn(m, o, why)) {
+        key = o.window, id = o.id;
+    } else if (tag == "TOKLR" && decodeTokenLock(m, l, why)) {
+        key = l.window, id = l.id;
+    } else {
+        platform::trace("token %s", tag.c_str());
+        return;
+    }
+    traceToken(tag.c_str(), key, id);
+}
+
 WindowKey TokenDesk::keyOf(const ui::Window& window) { return WindowKey{window.windowClass.name, window.name}; }
 
 ui::Window* TokenDesk::windowOf(const WindowKey& key) { return home.Find(key.className, key.recordName); }
@@ -97,7 +145,7 @@ TokenDesk::TokenDesk(ui::Desktop& desktop, net::Session* s, bool isHost)
                 return net::HandlerResult::Rejected;
             }
             glide.wake();
-            platform::trace("token %.5s", m.tag.text().data());
+            traceMessage(m);
             return net::HandlerResult::Handled;
         };
         for (const char* pair : {"TOKA", "TOKD", "TOKP", "TOKO"}) session->setPairHandler(pair, onToken);
@@ -189,16 +237,31 @@ ui::DesktopObject* TokenDesk::objectAt(ui::Window& window, int32_t x, int32_t y)
 
 int TokenDesk::dropped(ui::Window& window, uint32_t position, ui::DesktopObject& source) {
     ui::DragPayload payload;
-    if (!source.GetDragData(payload) || payload.kind != 4) return 0;
-    if (!window.windowClass.allowTokens) return 1;
-    // FIXME: the payload names its picture in `description` until drags
-    // carry a token path of their own.
-    TokenDef* def = tokenLibrary().find(payload.description);
-    if (!def) return 1;
+    if (!source.GetDragData(payload) || payload.kind != ui::kDragToken) return 0;
     const int32_t x = ui::mouse::xOf(position), y = ui::mouse::yOf(position);
-    tokens.AddToken(keyOf(window), *def, x - window.rect.left - def->width() / 2,
-                    y - window.rect.top - def->height() / 2, -1);
+    if (auto* grip = dynamic_cast<TokenGrip*>(&source)) {
+        // A token dragged on its own window moves when the grip hears the
+        // release; on another window it left its own, and stays on this
+        // machine's Desktop as the bare Desktop would keep it.
+        if (grip->owner != &window && payload.icon && !payload.icon->IsEmpty())
+            ui::placeDesktopToken(home, *payload.icon, payload.tokenPath, x, y);
+        return 1;
+    }
+    if (!window.windowClass.allowTokens) return 1;
+    TokenDef* def = tokenLibrary().find(payload.tokenPath);
+    if (!def) return 1;
+    WindowKey key = keyOf(window);
+    auto* list = tokens.tokensOf(key);
+    const size_t before = list ? list->size() : 0;
+    tokens.AddToken(key, *def, x - window.rect.left - def->width() / 2, y - window.rect.top - def->height() / 2, -1);
     glide.wake();
+    list = tokens.tokensOf(key);
+    if (list && list->size() > before) {
+        traceToken("dropped", key, list->back()->id);
+    } else {
+        // A client's token appears only when the host answers.
+        platform::trace("token asked %s %s", key.className.c_str(), key.recordName.c_str());
+    }
     return 1;
 }
 

@@ -17,6 +17,7 @@
 #include "ui/DesktopHooks.h"
 
 namespace lh::net {
+struct NetMessage;
 class Session;
 struct SessionPeer;
 }  // namespace lh::net
@@ -68,7 +69,11 @@ public:
     // The pointer's origin on a window and the clip its drawing keeps to.
     void pointerOrigin(ui::Window& window, int32_t& x, int32_t& y, render::Rect& clip);
 
+    // A trace line of where the token stands now, or that it is gone.
+    void traceToken(const char* what, const WindowKey& key, uint32_t id);
+
 private:
+    void traceMessage(const net::NetMessage& m);
     void opened(ui::Window& window);
     void closed(ui::Window& window);
     ui::DesktopObject* objectAt(ui::Window& window, int32_t x, int32_t y);

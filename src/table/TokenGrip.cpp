@@ -67,6 +67,7 @@ int TokenGrip::MouseDrag(int message, uint32_t flags, uint32_t startPosition, ui
     t->dragging = false;
     if (!free) {
         desk.board().MoveToken(key, t->pendingX, t->pendingY, id, true, -1);
+        desk.traceToken("moved", key, id);
         return 1;
     }
     t->shownX = t->rect.left;
@@ -76,15 +77,14 @@ int TokenGrip::MouseDrag(int message, uint32_t flags, uint32_t startPosition, ui
     const render::Rect& r = t->rect;
     if (w->rect.contains(r.left + wx, r.top + wy) && w->rect.contains(r.right - 1 + wx, r.bottom - 1 + wy)) {
         desk.board().MoveToken(key, r.left + wx - w->rect.left, r.top + wy - w->rect.top, id, false, -1);
+        desk.traceToken("moved", key, id);
         return 1;
     }
     // Off the window: gone for everybody, left on this machine's Desktop.
-    const int32_t x = mouse::xOf(position), y = mouse::yOf(position);
-    int taken = 0;
-    ui::desktopSignals().desktopDrop.forEach([&](const auto& h) {
-        if (!taken) taken = h(x, y, flags, *this);
-    });
+    // The drop went first, where the mouse is: on the bare Desktop or on
+    // another window it made the Desktop token.
     desk.board().DeleteToken(key, id);
+    desk.traceToken("dragged off", key, id);
     ui::inputState().mouseCapture = nullptr;
     return 1;
 }
@@ -92,9 +92,10 @@ int TokenGrip::MouseDrag(int message, uint32_t flags, uint32_t startPosition, ui
 int TokenGrip::GetDragData(ui::DragPayload& payload) {
     Token* t = token();
     if (!t || !t->def) return 0;
-    payload.kind = 4;
+    payload.kind = ui::kDragToken;
     payload.icon = t->def->bitmap.get();
     payload.description = t->def->name;
+    payload.tokenPath = t->def->name;
     return 1;
 }
 
@@ -147,8 +148,9 @@ void TokenGrip::MenuSelected(int choice) {
             desk.AcceptProposal(key, id);
             break;
         default:
-            break;
+            return;
     }
+    desk.traceToken("chosen", key, id);
 }
 
 }  // namespace lh::table

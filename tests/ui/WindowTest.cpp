@@ -41,7 +41,11 @@ struct RecordingNetwork : ui::WindowNetwork {
     }
     std::vector<std::string> connectedUsers() const override { return {"alice"}; }
     void sendRecord(db::DbNode&, const std::string*) override {}
-    int requestDelete(db::DbNode&) override { return -1; }
+    int requestDelete(db::DbNode& node) override {
+        deleteRequests.push_back(node.pathOf());
+        return 0;
+    }
+    std::vector<std::string> deleteRequests;
 };
 
 class Windows : public ::testing::Test {
@@ -271,6 +275,71 @@ TEST_F(Windows, MenuEntriesFollowRightsAndState) {
     EXPECT_TRUE(small->anchored);
     // Desktop windows have none.
     EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::Host)->BuildMenu(), nullptr);
+}
+
+TEST_F(Windows, MenuChoicesDeleteMinimizeAndTellTheHostsSize) {
+    // "Confirm Delete" on the host deletes the record at once; the window
+    // dies with it after the event.
+    Window* sheet = open("sheet");
+    sheet->MenuSelected(ui::kMenuConfirmDelete);
+    desk->CollectClosed();
+    EXPECT_EQ(db::findNode("sheets.00001"), nullptr);
+    EXPECT_EQ(desk->Find("sheet", "00001"), nullptr);
+
+    // A player asks the host for it, on a PLAYERCONTROL record of its own,
+    // and deletes nothing itself; on another's record there is no entry.
+    RecordingNetwork net;
+    desk->network = &net;
+    db::setSessionMode(db::SessionMode::Join);
+    Window* party = open("party");
+    party->record->setOwner(&db::localUser());
+    ASSERT_NE(party->BuildMenu()->find("Delete Record"), -1);
+    party->MenuSelected(ui::kMenuConfirmDelete);
+    EXPECT_EQ(net.deleteRequests, (std::vector<std::string>{"party.00001"}));
+    EXPECT_NE(db::findNode("party.00001"), nullptr);
+    party->record->setOwner(nullptr);
+    EXPECT_EQ(party->BuildMenu()->find("Delete Record"), -1);
+    party->MenuSelected(ui::kMenuConfirmDelete);
+    EXPECT_EQ(net.deleteRequests.size(), 1u);
+    db::setSessionMode(db::SessionMode::Host);
+    net.host = true;
+
+    // NODELETE and static records offer no delete, even to the host.
+    EXPECT_EQ(open("keeper")->BuildMenu()->find("Delete Record"), -1);
+    Window* fixed = open("sheet", "00004");
+    fixed->record->isStatic = 1;
+    EXPECT_EQ(fixed->BuildMenu()->find("Delete Record"), -1);
+
+    // "Minimize" puts the icon where the mouse chose it.
+    desk->MouseMove(0, 600, 500);
+    fixed->MenuSelected(ui::kMenuMinimize);
+    EXPECT_TRUE(fixed->minimized);
+    EXPECT_EQ(fixed->rect, (Rect{584, 484, 616, 516}));
+
+    // A host-sized window, shared, tells its new size to all at the end of
+    // its resize; a plain move tells nothing.
+    Window* hosted = open("hostsized", "");
+    hosted->shared = true;
+    auto drag = [&](uint32_t flags) {
+        const int32_t x = hosted->rect.left + 50, y = hosted->rect.top + 50;
+        desk->MousePress(kLeftDown, kLeft | flags, x, y);
+        desk->MouseMove(kLeft | flags, x + 3, y + 3);
+        desk->MouseMove(kLeft | flags, x + 33, y + 23);
+        desk->MouseRelease(kLeftUp, flags, x + 33, y + 23);
+    };
+    net.sent.clear();
+    drag(0);
+    EXPECT_TRUE(net.sent.empty());
+    drag(kControl);
+    ASSERT_EQ(net.sent.size(), 1u);
+    EXPECT_EQ(net.sent[0].first, "WINSQ");
+    ui::WindowMessage m;
+    std::string why;
+    ASSERT_TRUE(ui::decodeWindowMessage(net.sent[0].second, ui::WindowMessageForm::namesAndSize, m, why));
+    EXPECT_EQ(m.className, "hostsized");
+    EXPECT_EQ(m.width, 230);
+    EXPECT_EQ(m.height, 170);
+    desk->network = nullptr;
 }
 
 TEST_F(Windows, TabsAndMiddleDragTurnPages) {

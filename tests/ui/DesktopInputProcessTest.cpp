@@ -27,6 +27,8 @@ const char* kBase = R"(<root>
   <icon name="closeremote" file="rulesets\InTest\red.png"/>
   <icon name="broadcast" file="rulesets\InTest\blue.png"/>
   <icon name="opener" file="rulesets\InTest\grey.png"/>
+  <font name="mini_name"><face value="DejaVu Sans"/><size value="12"/><color value="FF0000"/></font>
+  <framedef name="mini_name"><bitmap file="rulesets\InTest\yellow.png"/><middle rect="0,0,6,6"/></framedef>
   <framedef name="green"><bitmap file="rulesets\InTest\green.png"/><middle rect="0,0,6,6"/></framedef>
   <framedef name="yellow"><bitmap file="rulesets\InTest\yellow.png"/><middle rect="0,0,6,6"/></framedef>
   <windowclass name="sheet">
@@ -84,6 +86,9 @@ TEST_F(DesktopInputProcess, TheDesktopMenuShowsAndItsExitEndsWithMinusOne) {
     EXPECT_EQ(runScript(R"(click right 600 500
 wait 50
 screenshot menu
+move 600 425
+wait 50
+screenshot label
 click left 600 420
 wait 50
 screenshot confirm
@@ -102,6 +107,17 @@ quit 0
     EXPECT_EQ(menu.at(600, 420), kRed);    // "Exit program"
     EXPECT_EQ(menu.at(680, 500), kBlue);   // "Maximize window"
     EXPECT_NE(menu.at(600, 580), kRed);
+    // The mouse over "Exit program" without a button: the menu stays, and
+    // the label stands on the hub in its frame, as wide as the text.
+    auto frameWidth = [](const Shot& s) {
+        uint32_t n = 0;
+        for (uint32_t x = 500; x < 700; ++x) n += s.at(x, 507) == kYellow;
+        return n;
+    };
+    EXPECT_EQ(frameWidth(menu), 0u);
+    Shot label = shot("label");
+    EXPECT_GT(frameWidth(label), 50u);
+    EXPECT_EQ(label.at(600, 420), kRed);
     // Only the deepest ring shows: the confirmation around the old slot.
     Shot confirm = shot("confirm");
     EXPECT_EQ(confirm.at(600, 420), kWhite);  // its hub

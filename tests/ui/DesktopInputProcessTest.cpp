@@ -34,6 +34,7 @@ const char* kBase = R"(<root>
   <windowclass name="sheet">
     <frame name="green"/><datasource name="sheets"/><sharable/><dynamic/>
     <defaultsize width="200" height="150"/><defaultposition x="100" y="100"/>
+    <sheetdata><stringcontrol name="title"><bounds rect="150,120,40,20"/></stringcontrol></sheetdata>
   </windowclass>
   <windowclass name="plain">
     <frame name="yellow"/><datasource name="plains"/>
@@ -126,15 +127,21 @@ quit 0
 }
 
 TEST_F(DesktopInputProcess, AWindowClosesFromItsOwnMenuUnderTheMouse) {
+    // The sheet's field has the keyboard and the mouse when its window
+    // closes from the menu; what is typed next goes to the chat entry.
     EXPECT_EQ(runScript(R"(click left 924 25
 wait 50
-move 150 150
-click left 150 150
-click right 150 150
-click left 150 70
+click left 260 230
+text before
+move 260 230
+click right 260 230
+click left 260 150
 wait 50
-move 151 151
+move 261 231
 screenshot closed
+text after
+key Return
+wait 50
 click left 150 150
 quit 0
 )"),
@@ -143,6 +150,12 @@ quit 0
     const std::string lines = trace();
     EXPECT_NE(lines.find("window opened sheet 00001\n"), std::string::npos) << lines;
     EXPECT_NE(lines.find("window closed sheet 00001\n"), std::string::npos) << lines;
+    // The field let go of the keyboard as its window went, and kept its
+    // text; the chat entry took what came after.
+    EXPECT_NE(lines.find("record sheets.00001", lines.find("window closed sheet 00001")), std::string::npos)
+        << lines;
+    EXPECT_NE(readFile(desk.work.path() / "campaigns" / "C" / "db.xml").find("before"), std::string::npos);
+    EXPECT_NE(lines.find("] after\n"), std::string::npos) << lines;
     EXPECT_NE(shot("closed").at(150, 150), kGreen);
 }
 

@@ -61,18 +61,9 @@ const char* kBase = R"(<root>
 
 constexpr uint32_t kWhite = 0xFFFFFF, kRed = 0xFF0000, kBlue = 0x0000FF, kGreen = 0x00C000, kYellow = 0xE0E000;
 
-void writePictures(const ScriptedDesktop& desk) {
-    desk.writeSquare("white.png", 16, 0xFFFFFFFF);
-    desk.writeSquare("grey.png", 16, 0xFF808080);
-    desk.writeSquare("red.png", 24, 0xFFFF0000);
-    desk.writeSquare("blue.png", 24, 0xFF0000FF);
-    desk.writeSquare("green.png", 6, 0xFF00C000);
-    desk.writeSquare("yellow.png", 6, 0xFFE0E000);
-}
-
 class DesktopInputProcess : public ::testing::Test {
 protected:
-    void SetUp() override { writePictures(desk); }
+    void SetUp() override { desk.writePalette(); }
     // Runs a host on the Ruleset with the script; answers the exit code.
     int runScript(const char* script) { return desk.runHost(script); }
     std::string trace() { return desk.trace(); }
@@ -243,8 +234,8 @@ quit 0
 
 TEST(DesktopShare, ShareSheetOpensOnTheClientAndCloseForAllClosesIt) {
     ScriptedDesktop h("InTest", kBase), c("InTest", kBase);
-    writePictures(h);
-    writePictures(c);
+    h.writePalette();
+    c.writePalette();
     const uint16_t port = freeTcpPort();
     // The host opens the sheet, waits for the player, shares the sheet from
     // its window menu (slot 6, west), waits until the player has asked for

@@ -167,6 +167,22 @@ TEST_F(Windows, OpenersOpenToggleAndMakeRecords) {
 
     // CLOSETOGGLE: open, minimize, restore; the record is the sheet's own.
     auto& link = *sheet->FindControl("link");
+    // Held down, the link shows its pressed icon; leaving it lets go.
+    auto drawnIcon = [&] {
+        render::RecordingRenderContext context;
+        link.Draw(context, {0, 0, 1024, 768});
+        return context.calls.empty() ? nullptr : context.calls.back().bitmap;
+    };
+    EXPECT_EQ(drawnIcon(), ui::findIcon("open"));
+    int32_t lx, ly;
+    link.GetOrigin(lx, ly);
+    desk->MousePress(kLeftDown, kLeft, lx + 5, ly + 5);
+    EXPECT_EQ(drawnIcon(), ui::findIcon("openpressed"));
+    desk->MouseMove(kLeft, lx + 5, ly + 40);
+    EXPECT_EQ(drawnIcon(), ui::findIcon("open"));
+    desk->MouseRelease(kLeftUp, 0, lx + 5, ly + 40);
+    EXPECT_EQ(desk->Find("notes", "00007"), nullptr);  // let go outside: nothing opened
+    EXPECT_EQ(desk->dragPayload.kind, 0);
     click(link);
     Window* notes = desk->Find("notes", "00007");
     ASSERT_NE(notes, nullptr);

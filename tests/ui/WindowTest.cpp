@@ -46,6 +46,18 @@ struct RecordingNetwork : ui::WindowNetwork {
         return 0;
     }
     std::vector<std::string> deleteRequests;
+
+    // The one message sent, read as names and a size; the test fails unless
+    // exactly one went out, of that tag.
+    ui::WindowMessage onlySent(const char* tag) const {
+        ui::WindowMessage m;
+        std::string why;
+        EXPECT_EQ(sent.size(), 1u);
+        if (sent.size() != 1) return m;
+        EXPECT_EQ(sent[0].first, tag);
+        EXPECT_TRUE(ui::decodeWindowMessage(sent[0].second, ui::WindowMessageForm::namesAndSize, m, why)) << why;
+        return m;
+    }
 };
 
 class Windows : public ::testing::Test {
@@ -272,11 +284,7 @@ TEST_F(Windows, MenuEntriesFollowRightsAndState) {
     EXPECT_EQ(party->BuildMenu()->at(6).label, "Share Sheet");
     net.sent.clear();
     party->MenuSelected(ui::kMenuShare);
-    ASSERT_EQ(net.sent.size(), 1u);
-    EXPECT_EQ(net.sent[0].first, "WINBQ");
-    ui::WindowMessage m;
-    std::string why;
-    ASSERT_TRUE(ui::decodeWindowMessage(net.sent[0].second, ui::WindowMessageForm::namesAndSize, m, why));
+    ui::WindowMessage m = net.onlySent("WINBQ");
     EXPECT_EQ(m.className, "party");
     EXPECT_EQ(m.recordName, "00001");
     EXPECT_EQ(m.width, 200);
@@ -347,11 +355,7 @@ TEST_F(Windows, MenuChoicesDeleteMinimizeAndTellTheHostsSize) {
     drag(0);
     EXPECT_TRUE(net.sent.empty());
     drag(kControl);
-    ASSERT_EQ(net.sent.size(), 1u);
-    EXPECT_EQ(net.sent[0].first, "WINSQ");
-    ui::WindowMessage m;
-    std::string why;
-    ASSERT_TRUE(ui::decodeWindowMessage(net.sent[0].second, ui::WindowMessageForm::namesAndSize, m, why));
+    ui::WindowMessage m = net.onlySent("WINSQ");
     EXPECT_EQ(m.className, "hostsized");
     EXPECT_EQ(m.width, 230);
     EXPECT_EQ(m.height, 170);

@@ -188,6 +188,11 @@ TEST_F(Windows, OpenersOpenToggleAndMakeRecords) {
     EXPECT_EQ(drawnIcon(), ui::findIcon("open"));
     int32_t lx, ly;
     link.GetOrigin(lx, ly);
+    // The hand shows over a link that can be dragged, the arrow beside it.
+    desk->MouseMove(0, lx + 5, ly + 5);
+    EXPECT_EQ(ui::inputState().cursor, ui::cursor::kDraggable);
+    desk->MouseMove(0, lx - 5, ly + 5);
+    EXPECT_EQ(ui::inputState().cursor, ui::cursor::kDefault);
     desk->MousePress(kLeftDown, kLeft, lx + 5, ly + 5);
     EXPECT_EQ(drawnIcon(), ui::findIcon("openpressed"));
     desk->MouseMove(kLeft, lx + 5, ly + 40);

@@ -478,6 +478,15 @@ void chatMarks(Named& out) {
     out.emplace_back("indicator_stop", smallMark(20, rgb(0x8E2A1E), [](Canvas& c, Color col) {
                                         c.fillPolygon(regular(8, 18, 18, 9.5f, kPi / 8), col);
                                     }));
+    // A map's indicators: its picture is on its way (an hourglass), and
+    // every player has it (a tick).
+    out.emplace_back("indicator_loading", smallMark(28, rgb(0x5A4A2A), [](Canvas& c, Color col) {
+                                           c.fillPolygon({11, 8, 25, 8, 18, 18}, col);
+                                           c.fillPolygon({18, 18, 25, 28, 11, 28}, col);
+                                       }));
+    out.emplace_back("indicator_everyone", smallMark(22, rgb(0x2A6A44), [](Canvas& c, Color col) {
+                                            c.strokePath({10, 19, 16, 25, 27, 11}, 3.4f, col);
+                                        }));
     out.emplace_back("indicator_flag", smallMark(20, rgb(0x2A6A44), [](Canvas& c, Color col) {
                                         c.strokePath({12, 8, 12, 28}, 3, col);
                                         c.fillPolygon({12, 9, 27, 13.5f, 12, 19}, col);
@@ -606,6 +615,13 @@ void scrollPicto(Canvas& c, float x, float y, float s, Color col) {
     c.fillRect(int(x + 0.68f * s), int(y + 0.12f * s), int(x + 0.88f * s), int(y + 0.88f * s), col);
     for (float ly : {0.35f, 0.5f, 0.65f})
         c.strokePath(place({0.38f, ly, 0.62f, ly}, s, x, y), std::max(1.0f, s * 0.045f), rgb(0x000000, 0.45f));
+}
+
+// A map folded in three, with a route across it.
+void mapPicto(Canvas& c, float x, float y, float s, Color col) {
+    c.fillPolygon(place({0.1f, 0.22f, 0.37f, 0.14f, 0.37f, 0.8f, 0.1f, 0.88f}, s, x, y), col);
+    c.fillPolygon(place({0.4f, 0.14f, 0.62f, 0.22f, 0.62f, 0.88f, 0.4f, 0.8f}, s, x, y), col);
+    c.fillPolygon(place({0.65f, 0.22f, 0.9f, 0.14f, 0.9f, 0.8f, 0.65f, 0.88f}, s, x, y), col);
 }
 
 void starPicto(Canvas& c, float x, float y, float s, Color col) {
@@ -750,7 +766,8 @@ Named iconPictures() {
         Color enamel;
     };
     for (const Opener& o : {Opener{"charsheet", personPicto, rgb(0x6A2A1E)}, Opener{"notes", quillPicto, rgb(0x2A4A6A)},
-                            Opener{"folio", bookPicto, rgb(0x2A5A3A)}, Opener{"journal", scrollPicto, rgb(0x5A4A2A)}}) {
+                            Opener{"folio", bookPicto, rgb(0x2A5A3A)}, Opener{"journal", scrollPicto, rgb(0x5A4A2A)},
+                            Opener{"map", mapPicto, rgb(0x3A5A2A)}}) {
         out.emplace_back(std::string("button_") + o.name, openerButton(o.picto, o.enamel, false));
         out.emplace_back(std::string("button_") + o.name + "_down", openerButton(o.picto, o.enamel, true));
         out.emplace_back(std::string("seal_") + o.name, waxSeal(o.picto, rgb(0x8E2218)));

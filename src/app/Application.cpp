@@ -324,6 +324,7 @@ int runMainLoop() {
         if (a.mainWindow) a.mainWindow->setClientSize(width, height);
     };
     actions.quit = [](int code) { platform::postQuit(code); };
+    actions.chooseMenu = chooseDesktopMenu;
     ScriptPlayer player(std::move(scriptSteps()), std::move(actions));
     player.start();
     for (;;) {

@@ -33,6 +33,7 @@
 #include "platform/Trace.h"
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
+#include "ui/CharacterPort.h"
 #include "ui/Desktop.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
@@ -273,6 +274,11 @@ bool InitInstance(const CommandLine& cl) {
     contentLoad(splash);
     if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
     startDesktop(db::sessionMode(), kClientWidth, kClientHeight);
+    // The local-characters way in takes the named character on at once.
+    if (db::sessionMode() == db::SessionMode::LocalCharacters && !cl.identityName.empty() &&
+        ui::characterPort().openLocal) {
+        ui::characterPort().openLocal(cl.identityName);
+    }
 
     delete splash;
     a.mainWindow->show();

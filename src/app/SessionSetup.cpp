@@ -7,7 +7,9 @@
 #include "app/AppState.h"
 #include "app/LauncherWindow.h"
 #include "app/SystemLines.h"
+#include "db/Campaign.h"
 #include "db/DbNode.h"
+#include "db/SafeFile.h"
 #include "net/Replication.h"
 #include "db/Users.h"
 #include "net/ClientLogin.h"
@@ -226,7 +228,10 @@ bool joinHostSession(const WayIn& wayIn, uint16_t port) {
 void startLocalSession() { makeSession(); }
 
 void requestStartIdentity(const std::string& identity) {
-    if (!identity.empty() && hasSession()) net::requestIdentity(session(), identity, false);
+    if (identity.empty() || !hasSession()) return;
+    // A character of the player's own, kept by Ruleset, comes with him.
+    std::string file = platform::joinProgramPath({"characters", db::campaign().ruleset.view(), identity + ".xml"});
+    net::requestIdentity(session(), identity, db::canOpenForReading(platform::diskPath(file)));
 }
 
 }  // namespace lh::app

@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "db/Campaign.h"
+#include "db/NameCheck.h"
+#include "net/JoinEvents.h"
 #include "net/LoginMessages.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
@@ -104,10 +106,16 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
         out = *t;
         return true;
     };
-    session.setHandler(tags::IDLSR, [text](SessionPeer*, const NetMessage& m) {
+    session.setHandler(tags::IDLSR, [text, s](SessionPeer*, const NetMessage& m) {
         std::string name;
         if (!text(m, name)) return HandlerResult::Rejected;
-        if (!name.empty() && h.characterOffered) h.characterOffered(name);
+        if (name.empty()) return HandlerResult::Handled;
+        if (!db::isUsableName(name)) {
+            s->reportMalformed(nullptr, m, "unusable character name");
+            return HandlerResult::Rejected;
+        }
+        if (h.characterOffered) h.characterOffered(name);
+        joinEvents().characterOffered.emit(name);
         return HandlerResult::Handled;
     });
     session.setHandler(tags::LGOTR, [text](SessionPeer*, const NetMessage& m) {
@@ -117,6 +125,7 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
         if (identity.empty()) return HandlerResult::Handled;
         if (h.postLine) h.postLine("'" + identity + "' disconnected");
         if (h.characterGone) h.characterGone(identity);
+        joinEvents().characterGone.emit(identity);
         return HandlerResult::Handled;
     });
     session.setHandler(tags::LGINR, [s](SessionPeer*, const NetMessage& m) {
@@ -126,7 +135,14 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
             s->reportMalformed(nullptr, m, error);
             return HandlerResult::Rejected;
         }
+        // A user who has not taken on an Identity yet has nothing in play.
+        if (notice->identity.empty()) return HandlerResult::Handled;
+        if (!db::isUsableName(notice->identity)) {
+            s->reportMalformed(nullptr, m, "unusable character name");
+            return HandlerResult::Rejected;
+        }
         if (h.characterInPlay) h.characterInPlay(notice->identity, notice->userName, notice->isLocal != 0);
+        joinEvents().characterInPlay.emit(notice->identity, notice->userName, notice->isLocal != 0);
         return HandlerResult::Handled;
     });
     session.setHandler(tags::IDENR, [s](SessionPeer*, const NetMessage& m) {
@@ -137,12 +153,14 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
             return HandlerResult::Rejected;
         }
         if (h.identityAnswer) h.identityAnswer(*inUse == 0);
+        joinEvents().identityAnswered.emit(*inUse == 0);
         return HandlerResult::Handled;
     });
 }
 
 void requestIdentity(Session& session, const std::string& name, bool isLocal) {
     session.sendToHost(encodeIdentityRequest({name, isLocal ? uint8_t(1) : uint8_t(0)}));
+    joinEvents().identityRequested.emit(name, isLocal);
 }
 
 }  // namespace lh::net

@@ -3,7 +3,9 @@
 
 #include "db/Campaign.h"
 #include "db/DbNode.h"
+#include "db/NameCheck.h"
 #include "db/Users.h"
+#include "net/JoinEvents.h"
 #include "net/LoginMessages.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
@@ -87,8 +89,8 @@ struct HostLogin {
             return HandlerResult::Rejected;
         }
         db::SessionUser* user = db::findKnownUser(from->name);
-        // A record key cannot hold the path separator, nor be empty.
-        if (!user || request->name.empty() || request->name.find('.') != std::string::npos) {
+        // The name becomes a record key and file names on every machine.
+        if (!user || !db::isUsableName(request->name)) {
             session->reportMalformed(from, message, "no usable character name");
             return HandlerResult::Rejected;
         }
@@ -113,6 +115,7 @@ struct HostLogin {
             if (!request->isLocal && hooks.sendRecord) hooks.sendRecord(*record, from->name);
         }
         if (hooks.characterInPlay) hooks.characterInPlay(identity, from->name, request->isLocal != 0);
+        joinEvents().characterInPlay.emit(identity, from->name, request->isLocal != 0);
         if (hooks.sendOwned) hooks.sendOwned(from->name);
         return HandlerResult::Handled;
     }
@@ -123,6 +126,7 @@ struct HostLogin {
         std::string identity = user ? std::string(user->identity.view()) : std::string();
         if (!peer.name.empty()) line("'" + peer.name + "' disconnected");
         if (hooks.characterGone && !identity.empty()) hooks.characterGone(identity);
+        if (!identity.empty()) joinEvents().characterGone.emit(identity);
         session->sendToAll(encodeTextMessage(tags::LGOTR, identity), &peer);
         if (user) user->connection = nullptr;
         if (!peer.name.empty() && hooks.userGone) hooks.userGone(peer.name);
@@ -145,6 +149,11 @@ void attachHostLogin(Session& session, HostLoginHooks hooks) {
                        [](SessionPeer* from, const NetMessage& m) { return state().onListIdentities(from, m); });
     session.setHandler(tags::IDENQ, [](SessionPeer* from, const NetMessage& m) { return state().onIdentity(from, m); });
     session.setDepartureHandler([](SessionPeer& peer) { state().onDeparture(peer); });
+}
+
+JoinEvents& joinEvents() {
+    static JoinEvents events;
+    return events;
 }
 
 void kickUser(Session& session, const std::string& userName) {

@@ -92,8 +92,9 @@ std::vector<std::string> characterNamesIn(const fs::path& folder) {
 // The Ruleset that a client's "clientsession.xml" names; empty when the
 // file is missing or unreadable.
 std::string rulesetOfClientSession(std::string_view campaignFolder) {
-    db::XmlParseResult parsed =
-        db::parseXmlFileChecked(platform::joinProgramPath({"campaigns", campaignFolder, "clientsession.xml"}));
+    const std::string file = platform::joinProgramPath({"campaigns", campaignFolder, "clientsession.xml"});
+    if (!db::canOpenForReading(platform::diskPath(file))) return {};
+    db::XmlParseResult parsed = db::parseXmlFileChecked(file);
     if (parsed.status != db::XmlStatus::ok || !parsed.root) return {};
     std::string tag, value;
     for (size_t i = 0;; ++i) {

@@ -60,14 +60,15 @@ void CharacterList::remove(const std::string& name) {
     invalidateAll();
 }
 
-void CharacterList::setPortrait(const std::string& name, const std::string& path) {
+bool CharacterList::setPortrait(const std::string& name, const std::string& path) {
     int index = find(name);
-    if (index < 0) return;
+    if (index < 0) return false;
     uint32_t width, height;
     portraitSize(width, height);
     // A file that cannot be read leaves the blank alone.
     entries[size_t(index)].portrait = loadShapedPortrait(path, settings.portraitMask.get(), width);
     invalidateAll();
+    return entries[size_t(index)].portrait != nullptr;
 }
 
 void CharacterList::setState(const std::string& name, int state) {

@@ -68,7 +68,8 @@ public:
 
     void add(const std::string& name, const std::string& owner);
     void remove(const std::string& name);
-    void setPortrait(const std::string& name, const std::string& path);
+    // False when the name has no entry or the file gives no picture.
+    bool setPortrait(const std::string& name, const std::string& path);
     void setState(const std::string& name, int state);
     void setTurn(int32_t index);
 

@@ -44,10 +44,7 @@ struct Plugin {
     net::Session* session = nullptr;
     std::unique_ptr<CharacterList> list;
     std::unique_ptr<PortraitExchange> portraits;
-    // The Identity a client last asked for, and whether it was its own.
-    std::string requested;
-    bool requestedLocal = false;
-    platform::Subscription draw, exitSave, offered, inPlay, gone, asked, answered;
+    platform::Subscription draw, exitSave, offered, inPlay, gone, answered;
 };
 
 Plugin& plugin() {
@@ -72,8 +69,8 @@ std::string sheetClass() {
 // Shows a portrait wherever this character is drawn.
 void showPortrait(const std::string& name, const std::string& path) {
     if (name.empty()) return;
-    if (plugin().list) plugin().list->setPortrait(name, path);
-    platform::trace("portrait %s %s", name.c_str(), path.c_str());
+    if (plugin().list && plugin().list->setPortrait(name, path))
+        platform::trace("portrait %s %s", name.c_str(), path.c_str());
 }
 
 // A new user finds a few portraits of the program's own to choose from.
@@ -169,17 +166,10 @@ void listenToJoin() {
         registry().record(identity, user, kInPlay, "", isLocal);
     });
     p.gone = events.characterGone.subscribe([](const std::string& identity) { registry().forget(identity); });
-    p.asked = events.identityRequested.subscribe([](const std::string& name, bool isLocal) {
-        plugin().requested = name;
-        plugin().requestedLocal = isLocal;
-    });
     // A local character that the host accepted comes with its record and
     // its portrait.
-    p.answered = events.identityAnswered.subscribe([](bool accepted) {
-        Plugin& q = plugin();
-        if (accepted && q.requestedLocal && !q.requested.empty()) registry().upload(q.requested);
-        q.requested.clear();
-        q.requestedLocal = false;
+    p.answered = events.identityAnswered.subscribe([](const std::string& name, bool isLocal, bool accepted) {
+        if (accepted && isLocal) registry().upload(name);
     });
 }
 

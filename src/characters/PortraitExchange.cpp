@@ -17,7 +17,7 @@
 #include "platform/Paths.h"
 #include "platform/Socket.h"
 #include "platform/Spine.h"
-#include "ui/ResourceFile.h"
+#include "platform/Trace.h"
 
 namespace lh::characters {
 
@@ -47,6 +47,24 @@ bool appendTo(const fs::path& file, const std::vector<uint8_t>& bytes, bool firs
     return std::fclose(f) == 0 && ok;
 }
 
+// The whole file when it holds at most `limit` bytes.
+bool readSmallFile(const fs::path& file, uint64_t limit, std::vector<uint8_t>& out) {
+    std::error_code ec;
+    uint64_t size = fs::file_size(file, ec);
+    if (ec || size > limit) return false;
+    std::FILE* f = std::fopen(file.c_str(), "rb");
+    if (!f) return false;
+    out.resize(size_t(size));
+    bool ok = size == 0 || std::fread(out.data(), 1, out.size(), f) == out.size();
+    std::fclose(f);
+    return ok;
+}
+
+bool sameBytes(const fs::path& a, const fs::path& b) {
+    std::vector<uint8_t> left, right;
+    return readSmallFile(a, kMaxPortraitBytes, left) && readSmallFile(b, kMaxPortraitBytes, right) && left == right;
+}
+
 }  // namespace
 
 PortraitExchange::PortraitExchange(net::Session& s, std::function<void(const std::string&, const std::string&)> shower)
@@ -61,15 +79,19 @@ PortraitExchange::PortraitExchange(net::Session& s, std::function<void(const std
 PortraitExchange::~PortraitExchange() = default;
 
 bool PortraitExchange::sendFile(const std::string& programPath) {
-    ui::ResourceFile file;
-    if (!file.Open(programPath) || file.size() == 0) return false;
-    if (portraitChunkCount(file.size()) > kMaxPortraitChunks) {
+    const fs::path disk = platform::diskPath(programPath);
+    std::error_code ec;
+    uint64_t size = fs::file_size(disk, ec);
+    if (ec || size == 0) return false;
+    // The count of chunks is one byte: a larger file cannot be told.
+    if (portraitChunkCount(size) > kMaxPortraitChunks) {
         if (line)
-            line("The portrait " + programPath + " is too large to send: " + std::to_string(file.size()) +
+            line("The portrait " + programPath + " is too large to send: " + std::to_string(size) +
                  " bytes, at most " + std::to_string(kMaxPortraitBytes) + ".");
         return false;
     }
-    auto bytes = std::span(reinterpret_cast<const uint8_t*>(file.data()), file.size());
+    std::vector<uint8_t> bytes;
+    if (!readSmallFile(disk, kMaxPortraitBytes, bytes)) return false;
     for (const net::NetMessage& chunk : encodePortraitChunks(bytes)) session.sendToHost(chunk);
     return true;
 }
@@ -111,7 +133,13 @@ void PortraitExchange::registerHost() {
         ++expected;
         if (chunk->number < chunk->count) return HandlerResult::Handled;
         expected = 0;
-        fs::rename(partial, disk, ec);
+        // The same picture again keeps the file and its time, so that the
+        // players' copies stay current and nothing travels.
+        if (sameBytes(partial, disk)) {
+            fs::remove(partial, ec);
+        } else {
+            fs::rename(partial, disk, ec);
+        }
         net::FileStamp stamp;
         if (ec || !net::readFileStamp(disk, stamp)) return HandlerResult::Rejected;
         session.sendToAll(encodePortraitNotice({uint32_t(stamp.size), stamp.writeTime.value(), target}));
@@ -167,6 +195,7 @@ void PortraitExchange::startFetch(const std::string& path, uint64_t writeTime) {
                                                   host->connection->port(), path, net::FetchKind::Portrait,
                                                   net::FileTime::of(writeTime), platform::workingDirectory());
     fetch->nodePath = path;
+    platform::trace("fetch portrait %s", path.c_str());
     fetch->poll();
     fetches.push_back(std::move(fetch));
 }

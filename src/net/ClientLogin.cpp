@@ -16,6 +16,12 @@ namespace {
 
 constexpr int kLoginWaitMs = 30;
 
+// The Identity asked for last: IDENR answers it without naming it.
+IdentityRequest& lastRequest() {
+    static IdentityRequest request;
+    return request;
+}
+
 // Waits for the first whole message on the host connection: that is the
 // answer, whatever its tag. -1 on a failed connection, -2 when it closed,
 // -3 when the user quit, 0 with the message.
@@ -153,14 +159,14 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
             return HandlerResult::Rejected;
         }
         if (h.identityAnswer) h.identityAnswer(*inUse == 0);
-        joinEvents().identityAnswered.emit(*inUse == 0);
+        joinEvents().identityAnswered.emit(lastRequest().name, lastRequest().isLocal != 0, *inUse == 0);
         return HandlerResult::Handled;
     });
 }
 
 void requestIdentity(Session& session, const std::string& name, bool isLocal) {
     session.sendToHost(encodeIdentityRequest({name, isLocal ? uint8_t(1) : uint8_t(0)}));
-    joinEvents().identityRequested.emit(name, isLocal);
+    lastRequest() = {name, isLocal ? uint8_t(1) : uint8_t(0)};
 }
 
 }  // namespace lh::net

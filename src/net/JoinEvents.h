@@ -19,9 +19,8 @@ struct JoinEvents {
     platform::Signal<void(const std::string& identity, const std::string& userName, bool isLocal)> characterInPlay;
     // Its player left: on the host at the departure, on a client at LGOTR.
     platform::Signal<void(const std::string& identity)> characterGone;
-    // Client: an IDENQ went out, and the host's IDENR came back.
-    platform::Signal<void(const std::string& name, bool isLocal)> identityRequested;
-    platform::Signal<void(bool accepted)> identityAnswered;
+    // Client: the host's IDENR to our last IDENQ, with what that asked for.
+    platform::Signal<void(const std::string& name, bool isLocal, bool accepted)> identityAnswered;
 };
 
 JoinEvents& joinEvents();

@@ -224,7 +224,9 @@ void start(const ui::SubsystemStart& context) {
     p.session = context.session;
     p.list = std::make_unique<CharacterList>(context.desktop, ui::ruleset().settings.characterList);
     p.list->hooks.isHost = db::isHost();
-    p.list->hooks.localUserName = std::string(db::localUser().name.view());
+    // In the local way in the character of this user has no owner.
+    if (db::sessionMode() != db::SessionMode::LocalCharacters)
+        p.list->hooks.localUserName = std::string(db::localUser().name.view());
     context.desktop.AddTarget(p.list.get());
     p.draw = ui::drawOnFrameStep(ui::FrameStep::CharacterList, [](render::RenderContext& c) {
         if (plugin().list) plugin().list->Draw(c);

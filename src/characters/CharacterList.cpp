@@ -56,7 +56,7 @@ void CharacterList::remove(const std::string& name) {
     if (index < 0) return;
     if (ui::Window* sheet = desktop.Find(settings.dataSource, name)) sheet->Close(true);
     entries.erase(entries.begin() + index);
-    if (kickArmedIndex == index) kickArmedIndex = -1;
+    kickArmedIndex = -1;  // the places behind it move
     invalidateAll();
 }
 

@@ -162,3 +162,19 @@ TEST_F(Registry, APlayersExitWritesOnlyItsServerCopy) {
     r.saveCopy("Ann");
     EXPECT_FALSE(fs::exists(dir.path() / "campaigns/Saga/characters/Ann.xml"));
 }
+
+TEST_F(Registry, TheHostDeletesACharacterNobodyPlays) {
+    db::setSessionMode(db::SessionMode::Host);
+    db::campaign().name.set("Saga");
+    characters::ensureCharacterNode(db::rootNode(), "Ann");
+    characters::ensureCharacterNode(db::rootNode(), "Bo");
+    test::writeFile(dir.path() / "campaigns/Saga/portraits/Ann", "picture");
+    r.hooks.userConnected = [](const std::string& user) { return user == "bo"; };
+    r.record("Bo", "bo", characters::kInPlay, "", false);
+    ASSERT_EQ(r.choices(false).size(), 2u);  // the Gamemaster picks among the Campaign's own
+    EXPECT_FALSE(r.deleteCharacter("Bo"));
+    EXPECT_NE(db::findNode("charsheet.Bo"), nullptr);
+    EXPECT_TRUE(r.deleteCharacter("Ann"));
+    EXPECT_EQ(db::findNode("charsheet.Ann"), nullptr);
+    EXPECT_FALSE(fs::exists(dir.path() / "campaigns/Saga/portraits/Ann"));
+}

@@ -53,6 +53,7 @@ void CharacterRegistry::record(const std::string& name, const std::string& owner
                                const std::string& campaign, bool skipPortraitRequest) {
     if (!db::isUsableName(name)) return;
     list.push_back({name, campaign, owner, flags});
+    if (!(flags & kInPlay)) ui::characterPort().choicesChanged.emit();
     if ((flags & kInPlay) && hooks.listAdd) hooks.listAdd(name, owner);
     switch (db::sessionMode()) {
     case db::SessionMode::Join:
@@ -211,6 +212,7 @@ bool CharacterRegistry::deleteCharacter(const std::string& name) {
     std::error_code ec;
     std::filesystem::remove(platform::diskPath(campaignPortraitPath(campaignName(), name)), ec);
     std::erase_if(list, [&](const CharacterRecord& r) { return !(r.flags & kInPlay) && r.name == name; });
+    ui::characterPort().choicesChanged.emit();
     return true;
 }
 

@@ -250,7 +250,7 @@ void stop() {
     registry().hooks = RegistryHooks();
     registry().clear();
     PortraitSelection::chooser() = nullptr;
-    ui::characterPort() = ui::CharacterPort();
+    ui::characterPort().clearFunctions();
 }
 
 ui::SubsystemRegistration registration{"characters", 40, start, stop};

@@ -101,6 +101,15 @@ void PortraitExchange::request(const std::string& name) {
 }
 
 void PortraitExchange::registerHost() {
+    // An upload cut short by a departure is no portrait: its rest goes.
+    departed = session.departed().subscribe([this](net::SessionPeer& peer) {
+        nextChunk.erase(peer.name);
+        db::SessionUser* user = db::findKnownUser(peer.name);
+        if (!user || !db::isUsableName(user->identity.view())) return;
+        fs::path target = platform::diskPath(campaignPortraitPath(campaignName(), user->identity.view()));
+        std::error_code ec;
+        fs::remove(target.parent_path() / ("." + std::string(user->identity.view()) + ".upload"), ec);
+    });
     session.setHandler(net::tags::CHPDQ, [this](net::SessionPeer* from, const net::NetMessage& m) {
         std::string error;
         std::optional<PortraitChunk> chunk = decodePortraitChunk(m, error);

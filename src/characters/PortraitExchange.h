@@ -51,7 +51,7 @@ private:
     // Host: the next chunk each user's upload expects.
     std::map<std::string, int> nextChunk;
     std::vector<std::unique_ptr<net::FileFetch>> fetches;
-    platform::Subscription poll, watch;
+    platform::Subscription poll, watch, departed;
 };
 
 }  // namespace lh::characters

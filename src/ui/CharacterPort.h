@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/Signal.h"
+
 namespace lh::ui {
 
 // A character that may be taken on, as IdentitySelection shows it.
@@ -19,7 +21,7 @@ struct CharacterChoice {
     std::string portraitPath;  // program path of its portrait file
 };
 
-struct CharacterPort {
+struct CharacterPortFunctions {
     // The characters that are not in play: the registry's, and in the
     // local-characters way in the copies of server characters as well.
     std::function<std::vector<CharacterChoice>()> choices;
@@ -38,6 +40,15 @@ struct CharacterPort {
     // The user name of the connected user who plays the character; empty
     // when nobody does.
     std::function<std::string(const std::string& name)> findUserOf;
+};
+
+struct CharacterPort : CharacterPortFunctions {
+    // The choices changed (a character offered, recorded or deleted): an
+    // open selection reads them again.
+    platform::Signal<void()> choicesChanged;
+
+    // Empties the functions (the subsystem stopped); subscribers stay.
+    void clearFunctions() { static_cast<CharacterPortFunctions&>(*this) = CharacterPortFunctions{}; }
 };
 
 inline CharacterPort& characterPort() {

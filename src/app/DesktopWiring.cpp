@@ -4,13 +4,17 @@
 
 #include <memory>
 
+#include "app/AppState.h"
 #include "app/Frame.h"
 #include "app/SessionSetup.h"
 #include "net/Replication.h"
 #include "platform/Events.h"
+#include "platform/Platform.h"
 #include "platform/Spine.h"
+#include "platform/Window.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
 #include "ui/DesktopObject.h"
 #include "ui/FrameLayers.h"
 #include "ui/SessionWindowPort.h"
@@ -59,11 +63,36 @@ int shortcutModifiers(uint16_t modifiers) {
     return mask;
 }
 
+// The main window as the Desktop's routing uses it.
+class MainWindowShell : public ui::DesktopShell {
+public:
+    void quit(int exitCode) override { platform::postQuit(exitCode); }
+    bool fullScreen() const override { return app().fullScreen; }
+    void setFullScreen(bool on) override {
+        AppState& a = app();
+        a.fullScreen = on;
+        if (a.mainWindow) a.mainWindow->setFullScreen(on);
+    }
+    void setCursor(int id) override {
+        if (app().mainWindow) app().mainWindow->setCursor(id);
+    }
+    void warpMouse(int32_t x, int32_t y) override {
+        if (app().mainWindow) app().mainWindow->warpMouse(x, y);
+    }
+    void captureMouse(bool on) override {
+        if (app().mainWindow) app().mainWindow->captureMouse(on);
+    }
+};
+
 }  // namespace
 
 void startDesktop(db::SessionMode mode, int clientWidth, int clientHeight) {
     ui::Desktop& desk = ui::desktop();
+    // On a HiDPI screen the Desktop lays out in drawable pixels.
+    if (platform::Window* window = app().mainWindow) window->drawableSize(clientWidth, clientHeight);
     desk.OnMainWindowSized(clientWidth, clientHeight);
+    static MainWindowShell shell;
+    static platform::Subscription shellHandle = ui::attachDesktopShell(shell);
     if (mode != db::SessionMode::LocalCharacters && hasSession() && db::replication()) {
         static std::unique_ptr<ui::SessionWindowPort> port;
         port = std::make_unique<ui::SessionWindowPort>(session(), *db::replication());
@@ -71,6 +100,9 @@ void startDesktop(db::SessionMode mode, int clientWidth, int clientHeight) {
     }
     static platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [](render::RenderContext& context) {
         ui::desktop().Draw(context, context.ClipRect());
+    });
+    static platform::Subscription menuLayer = ui::drawOnFrameStep(ui::FrameStep::RadialMenu, [](render::RenderContext& context) {
+        ui::desktop().DrawMenu(context);
     });
     bool online = mode != db::SessionMode::LocalCharacters && hasSession();
     ui::startSubsystems({mode, desk, online ? &session() : nullptr, online ? db::replication() : nullptr});
@@ -106,13 +138,14 @@ void routeDesktopInput(const platform::Event& e) {
         break;
     case EventType::KeyDown:
         heldModifiers |= modifierOfKey(e.keyCode);
-        desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode);
+        desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode, e.repeat, e.extended);
         break;
     case EventType::KeyUp:
         heldModifiers &= uint16_t(~modifierOfKey(e.keyCode));
+        desk.KeyUp(e.keyCode, e.scanCode, e.extended);
         break;
     case EventType::Char:
-        for (const char* c = e.text; *c; ++c) desk.Char(static_cast<unsigned char>(*c), 0);
+        for (const char* c = e.text; *c; ++c) desk.Char(static_cast<unsigned char>(*c), e.scanCode, e.extended);
         break;
     default:
         break;

@@ -11,6 +11,7 @@
 //   clean exit:     saveCampaignOnExit()
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,7 +31,12 @@ struct Campaign {
     FixedText<50> alias;
     bool isNew = false;
     std::vector<std::string> rulesetFiles;  // files of the Ruleset outside "resource.pak"
-    // FIXME: the window bookmarks belong here once the desktop keeps them.
+    // The window bookmarks of the numeric pad: a class and record name each.
+    struct WindowBookmark {
+        FixedText<256> className;
+        FixedText<256> recordName;
+    };
+    std::array<WindowBookmark, 10> bookmarks{};
 
     // Set when "db.xml" exists but could not be read whole: the tree in
     // memory is then less than the file, and no save may replace the file.

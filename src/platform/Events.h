@@ -30,18 +30,22 @@ enum KeyModifier : uint16_t { ModShift = 1, ModCtrl = 2, ModAlt = 4 };
 struct Event {
     EventType type = EventType::None;
     int exitCode = 0;
-    // Keys: virtual-key code, hardware scan code, auto-repeat, modifiers.
+    // Keys: virtual-key code, the keyboard's scan code (the PC set: 71..82
+    // are the numeric pad, and the cursor block when `extended`), auto-repeat,
+    // modifiers. A Char carries the scan code of the key that typed it.
     int keyCode = 0;
     int scanCode = 0;
+    bool extended = false;
     bool repeat = false;
     uint16_t modifiers = 0;
     char text[32] = {};
-    // Mouse: client coordinates, button, wheel steps (positive away from the user).
+    // Mouse: client coordinates in drawable pixels (window points scaled on
+    // a HiDPI screen), button, wheel steps (positive away from the user).
     int x = 0;
     int y = 0;
     MouseButton button = MouseButton::None;
     int wheel = 0;
-    // Resized: new client size.
+    // Resized: new client size in drawable pixels.
     int width = 0;
     int height = 0;
 };

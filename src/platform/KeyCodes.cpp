@@ -36,6 +36,7 @@ int virtualKeyFromSdl(int32_t key, int scancode) {
     case SDLK_INSERT: return 0x2D;
     case SDLK_DELETE: return 0x2E;
     case SDLK_KP_0: return 0x60;
+    case SDLK_APPLICATION: return 0x5D;
     case SDLK_KP_MULTIPLY: return 0x6A;
     case SDLK_KP_PLUS: return 0x6B;
     case SDLK_KP_MINUS: return 0x6D;

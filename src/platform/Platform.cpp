@@ -14,6 +14,7 @@
 #include "platform/Encoding.h"
 #include "platform/FdWatcher.h"
 #include "platform/KeyCodes.h"
+#include "platform/ScanCodes.h"
 #include "platform/Spine.h"
 
 namespace lh::platform {
@@ -30,6 +31,46 @@ bool initialized = false;
 bool nativeWait = false;
 int mainWakeFd = -1;
 
+// The scan code and extended mark of the last key pressed: a text event that
+// follows it carries them, as the character of that key.
+int lastKeyScan = 0;
+bool lastKeyExtended = false;
+
+// Window points to drawable pixels: on a HiDPI screen the program draws and
+// lays out in pixels, and the mouse must land where it points.
+void toPixels(uint32_t windowId, int& x, int& y) {
+    SDL_Window* window = SDL_GetWindowFromID(windowId);
+    if (!window) return;
+    int ww = 0, wh = 0, dw = 0, dh = 0;
+    SDL_GetWindowSize(window, &ww, &wh);
+    SDL_GL_GetDrawableSize(window, &dw, &dh);
+    if (ww <= 0 || wh <= 0 || dw <= 0 || dh <= 0 || (ww == dw && wh == dh)) return;
+    x = int(int64_t(x) * dw / ww);
+    y = int(int64_t(y) * dh / wh);
+}
+
+// The PC scan code of a key: the numeric pad by its place (whatever Num Lock
+// makes of its symbol), the rest through its virtual key.
+int scanCodeOf(SDL_Scancode code, int virtualKey, bool& extended) {
+    extended = false;
+    if (code >= SDL_SCANCODE_KP_1 && code <= SDL_SCANCODE_KP_0) {
+        static constexpr int kPad[10] = {79, 80, 81, 75, 76, 77, 71, 72, 73, 82};
+        return kPad[code - SDL_SCANCODE_KP_1];
+    }
+    if (code == SDL_SCANCODE_KP_MINUS) return 74;
+    if (code == SDL_SCANCODE_KP_PLUS) return 78;
+    if (code == SDL_SCANCODE_KP_PERIOD) return 83;
+    if (code == SDL_SCANCODE_KP_ENTER) {
+        extended = true;
+        return 28;
+    }
+    if (code == SDL_SCANCODE_RCTRL || code == SDL_SCANCODE_RALT) {
+        extended = true;
+        return code == SDL_SCANCODE_RCTRL ? 29 : 56;
+    }
+    return scanCodeOfVirtualKey(virtualKey, extended);
+}
+
 bool translate(const SDL_Event& in, Event& out) {
     out = Event{};
     switch (in.type) {
@@ -45,6 +86,7 @@ bool translate(const SDL_Event& in, Event& out) {
             out.type = EventType::Resized;
             out.width = in.window.data1;
             out.height = in.window.data2;
+            toPixels(in.window.windowID, out.width, out.height);
             return true;
         case SDL_WINDOWEVENT_EXPOSED:
             out.type = EventType::Exposed;
@@ -56,7 +98,11 @@ bool translate(const SDL_Event& in, Event& out) {
     case SDL_KEYUP:
         out.type = in.type == SDL_KEYDOWN ? EventType::KeyDown : EventType::KeyUp;
         out.keyCode = virtualKeyFromSdl(in.key.keysym.sym, in.key.keysym.scancode);
-        out.scanCode = in.key.keysym.scancode;
+        out.scanCode = scanCodeOf(in.key.keysym.scancode, out.keyCode, out.extended);
+        if (in.type == SDL_KEYDOWN) {
+            lastKeyScan = out.scanCode;
+            lastKeyExtended = out.extended;
+        }
         out.repeat = in.key.repeat != 0;
         out.modifiers = (in.key.keysym.mod & KMOD_SHIFT ? ModShift : 0) |
                         (in.key.keysym.mod & KMOD_CTRL ? ModCtrl : 0) | (in.key.keysym.mod & KMOD_ALT ? ModAlt : 0);
@@ -64,17 +110,21 @@ bool translate(const SDL_Event& in, Event& out) {
     case SDL_TEXTINPUT:
         out.type = EventType::Char;
         utf8ToWindows1252(in.text.text, out.text, sizeof out.text);
+        out.scanCode = lastKeyScan;
+        out.extended = lastKeyExtended;
         return out.text[0] != 0;
     case SDL_MOUSEMOTION:
         out.type = EventType::MouseMove;
         out.x = in.motion.x;
         out.y = in.motion.y;
+        toPixels(in.motion.windowID, out.x, out.y);
         return true;
     case SDL_MOUSEBUTTONDOWN:
     case SDL_MOUSEBUTTONUP:
         out.type = in.type == SDL_MOUSEBUTTONDOWN ? EventType::MouseDown : EventType::MouseUp;
         out.x = in.button.x;
         out.y = in.button.y;
+        toPixels(in.button.windowID, out.x, out.y);
         out.button = in.button.button == SDL_BUTTON_LEFT    ? MouseButton::Left
                      : in.button.button == SDL_BUTTON_RIGHT ? MouseButton::Right
                      : in.button.button == SDL_BUTTON_MIDDLE ? MouseButton::Middle
@@ -84,6 +134,7 @@ bool translate(const SDL_Event& in, Event& out) {
         out.type = EventType::MouseWheel;
         out.wheel = in.wheel.direction == SDL_MOUSEWHEEL_FLIPPED ? -in.wheel.y : in.wheel.y;
         SDL_GetMouseState(&out.x, &out.y);
+        toPixels(in.wheel.windowID, out.x, out.y);
         return out.wheel != 0;
     default:
         if (in.type == wakeEventType) {

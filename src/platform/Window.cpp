@@ -46,6 +46,31 @@ void Window::clientSize(int& w, int& h) const { SDL_GetWindowSize(sdl(handle), &
 
 void Window::drawableSize(int& w, int& h) const { SDL_GL_GetDrawableSize(sdl(handle), &w, &h); }
 
+void Window::setCursor(int id) {
+    // The three cursors, made once from the system's shapes.
+    static SDL_Cursor* cursors[3] = {};
+    const int index = id == 156 ? 1 : id == 157 ? 2 : 0;
+    if (!cursors[index]) {
+        static constexpr SDL_SystemCursor kShapes[3] = {SDL_SYSTEM_CURSOR_ARROW, SDL_SYSTEM_CURSOR_HAND,
+                                                        SDL_SYSTEM_CURSOR_SIZEALL};
+        cursors[index] = SDL_CreateSystemCursor(kShapes[index]);
+    }
+    if (cursors[index]) SDL_SetCursor(cursors[index]);
+}
+
+void Window::warpMouse(int x, int y) {
+    int ww = 0, wh = 0, dw = 0, dh = 0;
+    SDL_GetWindowSize(sdl(handle), &ww, &wh);
+    SDL_GL_GetDrawableSize(sdl(handle), &dw, &dh);
+    if (dw > 0 && dh > 0 && (dw != ww || dh != wh)) {
+        x = int(int64_t(x) * ww / dw);
+        y = int(int64_t(y) * wh / dh);
+    }
+    SDL_WarpMouseInWindow(sdl(handle), x, y);
+}
+
+void Window::captureMouse(bool on) { SDL_CaptureMouse(on ? SDL_TRUE : SDL_FALSE); }
+
 SplashWindow* SplashWindow::create(const std::string& title) {
     SDL_Window* w = SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, 400, 120,
                                      SDL_WINDOW_BORDERLESS | SDL_WINDOW_SKIP_TASKBAR);

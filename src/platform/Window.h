@@ -27,6 +27,13 @@ public:
     WindowFrame frame() const;   // decorations around the client area
     void clientSize(int& w, int& h) const;
     void drawableSize(int& w, int& h) const;   // pixels, for the graphics device
+    // The mouse cursor by the program's id: 155 the arrow, 156 over
+    // something that can be picked up, 157 while carrying it.
+    void setCursor(int id);
+    // Moves the mouse cursor to a point of the client area, in drawable pixels.
+    void warpMouse(int x, int y);
+    // Keeps the mouse's events while a button is held outside the window.
+    void captureMouse(bool on);
     void* nativeHandle() const { return handle; }   // the SDL_Window, for platform code only
 
 private:

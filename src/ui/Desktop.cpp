@@ -6,7 +6,11 @@
 #include "db/DbNode.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
+#include "db/Campaign.h"
+#include "platform/Trace.h"
+#include "ui/DesktopHooks.h"
 #include "ui/InputState.h"
+#include "ui/RadialMenu.h"
 #include "ui/MenuModel.h"
 #include "ui/RulesetData.h"
 #include "ui/Window.h"
@@ -14,7 +18,18 @@
 
 namespace lh::ui {
 
-Desktop::Desktop() : root(&db::rootNode()) { inputState().targetLists.push_back(&inputTargets); }
+namespace {
+constexpr uint32_t kBookmarkBlinkMs = 100;
+}  // namespace
+
+Desktop::Desktop() : root(&db::rootNode()) {
+    inputState().targetLists.push_back(&inputTargets);
+    menuHold.setHandler([this] { rightHeld(); });
+    blink.setHandler([this] {
+        if (blinking) blinking->Invalidate();
+        blinking = nullptr;
+    });
+}
 
 Desktop::~Desktop() {
     auto& lists = inputState().targetLists;
@@ -74,6 +89,7 @@ void Desktop::Remove(Window* window) {
     if (it == windows.end()) return;
     window->Invalidate();
     RemoveTarget(window);
+    if (blinking == window) blinking = nullptr;
     closedWindows.push_back(std::move(*it));
     windows.erase(it);
 }
@@ -114,9 +130,11 @@ void Desktop::Draw(render::RenderContext& context, const render::Rect& clip) {
         // A minimized icon's glow may reach past the icon.
         render::Rect reach = w.rect;
         if (w.minimized) reach = {w.rect.left - 64, w.rect.top - 64, w.rect.right + 64, w.rect.bottom + 64};
-        if (render::intersect(reach, clip).isEmpty()) continue;
+        if (render::intersect(reach, clip).isEmpty() || &w == blinking) continue;
         w.Draw(context, clip);
-        // FIXME: the pointers standing on the window are drawn here.
+        if (!w.minimized) {
+            if (PointerInput* pointers = pointerInput()) pointers->DrawPointersOn(w, context);
+        }
     }
 }
 
@@ -175,6 +193,30 @@ Window* Desktop::OpenShortcutWindow(db::SessionMode mode) {
 
 void Desktop::ForgetUser(const std::string& userName) {
     for (auto& w : windows) w->sharedWith.erase(userName);
+}
+
+void Desktop::StoreBookmark(int slot) {
+    if (slot < 0 || slot >= int(db::campaign().bookmarks.size()) || windows.empty()) return;
+    Window* top = windows.back().get();
+    auto& mark = db::campaign().bookmarks[size_t(slot)];
+    mark.className.set(top->windowClass.name);
+    mark.recordName.set(top->name);
+    // The window blinks to confirm: it is left out of the drawing briefly.
+    blinking = top;
+    top->Invalidate();
+    blink.start(kBookmarkBlinkMs);
+    inputState().bookmarkStored = true;
+    platform::trace("bookmark stored %d %s %s", slot, top->windowClass.name.c_str(), top->name.c_str());
+}
+
+void Desktop::RecallBookmark(int slot) {
+    if (slot < 0 || slot >= int(db::campaign().bookmarks.size())) return;
+    const auto& mark = db::campaign().bookmarks[size_t(slot)];
+    Window* w = Find(mark.className.view(), mark.recordName.view());
+    if (!w) return;
+    if (w->minimized) w->ToggleMinimize(nullptr);
+    BringToFront(w);
+    platform::trace("bookmark recalled %d %s %s", slot, w->windowClass.name.c_str(), w->name.c_str());
 }
 
 void Desktop::AddTarget(DesktopObject* object) {

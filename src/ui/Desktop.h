@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "db/SessionMode.h"
+#include "platform/Scheduler.h"
 #include "render/Rect.h"
 #include "ui/DragPayload.h"
 
@@ -25,6 +26,7 @@ namespace lh::ui {
 
 class DesktopObject;
 class MenuModel;
+class RadialMenu;
 class Window;
 class WindowNetwork;
 struct WindowClass;
@@ -72,22 +74,35 @@ public:
     void RemoveTarget(DesktopObject* object);
 
     // --- Mouse and keys, as the platform's handler passes them on ---
-    // `message` and `flags` are the platform's mouse numbers.
+    // `message` and `flags` are the platform's mouse numbers; x, y are
+    // Desktop pixels.
     void MousePress(int message, uint32_t flags, int32_t x, int32_t y);
     void MouseRelease(int message, uint32_t flags, int32_t x, int32_t y);
     void MouseMove(uint32_t flags, int32_t x, int32_t y);
     void MouseWheel(int notches, int32_t x, int32_t y);
-    // Key down: shortcuts first, then the keyboard focus. True when a
-    // shortcut took it.
-    bool KeyDown(int modifiers, int key, int scanCode);
-    void Char(int code, int scanCode);
-    // Builds the menu of the object under the point (walking by owner);
-    // the first object that gives one owns it.
-    MenuModel* OpenMenuAt(int32_t x, int32_t y);
-    // A menu choice goes to the menu's owner, then the menu closes.
+    // Keys by virtual-key code and the keyboard's scan code; `extended`
+    // tells the keys of the cursor block from those of the numeric pad,
+    // which share scan codes. `modifiers`: 2 control, 1 alt, 4 shift.
+    // True when a shortcut took the key.
+    bool KeyDown(int modifiers, int key, int scanCode, bool repeat = false, bool extended = false);
+    void KeyUp(int key, int scanCode, bool extended = false);
+    void Char(int code, int scanCode, bool extended = false);
+    // Opens the menu for the point: a die's, the first object's under it
+    // that builds one (walking by owner; it becomes the mouse capture), or
+    // the Desktop's own. Null while modal.
+    RadialMenu* OpenMenuAt(int32_t x, int32_t y);
+    // A choice of the open menu (as a release on its slot would make it):
+    // to the die, the menu's owner or the Desktop; then the menu closes.
     void ChooseMenu(int id);
+    void CloseMenu();
     // Starts a drag from `source` with its payload (the drag layer draws it).
     void BeginDrag(DesktopObject& source, const DragPayload& payload);
+    // Draws the open menu, if any.
+    void DrawMenu(render::RenderContext& context);
+
+    // Window bookmarks: the top window into slot 0..9, and back.
+    void StoreBookmark(int slot);
+    void RecallBookmark(int slot);
 
     bool isHost() const;
     int32_t clientWidth = 1024, clientHeight = 768;
@@ -95,14 +110,25 @@ public:
     WindowNetwork* network = nullptr;   // null: no session
     std::vector<std::unique_ptr<Window>> windows;  // bottom first
     std::vector<DesktopObject*> inputTargets;      // newest first
-    std::unique_ptr<MenuModel> activeMenu;
+    std::unique_ptr<RadialMenu> activeMenu;
     DragPayload dragPayload;
 
 private:
+    void pressObject(int message, uint32_t flags, int32_t x, int32_t y);
+    void startPointer(int32_t x, int32_t y);
+    void endPointer(int32_t x, int32_t y);
+    void releaseOnMenu(int32_t x, int32_t y);
+    void cancelDrag();
+    void endDragState();
+    void menuKey(int key);
+    void rightHeld();
     void putOnTop(std::unique_ptr<Window> window);
     void putOnTopKeepingModal(std::unique_ptr<Window> window);
     std::vector<std::unique_ptr<Window>> closedWindows;
     bool modal = false;
+    Window* blinking = nullptr;  // left out of the drawing while a bookmark blinks
+    platform::Timer menuHold;    // the right button held opens the menu
+    platform::Timer blink;       // the end of a bookmark's blink
 };
 
 // The process's Desktop.

@@ -20,7 +20,7 @@ void objectDying(DesktopObject* object) {
         s.dragging = false;
     }
     if (s.dragSource == object) s.dragSource = nullptr;
-    if (s.menuOwner == object) s.menuOwner = nullptr;
+    if (s.pointerWindow == object) s.pointerWindow = nullptr;
     for (std::vector<DesktopObject*>* list : s.targetLists) {
         list->erase(std::remove(list->begin(), list->end(), object), list->end());
     }

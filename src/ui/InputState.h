@@ -1,8 +1,10 @@
-// The references that the Desktop's mouse routing keeps between events, in
-// one place: whatever the mouse hovers, holds, drags or opened a menu on.
-// Each may point at an object that a handler deletes (a window closed from
-// its own menu, a record deleted remotely); objectDying() is the one place
-// that clears them, and ~DesktopObject calls it.
+// The mouse and key state that the Desktop's routing keeps between events,
+// in one place: whatever the mouse hovers, holds, drags or opened a menu on,
+// the pointer being drawn, the dice being carried, the key a shortcut took.
+// Each object reference may point at something that a handler deletes (a
+// window closed from its own menu, a record deleted remotely);
+// objectDying() is the one place that clears them, and ~DesktopObject
+// calls it.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +14,31 @@ namespace lh::ui {
 
 class DesktopObject;
 
+namespace cursor {
+constexpr int kDefault = 155, kDraggable = 156, kCarrying = 157;
+}
+
 struct InputState {
     DesktopObject* hoverTarget = nullptr;
-    DesktopObject* mouseCapture = nullptr;  // took the press; also owns an open menu
-    DesktopObject* dragSource = nullptr;    // the object a running drag started from
-    DesktopObject* menuOwner = nullptr;
+    // Took the press, or the drag; also the object an open menu belongs to.
+    DesktopObject* mouseCapture = nullptr;
+    DesktopObject* dragSource = nullptr;  // the object a running drag started from
     bool dragging = false;
+    uint32_t menuAnchor = 0;         // packed x, y: the open menu's centre
     uint32_t pressPosition = 0;      // packed x, y
     uint32_t lastMousePosition = 0;  // packed x, y
     uint32_t buttons = 0;            // mouse flags of the buttons held
-    bool pointerArmed = false;  // a pointer tool was chosen; the next press draws
-    int pointerKind = 0;        // 0 none, 1 arrow, 2 circle, 3 cone, 4 square
+    int modifiers = 0;               // held keys: 2 control, 1 alt, 4 shift
+    bool pointerArmed = false;       // a pointer tool was chosen; the next press draws
+    int pointerKind = 0;             // 0 none, 1 arrow, 2 circle, 3 cone, 4 square
+    bool pointerDrawing = false;
+    DesktopObject* pointerWindow = nullptr;  // the window a pointer is drawn on
+    bool carryingDie = false;
+    bool menuDie = false;  // the open menu is a die's
+    bool overChat = false;  // carried dice are over the chat frame
+    int keyTaken = 0;       // a key a shortcut took, ignored up to its release
+    bool bookmarkStored = false;
+    int cursor = cursor::kDefault;
     // Every list of input targets alive (one per Desktop): a dying object
     // leaves each.
     std::vector<std::vector<DesktopObject*>*> targetLists;

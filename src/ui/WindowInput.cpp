@@ -4,6 +4,7 @@
 
 #include "db/DbNode.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
 #include "ui/InputState.h"
 #include "ui/KeyboardFocus.h"
 #include "ui/MenuModel.h"
@@ -142,8 +143,8 @@ std::unique_ptr<MenuModel> Window::BuildMenu() {
         auto pointers = std::make_unique<MenuModel>("menuhub");
         pointers->backSlot = 3;
         pointers->set(0, "Draw Arrow", "pointer", kMenuDrawArrow);
-        // FIXME: "Remove Pointer" (slot 1) shows only while the user has a
-        // pointer, which the pointer layer will tell.
+        PointerInput* users = pointerInput();
+        if (users && users->HasPointer()) pointers->set(1, "Remove Pointer", "crossed", kMenuRemovePointer);
         pointers->set(5, "Draw Cone", "pointer_cone", kMenuDrawCone);
         pointers->set(6, "Draw Circle", "pointer_circle", kMenuDrawCircle);
         pointers->set(7, "Draw Square", "pointer_square", kMenuDrawSquare);
@@ -188,7 +189,7 @@ void Window::MenuSelected(int id) {
         return;
     }
     case kMenuRemovePointer:
-        // FIXME: removes the local user's pointer once pointers exist.
+        if (PointerInput* users = pointerInput()) users->SetPointer(nullptr, 0, 0, 0, true);
         return;
     case kMenuDrawArrow:
     case kMenuDrawSquare:

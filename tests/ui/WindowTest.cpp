@@ -349,13 +349,13 @@ TEST_F(Windows, DyingObjectsLeaveNoReferenceBehind) {
     EXPECT_EQ(s.hoverTarget, &box);
     box.TakeFocus();
     ASSERT_NE(desk->OpenMenuAt(w->rect.left + 150, w->rect.top + 100), nullptr);
-    EXPECT_EQ(s.menuOwner, w);
+    EXPECT_EQ(s.mouseCapture, w);
     // The window closes from its own menu: it lives to the end of the
     // event, then every reference to it and its controls is gone.
     desk->ChooseMenu(ui::kMenuClose);
     EXPECT_EQ(desk->Find("sheet", "00001"), nullptr);
     EXPECT_EQ(s.hoverTarget, nullptr);
-    EXPECT_EQ(s.menuOwner, nullptr);
+    EXPECT_EQ(s.mouseCapture, nullptr);
     EXPECT_EQ(ui::KeyboardFocus(), &chat);
     EXPECT_TRUE(desk->inputTargets.empty());
 

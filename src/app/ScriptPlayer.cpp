@@ -11,6 +11,19 @@ namespace lh::app {
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
+    for (const platform::ScriptStep& step : steps)
+        if (step.kind == platform::ScriptStep::Kind::Until) awaited.push_back(step.name);
+    seen.assign(awaited.size(), false);
+    if (awaited.empty()) return;
+    traceWatch = platform::traceLines().subscribe([this](std::string_view line) {
+        if (line.starts_with("script ")) return;  // the steps themselves name the texts
+        for (size_t i = 0; i < awaited.size(); ++i)
+            if (!seen[i] && line.find(awaited[i]) != std::string_view::npos) seen[i] = true;
+        if (waitingFor < seen.size() && seen[waitingFor]) {
+            waitingFor = SIZE_MAX;
+            timer.start(0);
+        }
+    });
 }
 
 void ScriptPlayer::start() {
@@ -38,6 +51,14 @@ void ScriptPlayer::run() {
                 timer.start(step.waitMs);
             }
             return;
+        case platform::ScriptStep::Kind::Until: {
+            size_t index = 0;
+            for (size_t i = 0; i < next - 1; ++i)
+                if (steps[i].kind == platform::ScriptStep::Kind::Until) ++index;
+            if (seen[index]) break;
+            waitingFor = index;  // the trace's watcher starts the timer again
+            return;
+        }
         case platform::ScriptStep::Kind::Screenshot:
             actions.drawPending();
             if (!actions.screenshot(step.name)) {

@@ -4,12 +4,14 @@
 // Every step leaves a "script LINE TEXT" line in the trace.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "platform/InputScript.h"
 #include "platform/Scheduler.h"
+#include "platform/Signal.h"
 
 namespace lh::app {
 
@@ -34,6 +36,12 @@ private:
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
+    // The texts of the "until" steps, and which of them a trace line has
+    // held so far; the step waits on the trace while its text has not come.
+    std::vector<std::string> awaited;
+    std::vector<bool> seen;
+    size_t waitingFor = SIZE_MAX;
+    platform::Subscription traceWatch;
 };
 
 }  // namespace lh::app

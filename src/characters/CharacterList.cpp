@@ -6,6 +6,7 @@
 #include "characters/PortraitShape.h"
 #include "db/DbNode.h"
 #include "db/Users.h"
+#include "platform/Trace.h"
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
@@ -89,12 +90,14 @@ void CharacterList::setTurn(int32_t index) {
         line.text = " ";
     } else {
         if (size_t(index) >= entries.size()) return;
+        platform::trace("turn %d %s", index, entries[size_t(index)].name.c_str());
         const std::string& name = entries[size_t(index)].name;
         // The player whose character it is hears it, on whatever machine.
         if (port.activeName && port.activeName() == name && port.beep) port.beep(64);
         line.text = name;
         line.indicator = "indicator_flag";
     }
+    if (index < 0) platform::trace("turn -1");
     if (port.addLine) port.addLine(line);
 }
 

@@ -150,6 +150,12 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
             if (e.text[0]) step.events.push_back(e);
             i += n;
         }
+    } else if (verb == "until") {
+        size_t at = line.find("until") + 5;
+        while (at < line.size() && line[at] == ' ') ++at;
+        if (at >= line.size()) return "until needs the text of a trace line";
+        step.kind = ScriptStep::Kind::Until;
+        step.name = std::string(line.substr(at));
     } else if (verb == "wait") {
         long ms;
         if (w.size() != 2 || !readNumber(w[1], 0, 86400000, ms)) return "wait needs milliseconds";

@@ -14,6 +14,9 @@
 //                              shift, ctrl or alt; "key" is down then up
 //   text TEXT                  typed text: the rest of the line, UTF-8
 //   wait MS                    let MS milliseconds pass before the next step
+//   until TEXT                 hold the next steps until a trace line of this
+//                              process has held TEXT (the rest of the line),
+//                              since the script began; needs LOREHAVEN_TRACE
 //   screenshot NAME            write NAME.png of the client area
 //   quit CODE                  end the program with this exit code
 //
@@ -30,14 +33,14 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Screenshot, Quit };
+    enum class Kind { Input, Wait, Until, Screenshot, Quit };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
     // Input: the events of this step, in order (a click is three).
     std::vector<Event> events;
     uint32_t waitMs = 0;
-    std::string name;     // Screenshot: the file name, ".png" added if missing
+    std::string name;     // Screenshot: the file name, ".png" added if missing; Until: the text
     int exitCode = 0;     // Quit
 };
 

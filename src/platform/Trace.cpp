@@ -2,6 +2,7 @@
 // unbuffered so that a watcher reading the file sees each one as it happens.
 #include "platform/Trace.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -56,6 +57,12 @@ void trace(const char* format, ...) {
     line += '\n';
     // One write per line keeps lines whole when a watcher reads mid-run.
     std::fwrite(line.data(), 1, line.size(), t.file);
+    traceLines().emit(std::string_view(text, std::min(size_t(n), sizeof text - 1)));
+}
+
+Signal<void(std::string_view)>& traceLines() {
+    static Signal<void(std::string_view)> lines;
+    return lines;
 }
 
 void closeTrace() { traceFile().close(); }

@@ -5,6 +5,10 @@
 // while this one runs. Without the variable every call costs one branch.
 #pragma once
 
+#include <string_view>
+
+#include "platform/Signal.h"
+
 namespace lh::platform {
 
 // True when a trace file is open.
@@ -24,6 +28,10 @@ bool traceOn();
 //   record PATH                    a value under this record changed
 //   quit CODE                      the loop ends with this exit code
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Each line as it is written (without the stamp), for a watcher inside the
+// process (the script's "until" step). Only while the trace file is open.
+Signal<void(std::string_view text)>& traceLines();
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.
 void closeTrace();

@@ -27,18 +27,30 @@ std::string readIfThere(const fs::path& file) {
     return fs::exists(file, ec) ? lh::test::readFile(file) : std::string();
 }
 
+// Whether a line of the trace, after its stamp, begins with `text`.
+bool traced(const std::string& trace, const std::string& text) {
+    for (size_t at = 0; at < trace.size();) {
+        size_t end = trace.find('\n', at);
+        if (end == std::string::npos) end = trace.size();
+        size_t blank = trace.find(' ', at);
+        if (blank < end && trace.compare(blank + 1, text.size(), text) == 0) return true;
+        at = end + 1;
+    }
+    return false;
+}
+
 // Waits for a line in a trace file; the processes flush each line as it
 // happens.
 bool waitForTrace(const fs::path& trace, const std::string& text, std::chrono::milliseconds timeout = 60s) {
     auto deadline = std::chrono::steady_clock::now() + timeout;
     while (std::chrono::steady_clock::now() < deadline) {
-        if (readIfThere(trace).find(text) != std::string::npos) return true;
+        if (traced(readIfThere(trace), text)) return true;
         std::this_thread::sleep_for(20ms);
     }
     return false;
 }
 
-bool waitUntilListening(const fs::path& trace) { return waitForTrace(trace, " frame"); }
+bool waitUntilListening(const fs::path& trace) { return waitForTrace(trace, "frame"); }
 
 const char* kAria =
     "<root>\n\t<node name=\"charsheet\">\n\t\t<node name=\"Aria\">\n\t\t\t<intvalue name=\"level\" value=\"7\" />\n"
@@ -52,7 +64,7 @@ std::string portraitBytes() {
     return std::string(reinterpret_cast<const char*>(b), sizeof b);
 }
 
-std::vector<std::string> traced(const TempDir& dir) { return {"LOREHAVEN_TRACE=" + (dir.path() / "trace").string()}; }
+std::vector<std::string> tracing(const TempDir& dir) { return {"LOREHAVEN_TRACE=" + (dir.path() / "trace").string()}; }
 
 }  // namespace
 
@@ -65,10 +77,10 @@ TEST(CharacterProcesses, APlayerBringsALocalCharacterWithItsPortrait) {
                                                "--user", "Boss", "p" + std::to_string(port)};
     const std::vector<std::string> playerArgs = {"--workdir", a.str(), "--join", "127.0.0.1", "--user", "Ann",
                                                  "--identity", "Aria", "p" + std::to_string(port)};
-    ChildProcess host(program(), hostArgs, traced(h));
+    ChildProcess host(program(), hostArgs, tracing(h));
     ASSERT_TRUE(waitUntilListening(h.path() / "trace")) << host.errors();
     {
-        ChildProcess player(program(), playerArgs, traced(a));
+        ChildProcess player(program(), playerArgs, tracing(a));
         // The host sees the character in play, and its portrait arrives.
         ASSERT_TRUE(waitForTrace(h.path() / "trace", "character Aria Ann")) << host.errors();
         ASSERT_TRUE(waitForTrace(h.path() / "trace", "portrait Aria campaigns\\Saga\\portraits\\Aria")) << host.errors();
@@ -93,7 +105,7 @@ TEST(CharacterProcesses, APlayerBringsALocalCharacterWithItsPortrait) {
     {
         // The next time the same portrait is current on both sides.
         fs::remove(a.path() / "trace");
-        ChildProcess player(program(), playerArgs, traced(a));
+        ChildProcess player(program(), playerArgs, tracing(a));
         ASSERT_TRUE(waitForTrace(a.path() / "trace", "portrait Aria campaigns\\Saga\\portraits\\Aria")) << player.errors();
         EXPECT_EQ(readIfThere(a.path() / "trace").find("fetch portrait"), std::string::npos);
         player.signal(SIGTERM);
@@ -106,13 +118,63 @@ TEST(CharacterProcesses, APlayerBringsALocalCharacterWithItsPortrait) {
     EXPECT_NE(db.find("<stringvalue name=\"name\" value=\"Aria of the Vale\" />"), std::string::npos) << db;
 }
 
+// The Gamemaster's menu over the portraits, by the keyboard: the arrows walk
+// the slots from "Kick Player" (2) over "Sound Bell" (3) to "Toggle Turn" (4).
+TEST(CharacterProcesses, TheGamemastersMenuGivesTurnsRingsOneBellAndKicksOnConfirm) {
+    TempDir h, a, b;
+    const uint16_t port = lh::test::freeTcpPort();
+    lh::test::writeFile(a.path() / "characters/Lorehaven/Aria.xml", kAria);
+    lh::test::writeFile(h.path() / "menus.txt",
+                        "until character Aria Ann\n"
+                        "until character Brom Bo\n"
+                        "click right 52 46\nkey Right\nkey Right\nkey Right\nkey Return\n"  // Toggle Turn on Aria
+                        "until sent CHSLR 4 Bo\n"
+                        "click right 140 46\nkey Right\nkey Right\nkey Return\n"  // Sound Bell for Brom's player
+                        "until sent BELLR 1 Bo\n"
+                        "click right 52 46\nkey Right\nkey Return\n"  // Kick Player: it only arms
+                        "until menu chosen 5\n"
+                        "click right 52 46\nkey Right\nkey Return\n");  // Confirm Kick
+    std::vector<std::string> hostArgs = {"--workdir", h.str(), "--host", "--campaign", "Saga", "--gm", "Keeper",
+                                         "--user", "Boss", "p" + std::to_string(port),
+                                         "--script", (h.path() / "menus.txt").string()};
+    auto player = [&](const TempDir& dir, const char* user, const char* identity) {
+        return std::vector<std::string>{"--workdir", dir.str(), "--join", "127.0.0.1", "--user", user,
+                                        "--identity", identity, "p" + std::to_string(port)};
+    };
+    ChildProcess host(program(), hostArgs, tracing(h));
+    ASSERT_TRUE(waitUntilListening(h.path() / "trace")) << host.errors();
+    ChildProcess ann(program(), player(a, "Ann", "Aria"), tracing(a));
+    ASSERT_TRUE(waitForTrace(h.path() / "trace", "character Aria Ann")) << host.errors();
+    ChildProcess bo(program(), player(b, "Bo", "Brom"), tracing(b));
+
+    // The turn line on every machine, each made from CHSLR.
+    ASSERT_TRUE(waitForTrace(h.path() / "trace", "turn 0 Aria")) << readIfThere(h.path() / "trace");
+    ASSERT_TRUE(waitForTrace(a.path() / "trace", "turn 0 Aria")) << ann.errors();
+    ASSERT_TRUE(waitForTrace(b.path() / "trace", "turn 0 Aria")) << bo.errors();
+    // The bell reaches Brom's player alone.
+    ASSERT_TRUE(waitForTrace(b.path() / "trace", "received BELLR 1")) << bo.errors();
+    // The first choice only arms the kick; the confirmation ends Ann's session.
+    EXPECT_EQ(ann.wait(60s), 255) << ann.errors();
+    const std::string hostTrace = readIfThere(h.path() / "trace");
+    const size_t armed = hostTrace.find("menu chosen 5"), confirmed = hostTrace.find("menu chosen 6");
+    ASSERT_NE(confirmed, std::string::npos) << hostTrace;
+    EXPECT_LT(armed, confirmed);
+    EXPECT_GT(hostTrace.find("sent LGOTR", armed), confirmed);
+    ASSERT_TRUE(waitForTrace(b.path() / "trace", "received LGOTR")) << bo.errors();
+    EXPECT_EQ(readIfThere(a.path() / "trace").find("received BELLR"), std::string::npos);
+    bo.signal(SIGTERM);
+    host.signal(SIGTERM);
+    EXPECT_EQ(bo.wait(60s), 255);
+    EXPECT_EQ(host.wait(60s), 255);
+}
+
 TEST(CharacterProcesses, TheLocalWayInKeepsCharactersWithoutASession) {
     TempDir d;
     lh::test::writeFile(d.path() / "characters/Lorehaven/Aria.xml", kAria);
     for (const char* name : {"Aria", "Newcomer"}) {
         ChildProcess local(program(), {"--workdir", d.str(), "--local", "--ruleset", "Lorehaven", "--identity", name,
                                        "--quit-after-ticks", "10"},
-                           traced(d));
+                           tracing(d));
         EXPECT_EQ(local.wait(60s), 0) << local.errors();
     }
     const std::string trace = readIfThere(d.path() / "trace");

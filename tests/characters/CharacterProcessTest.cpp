@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/TestPictures.h"
 #include "support/TestSupport.h"
 
 using lh::test::ChildProcess;
@@ -56,13 +57,8 @@ const char* kAria =
     "<root>\n\t<node name=\"charsheet\">\n\t\t<node name=\"Aria\">\n\t\t\t<intvalue name=\"level\" value=\"7\" />\n"
     "\t\t\t<stringvalue name=\"name\" value=\"Aria of the Vale\" />\n\t\t</node>\n\t</node>\n</root>\n";
 
-// A 2x2 BMP: portraits go by their bytes, not by a name.
-std::string portraitBytes() {
-    const unsigned char b[] = {'B', 'M', 70, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0, 40, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0,
-                               1, 0, 24, 0, 0, 0, 0, 0, 16, 0, 0, 0, 0x13, 0x0B, 0, 0, 0x13, 0x0B, 0, 0, 0, 0, 0, 0,
-                               0, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 0, 0, 255, 255, 255, 255, 0, 0};
-    return std::string(reinterpret_cast<const char*>(b), sizeof b);
-}
+// Portraits go by their bytes, not by a name.
+std::string portraitBytes() { return lh::test::asText(lh::test::tinyBmp()); }
 
 std::vector<std::string> tracing(const TempDir& dir) { return {"LOREHAVEN_TRACE=" + (dir.path() / "trace").string()}; }
 

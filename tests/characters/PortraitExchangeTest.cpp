@@ -19,6 +19,7 @@
 #include "net/Session.h"
 #include "platform/Clock.h"
 #include "platform/Paths.h"
+#include "support/TestPictures.h"
 #include "support/TestSupport.h"
 #include "ui/Desktop.h"
 #include "ui/RulesetData.h"
@@ -132,11 +133,8 @@ TEST(PortraitExchange, ThePickerChoosesOnADoubleClickOnOnePicture) {
     platform::setWorkingDirectory(dir.path());
     platform::useManualClock(1000);
     for (const char* name : {"a", "b", ".hidden"}) {
-        // 2x2 BMP pictures, without an extension.
-        const unsigned char bmp[] = {'B', 'M', 70, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0, 40, 0, 0, 0, 2, 0, 0, 0, 2, 0,
-                                     0, 0, 1, 0, 24, 0, 0, 0, 0, 0, 16, 0, 0, 0, 0x13, 0x0B, 0, 0, 0x13, 0x0B, 0, 0,
-                                     0, 0, 0, 0, 0, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 0, 0, 255, 255, 255, 255, 0, 0};
-        test::writeFile(dir.path() / "portraits" / name, std::string(reinterpret_cast<const char*>(bmp), sizeof bmp));
+        // Pictures without an extension.
+        test::writeFile(dir.path() / "portraits" / name, test::asText(test::tinyBmp()));
     }
     fs::create_directories(dir.path() / "portraits/folder");
     test::loadWindowRuleset(R"(<root><windowclass name="picker"><defaultsize width="200" height="200"/>

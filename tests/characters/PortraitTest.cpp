@@ -1,10 +1,6 @@
 // Portraits: the chunks of CHPDQ, the CHPRR notice, hostile bodies, and
 // shaping files of every format, with no extension, to the mask.
 #include <gtest/gtest.h>
-#include <jpeglib.h>
-#include <png.h>
-
-#include <cstring>
 #include <vector>
 
 #include "characters/PortraitMessages.h"
@@ -12,6 +8,7 @@
 #include "net/MessageCatalogue.h"
 #include "platform/Paths.h"
 #include "render/Bitmap.h"
+#include "support/TestPictures.h"
 #include "support/TestSupport.h"
 
 using namespace lh;
@@ -21,55 +18,7 @@ using characters::encodePortraitChunks;
 namespace {
 
 std::vector<uint8_t> encodePng(uint32_t w, uint32_t h, uint32_t argb) {
-    std::vector<uint32_t> pixels(size_t(w) * h, argb);
-    png_image image;
-    std::memset(&image, 0, sizeof image);
-    image.version = PNG_IMAGE_VERSION;
-    image.width = w;
-    image.height = h;
-    image.format = PNG_FORMAT_BGRA;
-    png_alloc_size_t size = 0;
-    png_image_write_to_memory(&image, nullptr, &size, 0, pixels.data(), 0, nullptr);
-    std::vector<uint8_t> out(size);
-    png_image_write_to_memory(&image, out.data(), &size, 0, pixels.data(), 0, nullptr);
-    out.resize(size);
-    return out;
-}
-
-std::vector<uint8_t> encodeJpeg(int w, int h) {
-    jpeg_compress_struct info;
-    jpeg_error_mgr err;
-    info.err = jpeg_std_error(&err);
-    jpeg_create_compress(&info);
-    unsigned char* mem = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&info, &mem, &size);
-    info.image_width = JDIMENSION(w);
-    info.image_height = JDIMENSION(h);
-    info.input_components = 3;
-    info.in_color_space = JCS_RGB;
-    jpeg_set_defaults(&info);
-    jpeg_start_compress(&info, TRUE);
-    std::vector<uint8_t> row(size_t(w) * 3, 180);
-    while (info.next_scanline < info.image_height) {
-        JSAMPROW p = row.data();
-        jpeg_write_scanlines(&info, &p, 1);
-    }
-    jpeg_finish_compress(&info);
-    std::vector<uint8_t> out(mem, mem + size);
-    jpeg_destroy_compress(&info);
-    free(mem);
-    return out;
-}
-
-// A 2x2 24-bit BMP.
-std::vector<uint8_t> tinyBmp() {
-    std::vector<uint8_t> b = {'B', 'M', 70, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0, 40, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0,
-                              1, 0, 24, 0, 0, 0, 0, 0, 16, 0, 0, 0, 0x13, 0x0B, 0, 0, 0x13, 0x0B, 0, 0, 0, 0, 0, 0,
-                              0, 0, 0, 0};
-    uint8_t rows[] = {255, 0, 0, 0, 255, 0, 0, 0, 0, 0, 255, 255, 255, 255, 0, 0};
-    b.insert(b.end(), rows, rows + sizeof rows);
-    return b;
+    return test::encodePng(w, h, std::vector<uint32_t>(size_t(w) * h, argb));
 }
 
 net::NetMessage chunk(uint8_t number, uint8_t count, uint32_t length, size_t bytes) {
@@ -151,7 +100,7 @@ TEST(PortraitShape, EveryFormatWithoutExtensionComesOutAtTheMasksSizeAndOutline)
         std::vector<uint8_t> bytes;
     };
     for (const File& f : {File{"large_png", encodePng(300, 200, 0xFF2040C0)}, File{"small_png", encodePng(3, 3, 0xFF2040C0)},
-                          File{"jpeg", encodeJpeg(40, 40)}, File{"bmp", tinyBmp()}}) {
+                          File{"jpeg", test::encodeJpeg(40, 40, 180, 180, 180)}, File{"bmp", test::tinyBmp()}}) {
         test::writeFile(dir.path() / "portraits" / f.name, std::string(f.bytes.begin(), f.bytes.end()));
         auto shaped = characters::loadShapedPortrait(std::string("portraits\\") + f.name, &mask);
         ASSERT_TRUE(shaped) << f.name;

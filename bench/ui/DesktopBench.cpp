@@ -1,7 +1,8 @@
 // The Desktop on the real device (llvmpipe when headless): a full redraw of
 // 20 open sheets of 40 controls each, the redraw after one control changed
 // (only its window's rectangle is dirty), and opening one sheet (factory,
-// layout and its first drawing).
+// layout and its first drawing), and a mouse press on a window behind
+// others, from the platform's event to the frame that shows it in front.
 // Run headless: SDL_VIDEODRIVER=offscreen ./bench/ui/bench_desktop
 #include <benchmark/benchmark.h>
 
@@ -11,12 +12,14 @@
 #include <string>
 #include <vector>
 
+#include "app/DesktopWiring.h"
 #include "app/Frame.h"
 #include "ui/FrameLayers.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/SessionMode.h"
 #include "db/XmlParse.h"
+#include "platform/Events.h"
 #include "platform/Paths.h"
 #include "platform/Platform.h"
 #include "platform/Window.h"
@@ -192,6 +195,45 @@ void BM_OpenSheet(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_OpenSheet)->Unit(benchmark::kMillisecond);
+
+// A click, as the platform delivers it, through the app's routing.
+void clickAt(int x, int y) {
+    platform::Event e;
+    e.x = x;
+    e.y = y;
+    e.button = platform::MouseButton::Left;
+    e.type = platform::EventType::MouseMove;
+    app::routeDesktopInput(e);
+    e.type = platform::EventType::MouseDown;
+    app::routeDesktopInput(e);
+    e.type = platform::EventType::MouseUp;
+    app::routeDesktopInput(e);
+}
+
+// Sheets 0 and 1 overlap; each press lands where only one of them shows and
+// brings it over the other, so every frame changes the overlap's pixels.
+void BM_PressToWindowInFront(benchmark::State& state) {
+    if (!scene().ok) return state.SkipWithError("no OpenGL device or no sheets");
+    ui::Desktop& desk = *scene().desk;
+    ui::Window* first = desk.windows[0].get();
+    ui::Window* second = desk.windows[1].get();
+    app::DrawFrame();
+    finish();
+    bool toggle = false;
+    for (auto _ : state) {
+        ui::Window* wanted = toggle ? second : first;
+        if (toggle) {
+            clickAt(second->rect.right - 130, second->rect.top + 10);
+        } else {
+            clickAt(first->rect.left + 20, first->rect.top + 10);
+        }
+        benchmark::DoNotOptimize(app::DrawFrame());
+        finish();
+        if (desk.windows.back().get() != wanted) return state.SkipWithError("the press did not bring the window forward");
+        toggle = !toggle;
+    }
+}
+BENCHMARK(BM_PressToWindowInFront)->Unit(benchmark::kMillisecond)->Repetitions(9)->ReportAggregatesOnly(true);
 
 }  // namespace
 

@@ -259,6 +259,10 @@ bool InitInstance(const CommandLine& cl) {
         return false;
     }
     placeMainWindow(*a.mainWindow);
+    // The user may make the window larger; the Desktop re-anchors its
+    // windows by the Ruleset's rules, and 1024 by 768 is the least.
+    a.mainWindow->setMinimumClientSize(kClientWidth, kClientHeight);
+    a.mainWindow->setResizable(true);
     if (splash) splash->progress(0.2f);
 
     // The device has told the user what failed.

@@ -8,19 +8,24 @@
 
 namespace lh::app {
 
+namespace {
+constexpr size_t kKeptLines = 20000;
+}  // namespace
+
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
-    for (const platform::ScriptStep& step : steps)
-        if (step.kind == platform::ScriptStep::Kind::Until) awaited.push_back(step.name);
-    seen.assign(awaited.size(), false);
-    if (awaited.empty()) return;
+    bool awaits = false;
+    for (const platform::ScriptStep& step : steps) awaits |= step.kind == platform::ScriptStep::Kind::Await;
+    if (!awaits) return;
     traceWatch = platform::traceLines().subscribe([this](std::string_view line) {
-        if (line.starts_with("script ")) return;  // the steps themselves name the texts
-        for (size_t i = 0; i < awaited.size(); ++i)
-            if (!seen[i] && line.find(awaited[i]) != std::string_view::npos) seen[i] = true;
-        if (waitingFor < seen.size() && seen[waitingFor]) {
-            waitingFor = SIZE_MAX;
+        // The script's own lines quote what they await.
+        if (line.starts_with("script ")) return;
+        // A bound on what is kept: a long run keeps its last lines.
+        if (traced.size() >= kKeptLines) traced.erase(traced.begin(), traced.begin() + kKeptLines / 2);
+        traced.emplace_back(line);
+        if (!awaited.empty() && line.find(awaited) != std::string_view::npos) {
+            awaited.clear();
             timer.start(0);
         }
     });
@@ -51,12 +56,12 @@ void ScriptPlayer::run() {
                 timer.start(step.waitMs);
             }
             return;
-        case platform::ScriptStep::Kind::Until: {
-            size_t index = 0;
-            for (size_t i = 0; i < next - 1; ++i)
-                if (steps[i].kind == platform::ScriptStep::Kind::Until) ++index;
-            if (seen[index]) break;
-            waitingFor = index;  // the trace's watcher starts the timer again
+        case platform::ScriptStep::Kind::Await: {
+            bool seen = false;
+            for (const std::string& line : traced) seen |= line.find(step.name) != std::string::npos;
+            if (seen) break;
+            // The line that comes starts the next step.
+            awaited = step.name;
             return;
         }
         case platform::ScriptStep::Kind::Screenshot:

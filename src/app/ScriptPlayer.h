@@ -4,8 +4,8 @@
 // Every step leaves a "script LINE TEXT" line in the trace.
 #pragma once
 
-#include <cstdint>
 #include <functional>
+#include <string_view>
 #include <string>
 #include <vector>
 
@@ -36,11 +36,10 @@ private:
     ScriptActions actions;
     size_t next = 0;
     platform::Timer timer;
-    // The texts of the "until" steps, and which of them a trace line has
-    // held so far; the step waits on the trace while its text has not come.
-    std::vector<std::string> awaited;
-    std::vector<bool> seen;
-    size_t waitingFor = SIZE_MAX;
+    // What the program has traced since the script began, for "await"; the
+    // text awaited now, empty when none.
+    std::vector<std::string> traced;
+    std::string awaited;
     platform::Subscription traceWatch;
 };
 

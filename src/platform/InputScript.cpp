@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 
 #include "platform/Encoding.h"
+#include "platform/ScanCodes.h"
 
 namespace lh::platform {
 
@@ -22,7 +24,9 @@ const KeyName kKeyNames[] = {
     {"ctrl", 0x11},      {"alt", 0x12},      {"pause", 0x13},   {"escape", 0x1B},     {"space", 0x20},
     {"pageup", 0x21},    {"pagedown", 0x22}, {"end", 0x23},     {"home", 0x24},       {"left", 0x25},
     {"up", 0x26},        {"right", 0x27},    {"down", 0x28},    {"printscreen", 0x2C}, {"insert", 0x2D},
-    {"delete", 0x2E},
+    {"delete", 0x2E},    {"menu", 0x5D},     {"num0", 0x60},    {"num1", 0x61},       {"num2", 0x62},
+    {"num3", 0x63},      {"num4", 0x64},     {"num5", 0x65},    {"num6", 0x66},       {"num7", 0x67},
+    {"num8", 0x68},      {"num9", 0x69},
 };
 
 bool equalsNoCase(std::string_view a, std::string_view b) {
@@ -78,7 +82,7 @@ bool readModifiers(const std::vector<std::string_view>& w, size_t from, uint16_t
 constexpr long kMaxCoordinate = 32767;  // positions travel packed in 16 bits
 
 // One line into `step`; "" when it reads, else what is wrong.
-std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int& mouseY) {
+std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int& mouseY, std::set<int>& heldKeys) {
     std::vector<std::string_view> w = words(line);
     std::string_view verb = w[0];
     auto mouseEvent = [&](EventType type) {
@@ -132,6 +136,14 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
             e.type = type;
             e.keyCode = code;
             e.modifiers = mods;
+            e.scanCode = scanCodeOfVirtualKey(code, e.extended);
+            // A key pressed again before its release is the keyboard's
+            // repeat of a held key.
+            if (type == EventType::KeyDown) {
+                e.repeat = !heldKeys.insert(code).second;
+            } else {
+                heldKeys.erase(code);
+            }
             step.events.push_back(e);
         }
     } else if (verb == "text") {
@@ -150,11 +162,11 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
             if (e.text[0]) step.events.push_back(e);
             i += n;
         }
-    } else if (verb == "until") {
-        size_t at = line.find("until") + 5;
-        while (at < line.size() && line[at] == ' ') ++at;
-        if (at >= line.size()) return "until needs the text of a trace line";
-        step.kind = ScriptStep::Kind::Until;
+    } else if (verb == "await") {
+        size_t at = line.find("await") + 5;
+        while (at < line.size() && (line[at] == ' ' || line[at] == '\t')) ++at;
+        if (at >= line.size()) return "await needs the text of a trace line";
+        step.kind = ScriptStep::Kind::Await;
         step.name = std::string(line.substr(at));
     } else if (verb == "wait") {
         long ms;
@@ -201,6 +213,7 @@ int virtualKeyFromName(std::string_view name) {
 ParsedScript parseInputScript(std::string_view text) {
     ParsedScript out;
     int mouseX = 0, mouseY = 0;
+    std::set<int> heldKeys;
     int number = 0;
     size_t pos = 0;
     while (pos <= text.size()) {
@@ -215,7 +228,7 @@ ParsedScript parseInputScript(std::string_view text) {
         ScriptStep step;
         step.line = number;
         step.source = std::string(line);
-        std::string error = parseLine(line, step, mouseX, mouseY);
+        std::string error = parseLine(line, step, mouseX, mouseY, heldKeys);
         if (!error.empty()) {
             out.steps.clear();
             out.error = "line " + std::to_string(number) + ": " + error;

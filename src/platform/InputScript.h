@@ -11,12 +11,14 @@
 //   keyup KEY [MOD...]         Escape, Tab, Space, Backspace, Delete, Insert,
 //   key KEY [MOD...]           Home, End, PageUp, PageDown, Left, Right, Up,
 //                              Down, PrintScreen, Shift, Ctrl, Alt); MOD is
-//                              shift, ctrl or alt; "key" is down then up
+//                              shift, ctrl or alt; "key" is down then up;
+//                              Num0..Num9 are the numeric pad, Menu the menu
+//                              key; a keydown of a key already down is the
+//                              keyboard's repeat of a held key
 //   text TEXT                  typed text: the rest of the line, UTF-8
 //   wait MS                    let MS milliseconds pass before the next step
-//   until TEXT                 hold the next steps until a trace line of this
-//                              process has held TEXT (the rest of the line),
-//                              since the script began; needs LOREHAVEN_TRACE
+//   await TEXT                 go on once this program has written a trace
+//                              line holding TEXT (at once if it already has)
 //   screenshot NAME            write NAME.png of the client area
 //   quit CODE                  end the program with this exit code
 //
@@ -33,14 +35,14 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Until, Screenshot, Quit };
+    enum class Kind { Input, Wait, Await, Screenshot, Quit };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
     // Input: the events of this step, in order (a click is three).
     std::vector<Event> events;
     uint32_t waitMs = 0;
-    std::string name;     // Screenshot: the file name, ".png" added if missing; Until: the text
+    std::string name;     // Screenshot: the file name, ".png" added if missing; Await: the text
     int exitCode = 0;     // Quit
 };
 

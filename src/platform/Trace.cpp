@@ -2,7 +2,6 @@
 // unbuffered so that a watcher reading the file sees each one as it happens.
 #include "platform/Trace.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -37,11 +36,16 @@ TraceFile& traceFile() {
 
 }  // namespace
 
-bool traceOn() { return traceFile().file != nullptr; }
+Signal<void(std::string_view)>& traceLines() {
+    static Signal<void(std::string_view)> lines;
+    return lines;
+}
+
+bool traceOn() { return traceFile().file != nullptr || !traceLines().empty(); }
 
 void trace(const char* format, ...) {
     TraceFile& t = traceFile();
-    if (!t.file) return;
+    if (!t.file && traceLines().empty()) return;
     char text[2048];
     va_list args;
     va_start(args, format);
@@ -50,19 +54,15 @@ void trace(const char* format, ...) {
     if (n < 0) return;
     std::string line = std::to_string(nowMs());
     line += ' ';
+    const size_t textStart = line.size();
     for (const char* p = text; *p; ++p) {
         if (*p == '\n') line += "\\n";
         else line += *p;
     }
     line += '\n';
     // One write per line keeps lines whole when a watcher reads mid-run.
-    std::fwrite(line.data(), 1, line.size(), t.file);
-    traceLines().emit(std::string_view(text, std::min(size_t(n), sizeof text - 1)));
-}
-
-Signal<void(std::string_view)>& traceLines() {
-    static Signal<void(std::string_view)> lines;
-    return lines;
+    if (t.file) std::fwrite(line.data(), 1, line.size(), t.file);
+    traceLines().emit(std::string_view(line).substr(textStart, line.size() - textStart - 1));
 }
 
 void closeTrace() { traceFile().close(); }

@@ -26,12 +26,17 @@ bool traceOn();
 //                                  peer not yet logged in); BYTES is the body
 //   received TAG BYTES PEER        a message arrived and is being dispatched
 //   record PATH                    a value under this record changed
+//   window opened CLASS RECORD     (also closed, shared, minimized, restored)
+//   menu opened X Y                a radial menu opened with its anchor there
+//   menu chosen ID                 its choice (0: none)
+//   drag started X Y               a press there became a drag
+//   bookmark stored N CLASS RECORD a pad key stored the top window (recalled)
 //   quit CODE                      the loop ends with this exit code
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-// Each line as it is written (without the stamp), for a watcher inside the
-// process (the script's "until" step). Only while the trace file is open.
-Signal<void(std::string_view text)>& traceLines();
+// Every line as it is written (after the stamp), for watchers inside the
+// program (the script's "await"); lines are made for them even without a file.
+Signal<void(std::string_view line)>& traceLines();
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.
 void closeTrace();

@@ -36,6 +36,8 @@ void Window::setFullScreen(bool on) {
 
 void Window::setResizable(bool on) { SDL_SetWindowResizable(sdl(handle), on ? SDL_TRUE : SDL_FALSE); }
 
+void Window::setMinimumClientSize(int w, int h) { SDL_SetWindowMinimumSize(sdl(handle), w, h); }
+
 WindowFrame Window::frame() const {
     WindowFrame f;
     if (SDL_GetWindowBordersSize(sdl(handle), &f.top, &f.left, &f.bottom, &f.right) != 0) f = WindowFrame{};

@@ -24,6 +24,8 @@ public:
     // The borderless full-screen form.
     void setFullScreen(bool on);
     void setResizable(bool on);
+    // The client area cannot be made smaller than this by dragging a border.
+    void setMinimumClientSize(int w, int h);
     WindowFrame frame() const;   // decorations around the client area
     void clientSize(int& w, int& h) const;
     void drawableSize(int& w, int& h) const;   // pixels, for the graphics device

@@ -34,6 +34,7 @@ Desktop::Desktop() : root(&db::rootNode()) {
 Desktop::~Desktop() {
     auto& lists = inputState().targetLists;
     lists.erase(std::remove(lists.begin(), lists.end(), &inputTargets), lists.end());
+    if (activeMenu) inputState().menuOpen = false;
     activeMenu.reset();
     // Top first, as a user closing everything would.
     while (!windows.empty()) {

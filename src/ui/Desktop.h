@@ -122,6 +122,7 @@ private:
     void endDragState();
     void menuKey(int key);
     void rightHeld();
+    void dropOrphanedMenu();
     void putOnTop(std::unique_ptr<Window> window);
     void putOnTopKeepingModal(std::unique_ptr<Window> window);
     std::vector<std::unique_ptr<Window>> closedWindows;

@@ -96,10 +96,16 @@ bool menuButtonHeld(uint32_t buttons) {
 
 }  // namespace
 
+// A menu whose owner died closes before any event reaches it.
+void Desktop::dropOrphanedMenu() {
+    if (inputState().menuOrphaned) CloseMenu();
+}
+
 // --- Presses ---
 
 void Desktop::MousePress(int message, uint32_t flags, int32_t x, int32_t y) {
     InputState& s = inputState();
+    dropOrphanedMenu();
     s.buttons = flags;
     s.lastMousePosition = mouse::pack(x, y);
     if (message == mouse::kRightDown) {
@@ -185,6 +191,7 @@ void Desktop::startPointer(int32_t x, int32_t y) {
 
 void Desktop::MouseRelease(int message, uint32_t flags, int32_t x, int32_t y) {
     InputState& s = inputState();
+    dropOrphanedMenu();
     s.buttons = flags;
     s.lastMousePosition = mouse::pack(x, y);
     const uint32_t position = mouse::pack(x, y);
@@ -224,7 +231,7 @@ void Desktop::MouseRelease(int message, uint32_t flags, int32_t x, int32_t y) {
     }
     DesktopObject* capture = s.mouseCapture;
     if (!capture) {
-        s.dragging = false;
+        endDragState();
         return;
     }
     if (!s.dragging) {
@@ -287,6 +294,7 @@ void Desktop::endPointer(int32_t x, int32_t y) {
 
 void Desktop::MouseMove(uint32_t flags, int32_t x, int32_t y) {
     InputState& s = inputState();
+    dropOrphanedMenu();
     s.buttons = flags;
     s.lastMousePosition = mouse::pack(x, y);
     const uint32_t position = mouse::pack(x, y);
@@ -352,6 +360,7 @@ void Desktop::MouseMove(uint32_t flags, int32_t x, int32_t y) {
             if (o->MouseDrag(mouse::kMove, flags, s.pressPosition, position)) taker = o;
         }
         s.mouseCapture = taker;
+        if (taker) platform::trace("drag started %d %d", mouse::xOf(s.pressPosition), mouse::yOf(s.pressPosition));
     } else if (s.dragging && s.mouseCapture) {
         s.mouseCapture->MouseDrag(mouse::kMove, flags, s.pressPosition, position);
     }
@@ -434,6 +443,8 @@ RadialMenu* Desktop::OpenMenuAt(int32_t x, int32_t y) {
         if (DesktopShell* shell = desktopShell()) shell->warpMouse(mx, my);
     }
     s.menuAnchor = mouse::pack(ax, ay);
+    s.menuOpen = true;
+    s.menuOrphaned = false;
     platform::trace("menu opened %d %d", ax, ay);
     showCursor(cursor::kDefault);
     redrawAll();
@@ -446,6 +457,7 @@ void Desktop::ChooseMenu(int id) {
     DesktopObject* owner = s.mouseCapture;
     const int32_t x = mouse::xOf(s.lastMousePosition), y = mouse::yOf(s.lastMousePosition);
     activeMenu.reset();
+    s.menuOpen = false;
     s.menuDie = false;
     s.dragging = false;
     s.mouseCapture = nullptr;
@@ -467,11 +479,13 @@ void Desktop::ChooseMenu(int id) {
 
 void Desktop::CloseMenu() {
     InputState& s = inputState();
+    s.menuOrphaned = false;
     if (!activeMenu) return;
     if (s.menuDie) {
         if (DiceInput* dice = diceInput()) dice->DieMenuClosed();
     }
     activeMenu.reset();
+    s.menuOpen = false;
     s.menuDie = false;
     s.mouseCapture = nullptr;
     redrawAll();
@@ -487,6 +501,7 @@ void Desktop::rightHeld() {
 }
 
 void Desktop::DrawMenu(render::RenderContext& context) {
+    dropOrphanedMenu();
     if (!activeMenu) return;
     const InputState& s = inputState();
     activeMenu->Draw(context, mouse::xOf(s.menuAnchor), mouse::yOf(s.menuAnchor), s.lastMousePosition);
@@ -511,6 +526,7 @@ void Desktop::menuKey(int key) {
 
 bool Desktop::KeyDown(int modifiers, int key, int scanCode, bool repeat, bool extended) {
     InputState& s = inputState();
+    dropOrphanedMenu();
     if (key == s.keyTaken && key != 0) return false;
     if (isModifierKey(key)) {
         s.modifiers |= modifierBit(key);

@@ -16,6 +16,7 @@ void objectDying(DesktopObject* object) {
     InputState& s = inputState();
     if (s.hoverTarget == object) s.hoverTarget = nullptr;
     if (s.mouseCapture == object) {
+        if (s.menuOpen) s.menuOrphaned = true;
         s.mouseCapture = nullptr;
         s.dragging = false;
     }

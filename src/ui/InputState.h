@@ -35,6 +35,10 @@ struct InputState {
     DesktopObject* pointerWindow = nullptr;  // the window a pointer is drawn on
     bool carryingDie = false;
     bool menuDie = false;  // the open menu is a die's
+    bool menuOpen = false;
+    // The open menu's owner died (its window closed from elsewhere): the
+    // menu goes before it can hand a choice to anyone else.
+    bool menuOrphaned = false;
     bool overChat = false;  // carried dice are over the chat frame
     int keyTaken = 0;       // a key a shortcut took, ignored up to its release
     bool bookmarkStored = false;

@@ -22,9 +22,11 @@ KeyboardTarget::~KeyboardTarget() {
 KeyboardTarget* KeyboardFocus() { return focus; }
 
 KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target) {
-    render::GraphicsDevice::Get().Invalidate(nullptr);
     KeyboardTarget* old = focus;
+    // Focus shows all over (carets, highlighted frames); a focus that stays
+    // changes nothing, which a click on a window's surface does every time.
     if (old == target) return old;
+    render::GraphicsDevice::Get().Invalidate(nullptr);
     focus = nullptr;
     if (old) old->FocusLost();
     focus = target;

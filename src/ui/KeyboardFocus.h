@@ -19,8 +19,9 @@ constexpr int kKeyDownMessage = 256;
 constexpr int kCharMessage = 258;
 
 KeyboardTarget* KeyboardFocus();
-// Marks the whole client area dirty, tells the old target it lost the
-// keyboard, stores the new one and tells it. Returns the old one.
+// When the target changes: marks the whole client area dirty, tells the old
+// target it lost the keyboard, stores the new one and tells it. Returns the
+// old one.
 KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target);
 // The chat entry registers here; null leaves the keyboard with nobody.
 void setFallbackKeyboardTarget(KeyboardTarget* target);

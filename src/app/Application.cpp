@@ -33,8 +33,8 @@
 #include "platform/Trace.h"
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
-#include "ui/CharacterPort.h"
 #include "ui/Desktop.h"
+#include "ui/Lights.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
 #include "ui/Subsystems.h"
@@ -270,19 +270,18 @@ bool InitInstance(const CommandLine& cl) {
         delete splash;
         return false;
     }
-    setFrameState({[] { return false; }, [] { return app().desktopLightColor; }});
+    // The Desktop light is the one that "/night" and "/day" fade.
+    setFrameState({[] { return false; }, [] { return ui::lights().desktop; }});
     listeners().frame = platform::spine().drawFrame.subscribe(DrawFrame);
     // A lost host ends the process; no idle report goes out meanwhile.
     listeners().hostLost = platform::spine().hostLost.subscribe([] { listeners().idle.stop(); });
 
     contentLoad(splash);
     if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
+    // The local-characters way in takes the named character on at its start.
+    if (db::sessionMode() == db::SessionMode::LocalCharacters && !cl.identityName.empty())
+        db::localUser().identities.push_back(cl.identityName);
     startDesktop(db::sessionMode(), kClientWidth, kClientHeight);
-    // The local-characters way in takes the named character on at once.
-    if (db::sessionMode() == db::SessionMode::LocalCharacters && !cl.identityName.empty() &&
-        ui::characterPort().openLocal) {
-        ui::characterPort().openLocal(cl.identityName);
-    }
 
     delete splash;
     a.mainWindow->show();

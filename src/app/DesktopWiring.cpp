@@ -16,6 +16,8 @@
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
 #include "ui/DesktopObject.h"
+#include "ui/DesktopToken.h"
+#include "ui/DragImage.h"
 #include "ui/FrameLayers.h"
 #include "ui/SessionWindowPort.h"
 #include "ui/Subsystems.h"
@@ -52,6 +54,11 @@ uint32_t mouseFlags(const platform::Event& e) {
     if (modifiers & platform::ModShift) flags |= ui::mouse::kShift;
     if (modifiers & platform::ModCtrl) flags |= ui::mouse::kControl;
     return flags;
+}
+
+int controlCharacterOfKey(int key) {
+    constexpr int kBack = 0x08, kTab = 0x09, kReturn = 0x0D, kEscape = 0x1B;
+    return key == kBack || key == kTab || key == kReturn || key == kEscape ? key : 0;
 }
 
 // The shortcut mask: 2 control, 1 alt, 4 shift.
@@ -101,9 +108,17 @@ void startDesktop(db::SessionMode mode, int clientWidth, int clientHeight) {
     static platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [](render::RenderContext& context) {
         ui::desktop().Draw(context, context.ClipRect());
     });
+    static platform::Subscription tokens = ui::drawOnFrameStep(ui::FrameStep::DesktopTokens, ui::drawDesktopTokens);
+    static platform::Subscription dragImage = ui::drawOnFrameStep(ui::FrameStep::DragImage, [](render::RenderContext& context) {
+        ui::drawDragImage(ui::desktop(), context);
+    });
     static platform::Subscription menuLayer = ui::drawOnFrameStep(ui::FrameStep::RadialMenu, [](render::RenderContext& context) {
         ui::desktop().DrawMenu(context);
     });
+    static platform::Subscription bareDrops = ui::desktopSignals().desktopDrop.subscribe(
+        [](int32_t x, int32_t y, uint32_t flags, ui::DesktopObject& source) {
+            return ui::dropOnBareDesktop(ui::desktop(), flags, x, y, &source);
+        });
     bool online = mode != db::SessionMode::LocalCharacters && hasSession();
     ui::startSubsystems({mode, desk, online ? &session() : nullptr, online ? db::replication() : nullptr});
     desk.OpenShortcutWindow(mode);
@@ -138,7 +153,12 @@ void routeDesktopInput(const platform::Event& e) {
         break;
     case EventType::KeyDown:
         heldModifiers |= modifierOfKey(e.keyCode);
-        desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode, e.repeat, e.extended);
+        if (!desk.KeyDown(shortcutModifiers(e.modifiers | heldModifiers), e.keyCode, e.scanCode, e.repeat,
+                          e.extended)) {
+            // The keys that type a character of their own without giving
+            // text: backspace, tab, return and escape.
+            if (int c = controlCharacterOfKey(e.keyCode)) desk.Char(c, e.scanCode, e.extended);
+        }
         break;
     case EventType::KeyUp:
         heldModifiers &= uint16_t(~modifierOfKey(e.keyCode));

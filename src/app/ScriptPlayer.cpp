@@ -15,9 +15,17 @@ constexpr size_t kKeptLines = 20000;
 ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
     : steps(std::move(s)), actions(std::move(a)) {
     timer.setHandler([this] { run(); });
+    awaitTimeout.setHandler([this] {
+        std::fprintf(stderr, "lorehaven: script: no trace line \"%s\" came\n", awaited.c_str());
+        awaited.clear();
+        actions.quit(3);
+    });
     bool awaits = false;
     for (const platform::ScriptStep& step : steps) awaits |= step.kind == platform::ScriptStep::Kind::Await;
     if (!awaits) return;
+    // Lines written before the script began count too (a window that opened
+    // while the program started).
+    traced = platform::recentTraceLines();
     traceWatch = platform::traceLines().subscribe([this](std::string_view line) {
         // The script's own lines quote what they await.
         if (line.starts_with("script ")) return;
@@ -26,6 +34,7 @@ ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
         traced.emplace_back(line);
         if (!awaited.empty() && line.find(awaited) != std::string_view::npos) {
             awaited.clear();
+            awaitTimeout.stop();
             timer.start(0);
         }
     });
@@ -62,6 +71,7 @@ void ScriptPlayer::run() {
             if (seen) break;
             // The line that comes starts the next step.
             awaited = step.name;
+            awaitTimeout.start(kAwaitTimeoutMs);
             return;
         }
         case platform::ScriptStep::Kind::Screenshot:

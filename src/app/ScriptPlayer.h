@@ -5,8 +5,8 @@
 #pragma once
 
 #include <functional>
-#include <string_view>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/InputScript.h"
@@ -29,6 +29,10 @@ public:
     void start();
     bool finished() const { return next >= steps.size(); }
 
+    // How long an "await" step waits for its trace line before the program
+    // ends with exit code 3.
+    static constexpr uint32_t kAwaitTimeoutMs = 60000;
+
 private:
     void run();
 
@@ -41,6 +45,7 @@ private:
     std::vector<std::string> traced;
     std::string awaited;
     platform::Subscription traceWatch;
+    platform::Timer awaitTimeout;
 };
 
 }  // namespace lh::app

@@ -229,7 +229,9 @@ void startLocalSession() { makeSession(); }
 
 void requestStartIdentity(const std::string& identity) {
     if (identity.empty() || !hasSession()) return;
-    // A character of the player's own, kept by Ruleset, comes with him.
+    // The Identity asked for stands as the user's own until the host answers;
+    // a character of the player's own, kept by Ruleset, comes with him.
+    db::localUser().identities.push_back(identity);
     std::string file = platform::joinProgramPath({"characters", db::campaign().ruleset.view(), identity + ".xml"});
     net::requestIdentity(session(), identity, db::canOpenForReading(platform::diskPath(file)));
 }

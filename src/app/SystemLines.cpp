@@ -3,6 +3,8 @@
 
 #include <cstdio>
 
+#include "ui/ChatPort.h"
+
 namespace lh::app {
 
 namespace {
@@ -16,6 +18,14 @@ void postSystemLine(const std::string& text) {
     if (sink()) {
         sink()(text);
         return;
+    }
+    // The chat shows the line once it runs; standard error keeps every line
+    // as well, for a run with no screen and for what came before the chat.
+    if (ui::ChatPort* chat = ui::chatPort()) {
+        ui::ChatLineDraft line;
+        line.font = "systemfont";
+        line.text = text;
+        chat->add(std::move(line));
     }
     std::fprintf(stderr, "%s\n", text.c_str());
     std::fflush(stderr);

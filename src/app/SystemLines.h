@@ -1,6 +1,6 @@
 // Lines that the program itself posts to the chat in the font "systemfont"
-// (joins, saves, dropped messages). Until the chat window takes them they go
-// to standard error, one per line, so that they are never lost.
+// (joins, saves, dropped messages). They go to the chat window while it runs,
+// and to standard error, one per line, so that they are never lost.
 #pragma once
 
 #include <functional>

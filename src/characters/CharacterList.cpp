@@ -12,7 +12,8 @@
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DragPayload.h"
-#include "ui/IdentityPort.h"
+#include "ui/ChatPort.h"
+#include "ui/Identities.h"
 #include "ui/InputState.h"
 #include "ui/Lights.h"
 #include "ui/MenuModel.h"
@@ -82,8 +83,7 @@ void CharacterList::setState(const std::string& name, int state) {
 void CharacterList::setTurn(int32_t index) {
     selectedIndex = index;
     render::GraphicsDevice::Get().Invalidate(&rect);
-    ui::IdentityPort& port = ui::identityPort();
-    ui::LocalChatLine line;
+    ui::ChatLineDraft line;
     line.font = "narratorfont";
     line.turnMarker = true;
     if (index < 0) {
@@ -93,12 +93,13 @@ void CharacterList::setTurn(int32_t index) {
         platform::trace("turn %d %s", index, entries[size_t(index)].name.c_str());
         const std::string& name = entries[size_t(index)].name;
         // The player whose character it is hears it, on whatever machine.
-        if (port.activeName && port.activeName() == name && port.beep) port.beep(64);
+        // The platform has no system sounds to give; the trace tells it.
+        if (const ui::Identity* own = ui::activeIdentity(); own && own->name == name) platform::trace("bell 0");
         line.text = name;
         line.indicator = "indicator_flag";
     }
     if (index < 0) platform::trace("turn -1");
-    if (port.addLine) port.addLine(line);
+    if (ui::ChatPort* chat = ui::chatPort()) chat->add(std::move(line));
 }
 
 int CharacterList::indexAt(int32_t x, int32_t y) const {

@@ -14,7 +14,7 @@
 #include "db/SessionMode.h"
 #include "db/Users.h"
 #include "platform/Paths.h"
-#include "ui/IdentityPort.h"
+#include "ui/Identities.h"
 
 namespace lh::characters {
 
@@ -28,10 +28,11 @@ db::DbNode* characterNode(const std::string& name) {
     return group ? group->child(name) : nullptr;
 }
 
-// The name the user speaks under now: the chat's, or the one taken on here.
+// The name the user speaks under now, or the one taken on here when no
+// Identity is active.
 std::string activeIdentity(const std::string& fallback) {
-    ui::IdentityPort& port = ui::identityPort();
-    return port.activeName ? port.activeName() : fallback;
+    const ui::Identity* identity = ui::activeIdentity();
+    return identity ? identity->name : fallback;
 }
 
 }  // namespace
@@ -134,7 +135,7 @@ int CharacterRegistry::open(const std::string& name, const std::string& campaign
         if (hooks.closeSheet) hooks.closeSheet(previous);
         saveLocal(previous);
         if (hooks.listRemove) hooks.listRemove(previous);
-        if (ui::identityPort().remove) ui::identityPort().remove(previous);
+        ui::identities().removeIdentity(previous);
         if (db::DbNode* old = characterNode(previous)) delete old;
         active.clear();
     }
@@ -156,7 +157,7 @@ int CharacterRegistry::open(const std::string& name, const std::string& campaign
         node->setOwner(&db::localUser());
     }
 
-    if (ui::identityPort().selectOrMake) ui::identityPort().selectOrMake(name, "chatfont");
+    ui::identities().selectOrMakeIdentity(name, "chatfont");
     active = name;
     if (hooks.listAdd) hooks.listAdd(name, "");
     if (hooks.showPortrait)

@@ -28,7 +28,8 @@
 #include "ui/ControlFactory.h"
 #include "ui/Desktop.h"
 #include "ui/FrameLayers.h"
-#include "ui/IdentityPort.h"
+#include "ui/ChatPort.h"
+#include "ui/Identities.h"
 #include "ui/ResourceFile.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
@@ -53,12 +54,22 @@ Plugin& plugin() {
 }
 
 void systemLine(const std::string& text) {
-    if (ui::identityPort().addLine) {
-        ui::identityPort().addLine({text, "systemfont", "", false});
+    if (ui::ChatPort* chat = ui::chatPort()) {
+        ui::ChatLineDraft line;
+        line.font = "systemfont";
+        line.text = text;
+        chat->add(std::move(line));
     } else {
         std::fprintf(stderr, "%s\n", text.c_str());
         std::fflush(stderr);
     }
+}
+
+// The character this user plays: the active Identity, or the one taken on
+// here when none is active.
+std::string activeName() {
+    const ui::Identity* identity = ui::activeIdentity();
+    return identity && !identity->name.empty() ? identity->name : registry().current();
 }
 
 std::string sheetClass() {
@@ -92,7 +103,7 @@ void seedPortraitFolder() {
 void saveAtExit() {
     CharacterRegistry& r = registry();
     if (db::sessionMode() == db::SessionMode::LocalCharacters) {
-        std::string name = ui::identityPort().activeName ? ui::identityPort().activeName() : r.current();
+        std::string name = activeName();
         if (!name.empty()) r.saveLocal(name);
         return;
     }
@@ -205,7 +216,7 @@ void attachSession(net::Session& session, db::Replication* replication) {
 // host, which shows it to everybody; the local way in copies it to the
 // character's portrait.
 void choosePortrait(const std::string& path) {
-    const std::string name = ui::identityPort().activeName ? ui::identityPort().activeName() : registry().current();
+    const std::string name = activeName();
     if (name.empty()) return;
     if (db::sessionMode() == db::SessionMode::Join) {
         if (plugin().portraits) plugin().portraits->sendFile(path);
@@ -242,6 +253,9 @@ void start(const ui::SubsystemStart& context) {
         registry().scanLocalCharacters(std::string(db::campaign().ruleset.view()));
     }
     p.exitSave = platform::spine().exitSave.subscribe(saveAtExit);
+    // The local-characters way in opens the character named at the launch.
+    const std::vector<std::string>& asked = db::localUser().identities;
+    if (db::sessionMode() == db::SessionMode::LocalCharacters && !asked.empty()) registry().openLocal(asked.front());
 }
 
 void stop() {

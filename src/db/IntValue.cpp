@@ -2,6 +2,7 @@
 #include "db/IntValue.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "db/DbContext.h"
 #include "db/DbNode.h"
@@ -10,19 +11,24 @@ namespace lh::db {
 
 namespace {
 
-// Numbers wrap at 32 bits as the stored format does; the arithmetic runs in
-// 64 bits so that no step overflows on the way.
+// The arithmetic runs in 64 bits, where no step of two 32-bit numbers can
+// overflow, and the result stops at the ends of the 32-bit range: a sum
+// that runs over shows the largest number rather than a negative one.
+int32_t saturate(int64_t n) {
+    return int32_t(std::clamp<int64_t>(n, INT32_MIN, INT32_MAX));
+}
+
 int32_t apply(int32_t accumulator, IntValue::Operation operation, int32_t operand) {
     int64_t a = accumulator, b = operand;
     switch (operation) {
-    case IntValue::Operation::add: return int32_t(uint32_t(a + b));
-    case IntValue::Operation::subtract: return int32_t(uint32_t(a - b));
-    case IntValue::Operation::multiply: return int32_t(uint32_t(a * b));
+    case IntValue::Operation::add: return saturate(a + b);
+    case IntValue::Operation::subtract: return saturate(a - b);
+    case IntValue::Operation::multiply: return saturate(a * b);
     case IntValue::Operation::divide:
         // A division by 0 leaves the accumulator as it was, as if the source
         // were not there; a sheet with an empty field must not stop the game.
         if (b == 0) return accumulator;
-        return int32_t(uint32_t(a / b));
+        return saturate(a / b);
     }
     return accumulator;
 }
@@ -74,6 +80,9 @@ int IntValue::publish(bool quiet) {
 }
 
 void IntValue::addSource(IntValue& source, Operation operation, std::map<int32_t, int32_t> mapping) {
+    // A source counts once, however many controls name it.
+    auto& own = ownLinks().sources;
+    if (std::any_of(own.begin(), own.end(), [&](const Source& s) { return s.value == &source; })) return;
     ownLinks().sources.push_back(Source{&source, operation, std::move(mapping)});
     auto& list = source.ownLinks().dependants;
     if (std::find(list.begin(), list.end(), this) == list.end()) list.push_back(this);
@@ -94,7 +103,7 @@ void IntValue::recompute() {
         if (mapped != source.mapping.end()) number = mapped->second;
         accumulator = apply(accumulator, source.operation, number);
     }
-    effectiveValue = int32_t(uint32_t(int64_t(baseValue) + accumulator));
+    effectiveValue = saturate(int64_t(baseValue) + accumulator);
     // Indexes, not iterators: a dependant may be added while this runs.
     for (size_t i = 0; i < links->dependants.size(); ++i) links->dependants[i]->recompute();
     computing = false;

@@ -35,7 +35,8 @@ public:
     // parent that a child's value changed. 0, or -1 without a node.
     int publish(bool quiet);
 
-    // Makes `source` feed this value, after the sources already there.
+    // Makes `source` feed this value, after the sources already there; a
+    // source that feeds it already is not added again.
     void addSource(IntValue& source, Operation operation, std::map<int32_t, int32_t> mapping = {});
     // Works `effective` out again, then every dependant's, in list order.
     void recompute();

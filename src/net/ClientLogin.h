@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 
+
 namespace lh::net {
 
 class Session;
@@ -49,6 +50,9 @@ struct ClientJoinHooks {
 };
 
 void attachClientJoin(Session& session, ClientJoinHooks hooks);
+
+// The same events for every other listener (the chat, the characters):
+// net/JoinEvents.h.
 
 // IDENQ for a character; `isLocal` when the client brings its own record.
 void requestIdentity(Session& session, const std::string& name, bool isLocal);

@@ -89,9 +89,11 @@ struct HostLogin {
             return HandlerResult::Rejected;
         }
         db::SessionUser* user = db::findKnownUser(from->name);
+        if (!user) return HandlerResult::Rejected;
         // The name becomes a record key and file names on every machine.
-        if (!user || !db::isUsableName(request->name)) {
-            session->reportMalformed(from, message, "no usable character name");
+        if (!db::isUsableName(request->name)) {
+            // Refused like a name in use, so that the player may choose again.
+            session->sendTo(encodeIdentityAnswer(1), *from);
             return HandlerResult::Rejected;
         }
         uint8_t inUse = 0;

@@ -100,6 +100,12 @@ SessionPeer* Session::findUser(std::string_view name) {
 // Section: handlers.
 
 void Session::setHandler(MessageTag tag, MessageHandler handler) {
+    // An empty handler takes the tag's subsystem away: its messages are then
+    // passed over like those of a subsystem that is not there.
+    if (!handler) {
+        handlers.erase(std::string(tag.text()));
+        return;
+    }
     handlers[std::string(tag.text())] = std::move(handler);
 }
 

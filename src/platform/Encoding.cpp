@@ -79,6 +79,24 @@ void utf8ToWindows1252(const char* utf8, char* out, size_t outSize) {
     out[n] = 0;
 }
 
+std::string typedTextToWindows1252(std::string_view utf8) {
+    std::string out;
+    const auto* s = reinterpret_cast<const unsigned char*>(utf8.data());
+    size_t n = utf8.size();
+    for (size_t i = 0; i < n;) {
+        char32_t cp;
+        size_t len = decodeUtf8(s + i, n - i, cp);
+        if (len == 0) {
+            ++i;
+            continue;
+        }
+        int b = codePointTo1252(cp);
+        if (b > 0) out.push_back(char(b));
+        i += len;
+    }
+    return out;
+}
+
 char32_t windows1252ToCodePoint(unsigned char byte) {
     if (byte >= 0x80 && byte < 0xA0 && kHigh[byte - 0x80] != 0) return kHigh[byte - 0x80];
     return byte;

@@ -15,6 +15,11 @@ std::string utf8ToWindows1252(std::string_view utf8);
 // The same into a fixed buffer, always zero-terminated; cut at a character.
 void utf8ToWindows1252(const char* utf8, char* out, size_t outSize);
 
+// Typed text (the platform's text input) to Windows-1252: a character that
+// 1252 has is kept, any other is dropped whole, and so is a byte that is not
+// part of valid UTF-8; a character is never split.
+std::string typedTextToWindows1252(std::string_view utf8);
+
 std::string windows1252ToUtf8(std::string_view text);
 
 // Unicode code point of a Windows-1252 byte.

@@ -158,14 +158,18 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
             while (i + n < bytes.size() && (static_cast<unsigned char>(bytes[i + n]) & 0xC0) == 0x80) ++n;
             Event e;
             e.type = EventType::Char;
-            utf8ToWindows1252(bytes.substr(i, n).c_str(), e.text, sizeof e.text);
-            if (e.text[0]) step.events.push_back(e);
+            std::string typed = typedTextToWindows1252(bytes.substr(i, n));
+            if (!typed.empty() && typed.size() < sizeof e.text) {
+                std::memcpy(e.text, typed.data(), typed.size());
+                step.events.push_back(e);
+            }
             i += n;
         }
-    } else if (verb == "await") {
-        size_t at = line.find("await") + 5;
+    } else if (verb == "await" || verb == "until") {
+        // The rest of the line, blanks and all, as the trace writes it.
+        size_t at = line.find(verb) + verb.size();
         while (at < line.size() && (line[at] == ' ' || line[at] == '\t')) ++at;
-        if (at >= line.size()) return "await needs the text of a trace line";
+        if (at >= line.size()) return std::string(verb) + " needs the text of a trace line";
         step.kind = ScriptStep::Kind::Await;
         step.name = std::string(line.substr(at));
     } else if (verb == "wait") {

@@ -64,6 +64,10 @@ int scanCodeOf(SDL_Scancode code, int virtualKey, bool& extended) {
         extended = true;
         return 28;
     }
+    // Two keys the chat knows by their place, whatever the layout types on
+    // them: right of the full stop, and left of "1".
+    if (code == SDL_SCANCODE_SLASH) return 53;
+    if (code == SDL_SCANCODE_GRAVE) return 41;
     if (code == SDL_SCANCODE_RCTRL || code == SDL_SCANCODE_RALT) {
         extended = true;
         return code == SDL_SCANCODE_RCTRL ? 29 : 56;
@@ -109,10 +113,17 @@ bool translate(const SDL_Event& in, Event& out) {
         return true;
     case SDL_TEXTINPUT:
         out.type = EventType::Char;
-        utf8ToWindows1252(in.text.text, out.text, sizeof out.text);
+    {
+        // Typed characters that the 8-bit text has no place for are dropped
+        // whole; the converted text is never longer than the typed one.
+        std::string typed = typedTextToWindows1252(in.text.text);
+        size_t n = std::min(typed.size(), sizeof out.text - 1);
+        std::memcpy(out.text, typed.data(), n);
+        out.text[n] = 0;
         out.scanCode = lastKeyScan;
         out.extended = lastKeyExtended;
-        return out.text[0] != 0;
+        return n != 0;
+    }
     case SDL_MOUSEMOTION:
         out.type = EventType::MouseMove;
         out.x = in.motion.x;

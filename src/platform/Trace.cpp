@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <string>
 
 #include "platform/Clock.h"
@@ -14,6 +15,8 @@ namespace {
 
 struct TraceFile {
     std::FILE* file = nullptr;
+    // The newest lines, for a script that starts after they were written.
+    std::deque<std::string> recent;
 
     TraceFile() {
         const char* path = std::getenv("LOREHAVEN_TRACE");
@@ -62,7 +65,18 @@ void trace(const char* format, ...) {
     line += '\n';
     // One write per line keeps lines whole when a watcher reads mid-run.
     if (t.file) std::fwrite(line.data(), 1, line.size(), t.file);
+    std::string_view written = std::string_view(line).substr(textStart, line.size() - textStart - 1);
+    if (!written.starts_with("script ")) {
+        constexpr size_t kKeptLines = 4096;
+        if (t.recent.size() >= kKeptLines) t.recent.pop_front();
+        t.recent.emplace_back(written);
+    }
     traceLines().emit(std::string_view(line).substr(textStart, line.size() - textStart - 1));
+}
+
+std::vector<std::string> recentTraceLines() {
+    const auto& r = traceFile().recent;
+    return {r.begin(), r.end()};
 }
 
 void closeTrace() { traceFile().close(); }

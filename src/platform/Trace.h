@@ -5,7 +5,9 @@
 // while this one runs. Without the variable every call costs one branch.
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Signal.h"
 
@@ -37,6 +39,10 @@ void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // Every line as it is written (after the stamp), for watchers inside the
 // program (the script's "await"); lines are made for them even without a file.
 Signal<void(std::string_view line)>& traceLines();
+
+// The newest few thousand lines written so far (without their stamps), the
+// script's own lines left out: what a script that starts late has missed.
+std::vector<std::string> recentTraceLines();
 
 // Closes the trace file; later calls write nothing. For the exit path and tests.
 void closeTrace();

@@ -22,7 +22,12 @@ Window* Window::create(const std::string& title, int clientW, int clientH) {
     return new Window(w);
 }
 
-Window::~Window() { SDL_DestroyWindow(sdl(handle)); }
+Window::~Window() {
+    for (void* cursor : cursors) {
+        if (cursor) SDL_FreeCursor(static_cast<SDL_Cursor*>(cursor));
+    }
+    SDL_DestroyWindow(sdl(handle));
+}
 
 void Window::setPosition(int x, int y) { SDL_SetWindowPosition(sdl(handle), x, y); }
 
@@ -50,14 +55,13 @@ void Window::drawableSize(int& w, int& h) const { SDL_GL_GetDrawableSize(sdl(han
 
 void Window::setCursor(int id) {
     // The three cursors, made once from the system's shapes.
-    static SDL_Cursor* cursors[3] = {};
     const int index = id == 156 ? 1 : id == 157 ? 2 : 0;
     if (!cursors[index]) {
         static constexpr SDL_SystemCursor kShapes[3] = {SDL_SYSTEM_CURSOR_ARROW, SDL_SYSTEM_CURSOR_HAND,
                                                         SDL_SYSTEM_CURSOR_SIZEALL};
         cursors[index] = SDL_CreateSystemCursor(kShapes[index]);
     }
-    if (cursors[index]) SDL_SetCursor(cursors[index]);
+    if (cursors[index]) SDL_SetCursor(static_cast<SDL_Cursor*>(cursors[index]));
 }
 
 void Window::warpMouse(int x, int y) {

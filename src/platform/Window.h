@@ -41,6 +41,7 @@ public:
 private:
     explicit Window(void* h) : handle(h) {}
     void* handle;
+    void* cursors[3] = {};  // SDL cursors for 155, 156, 157, made on first use
 };
 
 // A small window that stands while the content loads. The main thread creates

@@ -9,6 +9,8 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
 
+#include "render/GlProgram.h"
+
 namespace lh::render {
 
 namespace {
@@ -77,47 +79,6 @@ void main() {
 }
 )";
 
-GLuint compile(GLenum kind, const char* source, std::string& error) {
-    GLuint s = glCreateShader(kind);
-    glShaderSource(s, 1, &source, nullptr);
-    glCompileShader(s);
-    GLint ok = 0;
-    glGetShaderiv(s, GL_COMPILE_STATUS, &ok);
-    if (!ok) {
-        char log[1024] = {};
-        glGetShaderInfoLog(s, sizeof log, nullptr, log);
-        error = log;
-        glDeleteShader(s);
-        return 0;
-    }
-    return s;
-}
-
-GLuint link(const char* vertex, const char* fragment, std::string& error) {
-    GLuint vs = compile(GL_VERTEX_SHADER, vertex, error);
-    if (!vs) return 0;
-    GLuint fs = compile(GL_FRAGMENT_SHADER, fragment, error);
-    if (!fs) {
-        glDeleteShader(vs);
-        return 0;
-    }
-    GLuint p = glCreateProgram();
-    glAttachShader(p, vs);
-    glAttachShader(p, fs);
-    glLinkProgram(p);
-    glDeleteShader(vs);
-    glDeleteShader(fs);
-    GLint ok = 0;
-    glGetProgramiv(p, GL_LINK_STATUS, &ok);
-    if (!ok) {
-        char log[1024] = {};
-        glGetProgramInfoLog(p, sizeof log, nullptr, log);
-        error = log;
-        glDeleteProgram(p);
-        return 0;
-    }
-    return p;
-}
 
 // 0xAARRGGBB to the bytes R, G, B, A in memory.
 uint32_t packColor(uint32_t argb) {
@@ -135,10 +96,10 @@ Pipeline2D::~Pipeline2D() {
 }
 
 bool Pipeline2D::create(std::string& error) {
-    spriteProgram = link(kVertexShader, kSpriteShader, error);
+    spriteProgram = linkGlProgram(kVertexShader, kSpriteShader, error);
     if (!spriteProgram) return false;
-    lineProgram = link(kVertexShader, kLineShader, error);
-    tiledProgram = lineProgram ? link(kVertexShader, kTiledShader, error) : 0;
+    lineProgram = linkGlProgram(kVertexShader, kLineShader, error);
+    tiledProgram = lineProgram ? linkGlProgram(kVertexShader, kTiledShader, error) : 0;
     if (!lineProgram || !tiledProgram) {
         release(false);
         return false;

@@ -10,6 +10,7 @@
 #include "ui/DesktopHooks.h"
 #include "ui/DesktopMenu.h"
 #include "ui/DesktopObject.h"
+#include "ui/DragImage.h"
 #include "ui/InputState.h"
 #include "ui/KeyboardFocus.h"
 #include "ui/MenuModel.h"
@@ -299,7 +300,7 @@ void Desktop::MouseMove(uint32_t flags, int32_t x, int32_t y) {
     s.lastMousePosition = mouse::pack(x, y);
     const uint32_t position = mouse::pack(x, y);
     // The drag image follows the mouse.
-    if (dragPayload.kind) redrawAll();
+    if (currentDragKind(*this)) dragMoved(*this, x, y);
     if (s.carryingDie) {
         if (DiceInput* dice = diceInput()) dice->Mouse(x, y, 0);
         const bool over = inChatFrame(x, y);
@@ -380,6 +381,7 @@ void Desktop::BeginDrag(DesktopObject& source, const DragPayload& payload) {
     inputState().dragSource = &source;
     dragPayload = payload;
     showCursor(cursor::kCarrying);
+    dragStarted(*this);
 }
 
 void Desktop::endDragState() {

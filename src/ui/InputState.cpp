@@ -3,7 +3,9 @@
 
 #include <algorithm>
 
+#include "render/GraphicsDevice.h"
 #include "ui/DesktopObject.h"
+#include "ui/DragImage.h"
 
 namespace lh::ui {
 
@@ -20,7 +22,12 @@ void objectDying(DesktopObject* object) {
         s.mouseCapture = nullptr;
         s.dragging = false;
     }
-    if (s.dragSource == object) s.dragSource = nullptr;
+    if (s.dragSource == object) {
+        // The drag dies with its source: no drop, no picture.
+        s.dragSource = nullptr;
+        render::GraphicsDevice::Get().Invalidate(nullptr);
+        if (s.cursor == cursor::kCarrying && !s.carryingDie) setDesktopCursor(cursor::kDefault);
+    }
     if (s.pointerWindow == object) s.pointerWindow = nullptr;
     for (std::vector<DesktopObject*>* list : s.targetLists) {
         list->erase(std::remove(list->begin(), list->end(), object), list->end());

@@ -2,6 +2,7 @@
 #include "ui/KeyboardFocus.h"
 
 #include "render/GraphicsDevice.h"
+#include "ui/InputState.h"
 
 namespace lh::ui {
 
@@ -37,5 +38,8 @@ KeyboardTarget* SetKeyboardFocus(KeyboardTarget* target) {
 void setFallbackKeyboardTarget(KeyboardTarget* target) { fallback = target; }
 KeyboardTarget* fallbackKeyboardTarget() { return fallback; }
 void focusFallback() { SetKeyboardFocus(fallback); }
+
+int modifierKeys() { return inputState().modifiers; }
+void setModifierKeys(int mask) { inputState().modifiers = mask; }
 
 }  // namespace lh::ui

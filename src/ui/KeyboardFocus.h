@@ -29,4 +29,11 @@ KeyboardTarget* fallbackKeyboardTarget();
 // SetKeyboardFocus(fallback).
 void focusFallback();
 
+// The modifier keys held now, as the Desktop's key routing saw them: 2
+// control, 1 alt, 4 shift. Key handlers that care (word moves, the
+// clipboard, the tab direction, a negated number under the mouse) ask here.
+constexpr int kModControl = 2, kModAlt = 1, kModShift = 4;
+int modifierKeys();
+void setModifierKeys(int mask);
+
 }  // namespace lh::ui

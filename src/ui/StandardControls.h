@@ -1,5 +1,5 @@
-// The controls that ui/ itself provides: static pictures, window openers and
-// sub-window tabs. The factory enters them into its table at start.
+// The controls that ui/ itself provides: static pictures, window openers,
+// sub-window tabs, number and string fields. The factory enters them into its table at start.
 #pragma once
 
 #include <functional>

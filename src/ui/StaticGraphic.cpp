@@ -8,6 +8,8 @@
 #include "ui/RulesetXml.h"
 #include "ui/StandardControls.h"
 #include "ui/WindowChanger.h"
+#include "ui/NumberControl.h"
+#include "ui/StringControl.h"
 #include "ui/WindowOpener.h"
 
 namespace lh::ui {
@@ -48,6 +50,8 @@ private:
 void registerStandardControls(const std::function<void(std::string_view, ControlMaker)>& enter) {
     enter("STATICGRAPHIC", [](Window& w) -> std::unique_ptr<Control> { return std::make_unique<StaticGraphic>(w); });
     enter("WINDOWOPENCONTROL", [](Window& w) -> std::unique_ptr<Control> { return std::make_unique<WindowOpener>(w); });
+    enter("NUMBERCONTROL", [](Window& w) -> std::unique_ptr<Control> { return std::make_unique<NumberControl>(w); });
+    enter("STRINGCONTROL", [](Window& w) -> std::unique_ptr<Control> { return std::make_unique<StringControl>(w); });
     enter("WINDOWCHANGECONTROL",
           [](Window& w) -> std::unique_ptr<Control> { return std::make_unique<WindowChanger>(w); });
 }

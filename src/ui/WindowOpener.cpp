@@ -9,6 +9,8 @@
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
+#include "ui/DragImage.h"
+#include "ui/InputState.h"
 #include "ui/Lights.h"
 #include "ui/RulesetData.h"
 #include "ui/RulesetXml.h"
@@ -106,7 +108,7 @@ int WindowOpener::MouseDrag(int message, uint32_t flags, uint32_t, uint32_t posi
         Invalidate();
         return 1;
     }
-    if (message == mouse::kMove && (flags & mouse::kLeft) && !noDrag && !window->desktop().dragPayload.kind) {
+    if (message == mouse::kMove && (flags & mouse::kLeft) && !noDrag && !currentDragKind(window->desktop())) {
         DragPayload payload;
         GetDragData(payload);
         window->desktop().BeginDrag(*this, payload);
@@ -135,8 +137,7 @@ int WindowOpener::GetDragData(DragPayload& payload) {
 
 void WindowOpener::HoverChanged(bool entered) {
     Control::HoverChanged(entered);
-    // FIXME: the hand cursor (156 on entering, 155 on leaving) needs the
-    // platform's cursor call in the input routing.
+    if (!noDrag) setDesktopCursor(entered ? cursor::kDraggable : cursor::kDefault);
 }
 
 int WindowOpener::ShortcutKey(int modifiers, int key) {

@@ -82,19 +82,21 @@ TEST(Script, ClicksAndAScreenshotReachTheRealProgramAndItsTrace) {
 
 TEST(Script, BadScriptsAreRefusedWithTheirLine) {
     using lh::platform::parseInputScript;
-    lh::platform::ParsedScript ok = parseInputScript("click right 5 6\r\n\n  # note\nkeydown a ctrl shift\ntext Zoë\n");
+    lh::platform::ParsedScript ok = parseInputScript("click right 5 6\r\n\n  # note\nkeydown a ctrl shift\ntext Zoë 日\nawait record x.1\n");
     ASSERT_TRUE(ok.error.empty()) << ok.error;
-    ASSERT_EQ(ok.steps.size(), 3u);
+    ASSERT_EQ(ok.steps.size(), 4u);
+    EXPECT_EQ(ok.steps[3].kind, lh::platform::ScriptStep::Kind::Await);
+    EXPECT_EQ(ok.steps[3].name, "record x.1");
     EXPECT_EQ(ok.steps[0].events.size(), 3u);  // move, press, release
     EXPECT_EQ(ok.steps[1].line, 4);
     EXPECT_EQ(ok.steps[1].events[0].keyCode, 'A');
     EXPECT_EQ(ok.steps[1].events[0].modifiers, lh::platform::ModCtrl | lh::platform::ModShift);
-    ASSERT_EQ(ok.steps[2].events.size(), 3u);
+    ASSERT_EQ(ok.steps[2].events.size(), 4u);  // a character 8-bit text lacks is dropped whole
     EXPECT_EQ(ok.steps[2].events[2].text[0], '\xEB');  // 8-bit text, as the window gives it
 
     for (const char* bad : {"jump 1 2", "move 1", "move x y", "click left", "down sideways", "wheel 0",
                             "key NoSuchKey", "key a meta", "wait -5", "wait", "screenshot ../x", "quit 1 2",
-                            "text", "move 99999 0"}) {
+                            "text", "move 99999 0", "await"}) {
         lh::platform::ParsedScript parsed = parseInputScript(std::string("wait 1\n") + bad + "\n");
         EXPECT_EQ(parsed.error.rfind("line 2: ", 0), 0u) << bad << ": " << parsed.error;
         EXPECT_TRUE(parsed.steps.empty()) << bad;

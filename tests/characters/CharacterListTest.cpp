@@ -13,9 +13,11 @@
 #include "db/SessionMode.h"
 #include "db/Users.h"
 #include "render/RecordingRenderContext.h"
+#include "platform/Trace.h"
+#include "ui/ChatPort.h"
 #include "ui/Desktop.h"
 #include "ui/DragPayload.h"
-#include "ui/IdentityPort.h"
+#include "ui/Identities.h"
 #include "ui/InputState.h"
 #include "ui/MenuModel.h"
 #include "ui/RulesetData.h"
@@ -36,15 +38,16 @@ protected:
         settings.position = {10, 10};
         settings.spacing = 80;
         settings.dataSource = "party";
-        ui::IdentityPort& port = ui::identityPort();
-        port.activeName = [this] { return active; };
-        port.addLine = [this](const ui::LocalChatLine& line) { lines.push_back(line); };
-        port.beep = [this](int kind) { beeps.push_back(kind); };
+        ui::setChatPort(&chat);
+        bells = platform::traceLines().subscribe([this](std::string_view line) {
+            if (line == "bell 0") ++beeps;
+        });
     }
     void TearDown() override {
         list.reset();
         desk.reset();
-        ui::identityPort() = ui::IdentityPort();
+        ui::setChatPort(nullptr);
+        ui::identities().clear();
         db::clearTree();
         ui::clearRuleset();
     }
@@ -75,9 +78,20 @@ protected:
     ui::CharacterListSettings settings;
     std::unique_ptr<ui::Desktop> desk = std::make_unique<ui::Desktop>();
     std::unique_ptr<CharacterList> list;
-    std::string active;
-    std::vector<ui::LocalChatLine> lines;
-    std::vector<int> beeps;
+    // The chat's lines on this machine.
+    struct Chat : ui::ChatPort {
+        std::vector<ui::ChatLineDraft>& lines;
+        explicit Chat(std::vector<ui::ChatLineDraft>& l) : lines(l) {}
+        void post(ui::ChatLineDraft) override {}
+        void add(ui::ChatLineDraft line) override { lines.push_back(std::move(line)); }
+        void postAsIdentity(std::string) override {}
+        void attachDieResult(std::unique_ptr<ui::DieResult>, const char*) override {}
+        void clear() override {}
+    };
+    std::vector<ui::ChatLineDraft> lines;
+    Chat chat{lines};
+    platform::Subscription bells;
+    int beeps = 0;
     std::vector<std::string> kicked, rung;
     std::vector<int32_t> turns;
 };
@@ -121,7 +135,7 @@ TEST_F(Strip, TheHostsMenuKicksOnlyOnConfirmRingsOneUserAndTogglesTurns) {
     choose(1, "Confirm Kick");
     EXPECT_EQ(kicked, (std::vector<std::string>{"bo"}));
 
-    active = "Bo";
+    ui::identities().selectOrMakeIdentity("Bo", "chatfont");
     choose(1, "Toggle Turn");
     EXPECT_EQ(list->selectedIndex, 1);
     EXPECT_EQ(turns, (std::vector<int32_t>{1}));
@@ -130,7 +144,7 @@ TEST_F(Strip, TheHostsMenuKicksOnlyOnConfirmRingsOneUserAndTogglesTurns) {
     EXPECT_EQ(lines[0].font, "narratorfont");
     EXPECT_EQ(lines[0].indicator, "indicator_flag");
     EXPECT_TRUE(lines[0].turnMarker);
-    EXPECT_EQ(beeps, (std::vector<int>{64}));  // the one who speaks under it hears it
+    EXPECT_EQ(beeps, 1);  // the one who speaks under it hears it
     choose(1, "Toggle Turn");                    // again: the turn is cleared, a bare rule
     EXPECT_EQ(list->selectedIndex, -1);
     EXPECT_EQ(turns.back(), -1);

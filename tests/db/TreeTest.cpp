@@ -205,11 +205,21 @@ TEST_F(Tree, IntValueSourcesAccumulateInOrder) {
     strength->set(11);
     SUCCEED();
 
-    // Wrapping, not overflow, at the 32-bit edges.
+    // The 32-bit edges hold: no overflow, no trap, the nearest end.
     IntValue* edge = makeInt(record, "edge", INT32_MAX)->valueAs<IntValue>();
     IntValue* one = makeInt(record, "one", 1)->valueAs<IntValue>();
     edge->addSource(*one, IntValue::Operation::add);
-    EXPECT_EQ(edge->effective(), INT32_MIN);
+    EXPECT_EQ(edge->effective(), INT32_MAX);
+    edge->addSource(*one, IntValue::Operation::add);  // a source counts once
+    EXPECT_EQ(edge->sources().size(), 1u);
+    IntValue* lowest = makeInt(record, "lowest", INT32_MIN)->valueAs<IntValue>();
+    IntValue* minusOne = makeInt(record, "minusone", -1)->valueAs<IntValue>();
+    IntValue* quotient = makeInt(record, "quotient", 0)->valueAs<IntValue>();
+    quotient->addSource(*lowest, IntValue::Operation::add);
+    quotient->addSource(*minusOne, IntValue::Operation::divide);
+    EXPECT_EQ(quotient->effective(), INT32_MAX);
+    quotient->addSource(*lowest, IntValue::Operation::multiply, {});
+    EXPECT_EQ(quotient->sources().size(), 2u);
 
     // A deleted source leaves its dependants consistent.
     delete record->child("bonus");

@@ -149,6 +149,13 @@ TEST(Session, HostRelaysByTheRulesAndSendsByName) {
     EXPECT_EQ(chatsOnHost, 1);
     EXPECT_EQ(t.receivers("CHATR").size(), 3u);
     EXPECT_TRUE(t.receivers("POLLR").empty());
+
+    // A subsystem that takes its handler away stops hearing its messages.
+    t.clients[0].setHandler(tags::MESGQ, nullptr);
+    t.host.sendTo(textMessage(tags::MESGQ, "gone"), "a");
+    t.host.sendTo(textMessage(tags::LGOTR, "after"), "a");  // same connection, so it comes second
+    ASSERT_TRUE(t.run([&] { return t.receivers("LGOTR").size() == 3; }));
+    EXPECT_EQ(t.receivers("MESGQ"), (std::vector<std::string>{"c"}));
 }
 
 TEST(Session, LostConnectionsReachTheirStateWithText) {

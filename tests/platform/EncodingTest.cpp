@@ -24,3 +24,11 @@ TEST(Encoding, KnownCharactersAndFallbacks) {
     utf8ToWindows1252("abcdef", small, sizeof small);
     EXPECT_STREQ(small, "abc");
 }
+
+TEST(Encoding, TypedTextKeepsWhatMapsAndDropsTheRestWhole) {
+    EXPECT_EQ(typedTextToWindows1252("caf\xC3\xA9 \xE2\x82\xAC"), "caf\xE9 \x80");
+    EXPECT_EQ(typedTextToWindows1252("a\xE6\x97\xA5z"), "az");          // no '?' in its place
+    EXPECT_EQ(typedTextToWindows1252("\xF0\x9F\x98\x80!"), "!");        // four bytes, gone whole
+    EXPECT_EQ(typedTextToWindows1252("x\xE2\x82"), "x");                // a cut character leaves nothing
+    EXPECT_EQ(typedTextToWindows1252("\xC0\xAF\xE9"), "");              // not UTF-8 at all
+}

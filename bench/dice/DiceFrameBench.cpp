@@ -1,0 +1,120 @@
+// A frame of a 30-dice roll on the real device at 1024 x 768: three steps of
+// the simulation (a 60th of a second), the Desktop picture, the dice lit and
+// textured, and their shadows, read back so the GPU (or llvmpipe) finishes.
+// Run headless: SDL_VIDEODRIVER=offscreen ./bench/dice/bench_dice_frame
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/Frame.h"
+#include "dice/DiceDrawing.h"
+#include "dice/DiceWorld.h"
+#include "dice/DieMeshes.h"
+#include "platform/Platform.h"
+#include "platform/Window.h"
+#include "render/Bitmap.h"
+#include "render/GraphicsDevice.h"
+#include "render/RenderContext.h"
+#include "ui/FrameLayers.h"
+
+namespace {
+
+using namespace lh;
+
+constexpr int kWidth = 1024, kHeight = 768;
+
+struct Table {
+    std::unique_ptr<platform::Window> window;
+    render::Bitmap desktop;
+    std::unique_ptr<render::DiceRenderer> renderer;
+    dice::DiceWorld world;
+    render::DiceCamera camera = render::diceCamera(kWidth, kHeight);
+    platform::Subscription layer;
+    bool ok = false;
+
+    Table() {
+        std::string error;
+        if (!platform::initialize(error)) return;
+        window.reset(platform::Window::create("bench", kWidth, kHeight));
+        if (!window || render::GraphicsDevice::Get().Create(*window) != 0) return;
+        std::vector<uint32_t> tile(128 * 128);
+        for (uint32_t i = 0; i < tile.size(); ++i) tile[i] = 0xFF302010u + (i % 128) * 0x000100u;
+        desktop.LoadFromPixels(128, 128, tile.data());
+        app::setDesktopImage(&desktop);
+        renderer = std::make_unique<render::DiceRenderer>();
+        dice::DiceArt art = dice::makeDiceArt();
+        renderer->SetContent(std::move(art.meshes), std::move(art.numerals));
+        world.viewBounds = {-19.5f, 15.234375f, 19.5f, -13.9921875f};
+        world.rollBounds = {-19.119f, 2.666f, -2.361f, -10.283f};
+        layer = ui::drawOnFrameStep(ui::FrameStep::DiceScene, [this](render::RenderContext&) {
+            std::vector<render::DieDrawItem> items = dice::drawItemsOf(world, true);
+            renderer->Draw(camera, items);
+        });
+        ok = renderer->IsReady();
+    }
+
+    void throwThirty() {
+        while (world.dice().size() > 0) world.Remove(world.dice().back().get());
+        for (int j = 0; j < 30; ++j) {
+            float fj = float(j);
+            dice::ThrowStart s;
+            s.shape = j % dice::kShapeCount;
+            s.orientation = dice::rotationYawPitchRoll(0.7f * fj, 1.1f + 0.4f * fj, 0.0f);
+            s.center = dice::Vec3{-17.0f + 0.5f * float(j % 10), -8.0f + 1.5f * float(j / 10), -5.0f};
+            s.velocity = dice::Vec3{0.5f - 0.02f * fj, 0.35f, 0.0f};
+            world.AddThrown(s);
+        }
+    }
+    bool moving() const {
+        for (const auto& d : world.dice())
+            if (!d->atRest) return true;
+        return false;
+    }
+};
+
+Table& table() {
+    static Table t;
+    return t;
+}
+
+void BM_FrameOfThirtyDiceRolling(benchmark::State& state) {
+    Table& t = table();
+    if (!t.ok) {
+        state.SkipWithError("no OpenGL device");
+        return;
+    }
+    t.throwThirty();
+    for (auto _ : state) {
+        // Only the first seconds of a roll, while every die still moves.
+        if (!t.moving() || t.world.dice().front()->stepCount > 300) t.throwThirty();
+        for (int s = 0; s < 3; ++s) t.world.Step();
+        render::GraphicsDevice::Get().Invalidate(nullptr);
+        benchmark::DoNotOptimize(app::DrawFrame());
+        std::vector<uint32_t> px;
+        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
+    }
+}
+BENCHMARK(BM_FrameOfThirtyDiceRolling)->Unit(benchmark::kMillisecond);
+
+// The same frame with no dice, to tell what the dice add.
+void BM_FrameWithoutDice(benchmark::State& state) {
+    Table& t = table();
+    if (!t.ok) {
+        state.SkipWithError("no OpenGL device");
+        return;
+    }
+    while (t.world.dice().size() > 0) t.world.Remove(t.world.dice().back().get());
+    for (auto _ : state) {
+        render::GraphicsDevice::Get().Invalidate(nullptr);
+        benchmark::DoNotOptimize(app::DrawFrame());
+        std::vector<uint32_t> px;
+        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
+    }
+}
+BENCHMARK(BM_FrameWithoutDice)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

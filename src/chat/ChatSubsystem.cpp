@@ -1,0 +1,231 @@
+// The chat joins the program: its window, entry and Identities come up with
+// the Desktop, take the chat's messages from the session, and open the
+// chat's door (ui::ChatPort) for the dice and the others.
+//
+// Index: the chat of this run; messages; start and stop.
+#include <memory>
+
+#include "chat/ChatEntry.h"
+#include "chat/ChatWindow.h"
+#include "chat/ChatWire.h"
+#include "chat/IdentityViews.h"
+#include "db/Users.h"
+#include "net/ClientLogin.h"
+#include "net/MessageCatalogue.h"
+#include "net/Session.h"
+#include "platform/Clipboard.h"
+#include "platform/Events.h"
+#include "platform/Platform.h"
+#include "platform/Spine.h"
+#include "platform/Trace.h"
+#include "render/RenderContext.h"
+#include "ui/ChatPort.h"
+#include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
+#include "ui/FrameLayers.h"
+#include "ui/Identities.h"
+#include "ui/KeyboardFocus.h"
+#include "ui/Lights.h"
+#include "ui/RulesetData.h"
+#include "ui/Subsystems.h"
+
+namespace lh::chat {
+
+namespace {
+
+render::Rect rectOf(const ui::RectXYWH& r) { return {r.x, r.y, r.x + r.width, r.y + r.height}; }
+
+uint16_t modifierOfKey(int key) {
+    return key == 0x10 ? platform::ModShift : key == 0x11 ? platform::ModCtrl : key == 0x12 ? platform::ModAlt : 0;
+}
+
+// Section: the chat of this run.
+
+class Chat final : public ui::ChatPort {
+public:
+    Chat(const ui::SubsystemStart& start)
+        : link{start.mode, start.session}, window(link), entry(window, link), desktop(start.desktop) {
+        const ui::ChatWindowSettings& s = ui::ruleset().settings.chatWindow;
+        window.frameRect = rectOf(s.position);
+        window.rect = rectOf(s.chatArea);
+        entry.rect = rectOf(s.entryArea);
+        window.attachDieResult = [this](std::unique_ptr<ui::DieResult> r, const char* t) {
+            entry.attachDieResult(std::move(r), t);
+        };
+        window.ringBell = [this](uint8_t sound) {
+            if (link.session && link.isHost()) link.session->sendToAll(encodeBell(sound));
+        };
+        entry.heldKeys = [this] { return held; };
+        entry.userName = [] { return std::string(db::localUser().name.view()); };
+        entry.clipboard = [] { return platform::clipboardText(); };
+    }
+
+    void start(const ui::SubsystemStart& s) {
+        ui::setChatPort(this);
+        keys = platform::spine().routeInput.subscribe([this](const platform::Event& e) { watchKeys(e); });
+        idle = platform::spine().sendIdleState.subscribe([this](uint8_t state) { reportIdle(state); });
+        if (link.mode == db::SessionMode::LocalCharacters) return;
+        // The routing asks where the chat frame is (thrown dice land there)
+        // and tells when carried dice come over it.
+        frameHooks.push_back(ui::desktopSignals().chatFrameContains.subscribe(
+            [this](int32_t x, int32_t y) { return window.frameRect.contains(x, y); }));
+        frameHooks.push_back(ui::desktopSignals().chatFrameChanged.subscribe([this](bool over) {
+            overChat = over;
+            window.invalidate();
+        }));
+        ui::setFallbackKeyboardTarget(&entry);
+        ui::SetKeyboardFocus(&entry);
+        desktop.AddTarget(&entry);
+        desktop.AddTarget(&window);
+        layers.push_back(ui::drawOnFrameStep(ui::FrameStep::ChatFrame, [this](render::RenderContext& c) {
+            window.DrawFrame(c, ui::lights().desktop, ui::lights().frame, overChat);
+        }));
+        layers.push_back(
+            ui::drawOnFrameStep(ui::FrameStep::ChatWindow, [this](render::RenderContext& c) { window.Draw(c); }));
+        layers.push_back(
+            ui::drawOnFrameStep(ui::FrameStep::ChatEntry, [this](render::RenderContext& c) { entry.Draw(c); }));
+        if (s.session) attachMessages(*s.session);
+        identityViews = startIdentityViews(s, window);
+        if (identityViews->list) identityViews->list->selected = [this] { entry.useFirstBuffer(); };
+    }
+
+    // ui::ChatPort
+    void post(ui::ChatLineDraft draft) override { window.post(lineOf(std::move(draft))); }
+    void add(ui::ChatLineDraft draft) override { window.add(lineOf(std::move(draft))); }
+    void postAsIdentity(std::string text) override {
+        if (ui::Identity* identity = ui::activeIdentity()) {
+            window.post(std::make_unique<ChatLine>(std::move(text), *identity));
+        } else {
+            window.post(std::make_unique<ChatLine>(std::move(text), db::localUser().name.view(), "oocfont"));
+        }
+    }
+    void attachDieResult(std::unique_ptr<ui::DieResult> result, const char* text) override {
+        entry.attachDieResult(std::move(result), text);
+    }
+    void clear() override { window.clear(); }
+
+    ChatLink link;
+    ChatWindow window;
+    ChatEntry entry;
+
+private:
+    static std::unique_ptr<ChatLine> lineOf(ui::ChatLineDraft draft) {
+        auto line = std::make_unique<ChatLine>(std::move(draft.text), draft.speaker, draft.font);
+        if (!draft.indicator.empty()) line->setIndicator(draft.indicator);
+        line->turnMarker = draft.turnMarker;
+        line->attachment = std::move(draft.attachment);
+        return line;
+    }
+
+    // The modifiers held, as the key events tell them: the state icon shows
+    // what Return would do, so it is redrawn when they change.
+    void watchKeys(const platform::Event& e) {
+        if (e.type != platform::EventType::KeyDown && e.type != platform::EventType::KeyUp) return;
+        const uint16_t before = held;
+        if (e.type == platform::EventType::KeyDown) {
+            pressed |= modifierOfKey(e.keyCode);
+            held = uint16_t(pressed | e.modifiers);
+        } else {
+            pressed &= uint16_t(~modifierOfKey(e.keyCode));
+            held = uint16_t(pressed | (e.modifiers & ~modifierOfKey(e.keyCode)));
+        }
+        if (held != before) entry.invalidate();
+    }
+
+    void reportIdle(uint8_t state) {
+        ui::Identity* identity = ui::activeIdentity();
+        if (link.session && !link.isHost() && identity) {
+            link.session->sendToHost(encodeTyping(net::tags::CHINQ, {identity->name, state}));
+        }
+    }
+
+    // Section: messages.
+
+    void attachMessages(net::Session& session) {
+        net::Session* s = &session;
+        session.setPairHandler("CHAT", [this, s](net::SessionPeer* from, const net::NetMessage& m) {
+            std::string error;
+            std::optional<ChatMessage> line = decodeChat(m, error);
+            if (!line) {
+                s->reportMalformed(from, m, error);
+                return net::HandlerResult::Rejected;
+            }
+            window.add(window.lineFromMessage(*line));
+            return net::HandlerResult::Handled;
+        });
+        session.setHandler(net::tags::CHCLR, [this](net::SessionPeer*, const net::NetMessage&) {
+            window.clear();
+            return net::HandlerResult::Handled;
+        });
+        session.setHandler(net::tags::BELLR, [s](net::SessionPeer* from, const net::NetMessage& m) {
+            std::string error;
+            std::optional<uint8_t> sound = decodeBell(m, error);
+            if (!sound) {
+                s->reportMalformed(from, m, error);
+                return net::HandlerResult::Rejected;
+            }
+            // The platform has no system sounds to give; the trace tells it.
+            if (*sound <= 1) platform::trace("bell %u", unsigned(*sound));
+            return net::HandlerResult::Handled;
+        });
+        session.setHandler(net::tags::CHITR, [this, s](net::SessionPeer* from, const net::NetMessage& m) {
+            std::string error;
+            std::optional<bool> typing = decodeHostTyping(m, error);
+            if (!typing) {
+                if (!error.empty()) s->reportMalformed(from, m, error);
+                return error.empty() ? net::HandlerResult::Handled : net::HandlerResult::Rejected;
+            }
+            platform::trace("host typing %d", *typing ? 1 : 0);
+            entry.setHostTyping(*typing);
+            return net::HandlerResult::Handled;
+        });
+        session.setPairHandler("CHIN", [s](net::SessionPeer* from, const net::NetMessage& m) {
+            std::string error;
+            std::optional<TypingNotice> notice = decodeTyping(m, error);
+            if (!notice) {
+                s->reportMalformed(from, m, error);
+                return net::HandlerResult::Rejected;
+            }
+            if (from) {
+                // A player speaks for his own Identity only.
+                db::SessionUser* user = db::findKnownUser(from->name);
+                if (!user || user->identity.view() != notice->identity) return net::HandlerResult::Rejected;
+            }
+            platform::trace("typing %s %u", notice->identity.c_str(), unsigned(notice->state));
+            ui::typingChanged().emit(notice->identity, notice->state);
+            return net::HandlerResult::Handled;
+        });
+    }
+
+    ui::Desktop& desktop;
+    bool overChat = false;
+    uint16_t held = 0, pressed = 0;
+    platform::Subscription keys, idle;
+    std::vector<platform::Subscription> layers, frameHooks;
+    std::unique_ptr<IdentityViews> identityViews;
+};
+
+std::unique_ptr<Chat>& chat() {
+    static std::unique_ptr<Chat> c;
+    return c;
+}
+
+// Section: start and stop.
+
+void startChat(const ui::SubsystemStart& start) {
+    chat() = std::make_unique<Chat>(start);
+    chat()->start(start);
+}
+
+void stopChat() {
+    if (!chat()) return;
+    ui::setChatPort(nullptr);
+    chat().reset();
+}
+
+// The chat comes first: the dice, the characters and the table post to it.
+ui::SubsystemRegistration registration{"chat", 10, startChat, stopChat};
+
+}  // namespace
+
+}  // namespace lh::chat

@@ -1,0 +1,114 @@
+// The chat view: at most 50 lines, oldest first, drawn from the bottom of
+// the chat area up; a view scrolled back stays on its line while new ones
+// arrive. `post` is the way for a line meant for everybody (a client's line
+// shows when the host sends it back), `add` for one that stays here.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "chat/ChatLine.h"
+#include "chat/ChatWire.h"
+#include "db/SessionMode.h"
+#include "ui/DesktopObject.h"
+
+namespace lh::net {
+class Session;
+}
+
+namespace lh::chat {
+
+// Where lines travel: the way in, and the session (null without one).
+struct ChatLink {
+    db::SessionMode mode = db::SessionMode::LocalCharacters;
+    net::Session* session = nullptr;
+    bool isHost() const { return mode == db::SessionMode::Host; }
+};
+
+// Menu ids of the chat's radial menu.
+enum ChatMenuId : int {
+    kMenuDisplaySum = 1,
+    kMenuReset,
+    kMenuHalve,
+    kMenuDouble,
+    kMenuNegate,
+    kMenuClear,
+    kMenuPrompt,
+    kMenuLog,
+    kMenuHalt,
+};
+
+class ChatWindow : public ui::DesktopObject {
+public:
+    static constexpr size_t kMaxLines = 50;
+    static constexpr int32_t kLineGap = 5;
+    static constexpr int kPageLines = 5;
+
+    explicit ChatWindow(ChatLink link);
+
+    void post(std::unique_ptr<ChatLine> line);
+    void add(std::unique_ptr<ChatLine> line);
+    void clear();
+    // A line as the chat messages carry it, made into a ChatLine.
+    std::unique_ptr<ChatLine> lineFromMessage(const ChatMessage& message) const;
+    ChatMessage messageFromLine(const ChatLine& line) const;
+
+    // Scrolling: the line at the bottom of the view moves by `lines`,
+    // negative towards the oldest; reaching the newest follows it again.
+    void scrollBy(int lines);
+    void scrollToEnd();
+    // The line at the bottom of the view, or -1 while it follows the newest.
+    int scrollPosition() const { return scrollBottom; }
+    const std::deque<std::unique_ptr<ChatLine>>& allLines() const { return lines; }
+
+    // The frame (POSITION) that the chat invalidates, and the area.
+    render::Rect frameRect;
+    void invalidate() const;
+
+    void Draw(render::RenderContext& context);
+    // The frame and, while `overChat`, its highlight; drawn before the lines.
+    void DrawFrame(render::RenderContext& context, uint32_t desktopLight, uint32_t frameLight, bool overChat);
+
+    int MouseButton(int message, uint32_t flags, uint32_t position) override;
+    int MouseWheel(int notches, uint32_t position) override;
+    int MouseDrag(int message, uint32_t flags, uint32_t startPosition, uint32_t position) override;
+    int MouseDrop(int message, uint32_t flags, uint32_t position, ui::DesktopObject* source) override;
+    int GetDragData(ui::DragPayload& payload) override;
+    std::unique_ptr<ui::MenuModel> BuildMenu() override;
+    void MenuSelected(int id) override;
+
+    // The line whose attachment holds the point (Desktop coordinates).
+    ChatLine* lineAt(int32_t x, int32_t y) const;
+
+    // Hooks the chat's owner fills: the entry's attachDieResult, the log's
+    // switch and state, the host's bell to all.
+    std::function<void(std::unique_ptr<ui::DieResult>, const char*)> attachDieResult;
+    std::function<void()> toggleLog;
+    std::function<void(uint8_t)> ringBell;
+    bool logging = false;
+    // Each line added here, as the log writes it (the host logs).
+    std::function<void(const ChatLine&)> logLine;
+
+    ChatLink link;
+    ChatLine* menuLine = nullptr;
+
+private:
+    // A prompt or halt mark: a blank line in "narratorfont" with the icon.
+    void postMark(const char* indicator);
+    ui::DieResult* dieResultOf(ChatLine* line) const;
+
+    std::deque<std::unique_ptr<ChatLine>> lines;
+    int scrollBottom = -1;
+    bool dragStarted = false;
+    int32_t dragValue = 0;
+    std::string dragText;
+};
+
+// A prompt line or a halt line (Gamemaster marks), as the menu and the stop
+// key post them.
+std::unique_ptr<ChatLine> makeMarkLine(const char* indicator);
+
+}  // namespace lh::chat

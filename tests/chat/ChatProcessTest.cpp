@@ -1,0 +1,185 @@
+// Two players and a Gamemaster as real processes on loopback, driven by the
+// test driver's scripts and followed through their traces: a player joins
+// and types "bob" to become "Bob"; lines go both ways, a player's shown only
+// when the host's echo comes back; each Return variant reaches every screen
+// with its speaker and font; the typing marks go on and off; a second player
+// asking for "Bob" is refused and keeps the window.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+#include "support/TestSupport.h"
+#include "ui/PictureDecoder.h"
+
+namespace lh::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+bool waitForLine(const std::filesystem::path& file, const std::string& text, std::chrono::seconds timeout = 60s) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (readFile(file).find(text) != std::string::npos) return true;
+        std::this_thread::sleep_for(20ms);
+    }
+    return false;
+}
+
+// Where the first trace line whose text (after its stamp) begins with
+// `text` stands; the script's own "until" lines quote it and do not count.
+size_t positionOf(const std::string& trace, const std::string& text) {
+    for (size_t at = 0; at < trace.size();) {
+        size_t end = trace.find('\n', at);
+        if (end == std::string::npos) end = trace.size();
+        size_t blank = trace.find(' ', at);
+        if (blank < end && trace.compare(blank + 1, text.size(), text) == 0) return at;
+        at = end + 1;
+    }
+    return std::string::npos;
+}
+bool hasLine(const std::string& trace, const std::string& text) { return positionOf(trace, text) != std::string::npos; }
+
+// How many pixels of the chat area have exactly this colour (0xRRGGBB):
+// a glyph's solid middle shows its font's colour untouched.
+int pixelsOfColour(const std::filesystem::path& png, uint32_t rgb) {
+    std::string bytes = readFile(png);
+    ui::PixelImage shot;
+    if (!ui::decodePicture(bytes.data(), bytes.size(), shot)) return -1;
+    int count = 0;
+    for (uint32_t y = 346; y < 616 && y < shot.height; ++y) {
+        for (uint32_t x = 26; x < 434 && x < shot.width; ++x) {
+            if ((shot.pixels[size_t(y) * shot.width + x] & 0xFFFFFF) == rgb) ++count;
+        }
+    }
+    return count;
+}
+
+class ChatProcess : public ::testing::Test {
+protected:
+    std::vector<std::string> env(const TempDir& dir) {
+        return {"LOREHAVEN_TRACE=" + (dir.path() / "trace.txt").string()};
+    }
+    std::filesystem::path traceOf(const TempDir& dir) { return dir.path() / "trace.txt"; }
+    std::string script(const TempDir& dir, const std::string& text) {
+        writeFile(dir.path() / "script.txt", text);
+        return (dir.path() / "script.txt").string();
+    }
+    std::vector<std::string> clientArgs(const TempDir& dir, const std::string& user, const std::string& scriptFile) {
+        return {"--workdir", dir.str(), "--join", "127.0.0.1", "--user", user, "p" + std::to_string(port),
+                "--script", scriptFile};
+    }
+
+    uint16_t port = freeTcpPort();
+    TempDir hostDir, annDir, cyDir;
+};
+
+TEST_F(ChatProcess, AGroupTalksUnderItsIdentities) {
+    const std::string hostScript = script(hostDir, R"(
+until identified as 'Bob'
+text Welcome, Bob.
+key Return
+until chat chatfont [Bob:] Hello all
+until typing Bob 1
+until typing Bob 0
+text The door creaks open.
+key Return ctrl
+until chat emotefont [Bob:] waves
+until sent IDENR 1 Cy
+text All set.
+key Return
+wait 300
+screenshot host
+wait 1000
+quit 0
+)");
+    ChildProcess host(builtProgram("lorehaven"),
+                      {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
+                       "p" + std::to_string(port), "--script", hostScript},
+                      env(hostDir));
+    ASSERT_TRUE(waitForLine(traceOf(hostDir), "frame")) << host.errors();
+
+    const std::string annScript = script(annDir, R"(
+until window opened identityselection
+click left 420 290
+text bo1 b
+key Return
+until identity chosen Bob
+text Hello all
+key Return
+until chat chatfont [Bob:] Hello all
+until host typing 1
+until host typing 0
+text x
+wait 100
+key Escape
+until chat narratorfont [] The door creaks open.
+text waves
+key Return ctrl
+until chat emotefont [Bob:] waves
+until chat dmfont [Keeper:] All set.
+wait 300
+screenshot ann
+quit 0
+)");
+    ChildProcess ann(builtProgram("lorehaven"), clientArgs(annDir, "Ann", annScript), env(annDir));
+    ASSERT_TRUE(waitForLine(traceOf(hostDir), "'Ann' identified as 'Bob'")) << host.errors() << ann.errors();
+
+    // A second player asks for the same name: refused, and the choice stays open.
+    const std::string cyScript = script(cyDir, R"(
+until window opened identityselection
+click left 420 290
+text Bob
+key Return
+until identity refused Bob
+wait 300
+screenshot cy
+quit 0
+)");
+    ChildProcess cy(builtProgram("lorehaven"), clientArgs(cyDir, "Cy", cyScript), env(cyDir));
+
+    EXPECT_EQ(ann.wait(120s), 0) << ann.errors();
+    EXPECT_EQ(host.wait(120s), 0) << host.errors();
+    EXPECT_EQ(cy.wait(120s), 0) << cy.errors();
+
+    const std::string hostTrace = readFile(traceOf(hostDir));
+    const std::string annTrace = readFile(traceOf(annDir));
+    const std::string cyTrace = readFile(traceOf(cyDir));
+
+    // Every line reached both screens with its speaker and font.
+    for (const char* line : {"chat dmfont [Keeper:] Welcome, Bob.", "chat chatfont [Bob:] Hello all",
+                             "chat narratorfont [] The door creaks open.", "chat emotefont [Bob:] waves"}) {
+        EXPECT_TRUE(hasLine(hostTrace, line)) << line << "\n" << hostTrace;
+        EXPECT_TRUE(hasLine(annTrace, line)) << line << "\n" << annTrace;
+    }
+    // Only the host tells who took which name.
+    EXPECT_TRUE(hasLine(hostTrace, "chat systemfont [] 'Ann' identified as 'Bob'"));
+    EXPECT_EQ(annTrace.find("identified as"), std::string::npos);
+    // The player's own line shows when the host's echo has come back.
+    size_t sent = positionOf(annTrace, "sent CHATQ");
+    size_t shown = positionOf(annTrace, "chat chatfont [Bob:] Hello all");
+    ASSERT_NE(shown, std::string::npos);
+    size_t echoed = annTrace.rfind("received CHATR", shown);
+    ASSERT_NE(sent, std::string::npos);
+    EXPECT_LT(sent, echoed) << annTrace;
+    EXPECT_LT(echoed, shown) << annTrace;
+    // "bo1 b" in the creation row was "Bob": letters only, the first a capital.
+    EXPECT_NE(annTrace.find("identity chosen Bob\n"), std::string::npos);
+    EXPECT_LT(positionOf(annTrace, "window closed identityselection"), positionOf(annTrace, "chat chatfont [Bob:]"));
+    // The refused player keeps the window.
+    EXPECT_TRUE(hasLine(cyTrace, "identity refused Bob")) << cyTrace;
+    EXPECT_GT(positionOf(cyTrace, "window closed identityselection"), positionOf(cyTrace, "quit 0")) << cyTrace;
+    // Typing marks: the player's on and off at the host, the host's at the player.
+    EXPECT_LT(positionOf(hostTrace, "typing Bob 1"), positionOf(hostTrace, "typing Bob 0"));
+    EXPECT_LT(positionOf(annTrace, "host typing 1"), positionOf(annTrace, "host typing 0"));
+
+    // The screens: the Gamemaster's gold and the narrator's parchment show
+    // on the player's chat, the player's own colour on the host's.
+    EXPECT_GT(pixelsOfColour(annDir.path() / "ann.png", 0xF0C860), 10);
+    EXPECT_GT(pixelsOfColour(annDir.path() / "ann.png", 0xE6CFA4), 10);
+    EXPECT_GT(pixelsOfColour(hostDir.path() / "host.png", 0xECE6DA), 10);
+}
+
+}  // namespace
+}  // namespace lh::test

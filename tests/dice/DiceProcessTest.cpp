@@ -1,0 +1,101 @@
+// Host and player as real processes on loopback, each driven by a script:
+// the player throws a die by dragging it into the chat, the Gamemaster does
+// the same later. The thrower alone reads a result (the Gamemaster's a
+// secret one); the other machine plays the same roll, and its die comes to
+// rest at the same place, bit for bit, showing the same face.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "support/TestSupport.h"
+
+namespace lh::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+// The default Ruleset's d20 lies at (310, 700); drawn on the table it shows
+// at 130/149 of its distance from (512, 400). The chat frame is
+// (10, 330)-(450, 670).
+const char* kThrow =
+    "down left 336 661\n"
+    "wait 30\nmove 330 640\nwait 30\nmove 320 610\nwait 30\nmove 300 570\n"
+    "wait 30\nmove 280 530\nwait 30\nmove 260 490\nwait 30\nmove 240 460\n"
+    "up left 240 460\n";
+
+bool waitFor(const std::filesystem::path& trace, const std::string& text, ChildProcess& program,
+             std::chrono::seconds deadline = 150s) {
+    auto until = std::chrono::steady_clock::now() + deadline;
+    while (std::chrono::steady_clock::now() < until) {
+        std::error_code ec;
+        if (std::filesystem::exists(trace, ec) && readFile(trace).find(text) != std::string::npos) return true;
+        if (!program.running()) break;
+        std::this_thread::sleep_for(50ms);
+    }
+    return readFile(trace).find(text) != std::string::npos;
+}
+
+// The first line of a d20 that stopped after the first line holding
+// `after`, without its time stamp; empty when there is none.
+std::string stopAfter(const std::string& trace, const std::string& after) {
+    size_t at = trace.find(after);
+    if (at == std::string::npos) return {};
+    at = trace.find(" die stopped 0 ", at);
+    if (at == std::string::npos) return {};
+    return trace.substr(at, trace.find('\n', at) - at);
+}
+
+TEST(DiceProcess, ARollLooksAlikeOnBothMachinesAndOnlyTheThrowerReadsIt) {
+    TempDir h, c;
+    const uint16_t port = freeTcpPort();
+    writeFile(h.path() / "steps.txt", std::string("wait 14000\n") + kThrow + "wait 40000\nquit 0\n");
+    writeFile(c.path() / "steps.txt", std::string("wait 3000\n") + kThrow + "wait 40000\nquit 0\n");
+    const auto hostTrace = h.path() / "trace.txt", clientTrace = c.path() / "trace.txt";
+    ChildProcess host(builtProgram("lorehaven"),
+                      {"--workdir", h.str(), "--host", "--campaign", "Dice", "--gm", "GM", "p" + std::to_string(port),
+                       "--script", (h.path() / "steps.txt").string()},
+                      {"LOREHAVEN_TRACE=" + hostTrace.string(), "LOREHAVEN_DICE_SEED=5"});
+    ASSERT_TRUE(waitFor(hostTrace, " frame\n", host)) << host.errors();  // listening by then
+    ChildProcess client(builtProgram("lorehaven"),
+                        {"--workdir", c.str(), "--join", "127.0.0.1", "--user", "Ann", "--identity", "Hero",
+                         "p" + std::to_string(port), "--script", (c.path() / "steps.txt").string()},
+                        {"LOREHAVEN_TRACE=" + clientTrace.string(), "LOREHAVEN_DICE_SEED=6"});
+
+    // The player's throw: read on the player's machine, played on the host's.
+    ASSERT_TRUE(waitFor(clientTrace, " dice result d20=", client)) << readFile(clientTrace) << client.errors();
+    ASSERT_TRUE(waitFor(hostTrace, " dice received 1\n", host)) << readFile(hostTrace) << host.errors();
+    ASSERT_TRUE(waitFor(hostTrace, " die stopped ", host));
+    std::string thrown = stopAfter(readFile(clientTrace), " dice thrown 1\n");
+    ASSERT_FALSE(thrown.empty());
+    // Under load either roll may arrive first: the same stop, bit for bit,
+    // stands somewhere in the other machine's trace.
+    EXPECT_TRUE(waitFor(hostTrace, thrown + "\n", host)) << thrown << readFile(hostTrace);
+    // The reading in the result is the face that showed.
+    {
+        std::istringstream words(thrown);
+        std::string die, stopped, shape, value;
+        words >> die >> stopped >> shape >> value;
+        EXPECT_NE(readFile(clientTrace).find(" dice result d20=" + value + ":0\n"), std::string::npos) << thrown;
+    }
+    EXPECT_EQ(readFile(hostTrace).find(" dice result d20"), std::string::npos);  // not the host's roll
+
+    // The Gamemaster's throw: a secret result on the host, only its play on the client.
+    ASSERT_TRUE(waitFor(hostTrace, " dice result ?d20=", host)) << readFile(hostTrace);
+    ASSERT_TRUE(waitFor(clientTrace, " dice received 1\n", client)) << readFile(clientTrace);
+    std::string secret = stopAfter(readFile(hostTrace), " dice thrown 1\n");
+    ASSERT_FALSE(secret.empty());
+    EXPECT_TRUE(waitFor(clientTrace, secret + "\n", client)) << secret << readFile(clientTrace);
+    EXPECT_EQ(readFile(clientTrace).find(" dice result ?"), std::string::npos);
+
+    host.signal(SIGTERM);
+    client.signal(SIGTERM);
+    host.wait(30s);
+    client.wait(30s);
+}
+
+}  // namespace
+}  // namespace lh::test

@@ -125,6 +125,7 @@ public:
         entry.attachDieResult(std::move(result), text);
     }
     void clear() override { window.clear(); }
+    std::unique_ptr<ui::DieResult> takePendingAttachment() override { return entry.takePendingAttachment(); }
 
     ChatLink link;
     ChatWindow window;

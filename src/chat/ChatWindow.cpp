@@ -88,6 +88,11 @@ void ChatWindow::add(std::unique_ptr<ChatLine> line) {
     if (!line) return;
     if (platform::traceOn()) {
         platform::trace("chat %s [%s] %.200s", line->fontName.c_str(), line->label.c_str(), line->text.c_str());
+        if (line->attachment && line->attachment->kind == ui::ChatAttachment::kDieResult) {
+            const auto& result = static_cast<const ui::DieResult&>(*line->attachment);
+            platform::trace("chat die %s%.200s total %d", result.hidden ? "?" : "", result.dieText().c_str(),
+                            result.total());
+        }
     }
     if (logging && logLine) logLine(*line);
     lines.push_back(std::move(line));

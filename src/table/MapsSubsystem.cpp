@@ -16,6 +16,7 @@
 #include "table/ImageControl.h"
 #include "table/ImageValue.h"
 #include "table/MapService.h"
+#include "table/TabletInput.h"
 #include "ui/ResourceFile.h"
 #include "ui/Subsystems.h"
 
@@ -53,6 +54,7 @@ void offerBundledMaps() {
 void start(const ui::SubsystemStart& s) {
     (void)valueClassRegistered;
     registerImageControl();
+    TabletInput::get().listen();
     if (s.mode == db::SessionMode::Host && db::campaign().isNew) offerBundledMaps();
     if (!s.session) return;
     net::FileExchange* files = s.session->isHost() ? nullptr : net::FileExchange::current();

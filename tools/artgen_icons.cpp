@@ -530,6 +530,28 @@ void chatMarks(Named& out) {
                                }));
 }
 
+// The marks on the portraits of the character strip: typing (a quill at
+// work), away (a crescent moon), and the pointer's colour, a white gem that
+// the program tints with each player's colour.
+void characterMarks(Named& out) {
+    out.emplace_back("char_typing", smallMark(20, rgb(0x24586A), [](Canvas& c, Color col) {
+                                     for (float x : {10.0f, 18.0f, 26.0f}) c.fillCircle(x, 20, 3.2f, col);
+                                     c.strokePath({8, 27, 28, 27}, 1.6f, col);
+                                 }));
+    out.emplace_back("char_away", smallMark(20, rgb(0x3A3E4A), [](Canvas& c, Color col) {
+                                   Points moon = arc(18, 18, 10, kPi * 0.35f, kPi * 1.65f, 20);
+                                   Points inner = arc(22, 16, 7.5f, kPi * 1.45f, kPi * 0.55f, 16);
+                                   moon.insert(moon.end(), inner.begin(), inner.end());
+                                   c.fillPolygon(moon, col);
+                               }));
+    Canvas gem(14, 14);
+    gem.fillCircle(7.5f, 8, 6, rgb(0x000000, 0.5f));
+    gem.fillCircle(7, 7, 6, rgb(0xFFFFFF));
+    gem.strokeCircle(7, 7, 5.5f, 1.2f, rgb(0x9A9A9A));
+    gem.fillCircle(5, 5, 1.6f, rgb(0xFFFFFF));
+    out.emplace_back("char_pointer", gem);
+}
+
 // The hub of every ring: an engraved brass boss.
 Canvas menuHub() {
     const int n = 48;
@@ -758,6 +780,7 @@ Named iconPictures() {
     menuIcons(out);
     moreMenuIcons(out);
     chatMarks(out);
+    characterMarks(out);
     out.emplace_back("menuhub", menuHub());
     out.emplace_back("minimized_glow", minimizedGlow());
     struct Opener {

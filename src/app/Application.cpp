@@ -278,6 +278,9 @@ bool InitInstance(const CommandLine& cl) {
 
     contentLoad(splash);
     if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
+    // The local-characters way in takes the named character on at its start.
+    if (db::sessionMode() == db::SessionMode::LocalCharacters && !cl.identityName.empty())
+        db::localUser().identities.push_back(cl.identityName);
     startDesktop(db::sessionMode(), kClientWidth, kClientHeight);
 
     delete splash;

@@ -15,6 +15,7 @@
 #include "db/Campaign.h"
 #include "db/Users.h"
 #include "net/ClientLogin.h"
+#include "net/JoinEvents.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
 #include "platform/Bell.h"
@@ -77,7 +78,7 @@ public:
         ui::setPollFactory([] { return std::make_unique<Poll>(); });
         Poll::voters() = [this] { return voters(); };
         if (link.session && !link.isHost()) {
-            inPlayHook = net::characterEntered().subscribe([this](const std::string& identity, const std::string&, bool) {
+            inPlayHook = net::joinEvents().characterInPlay.subscribe([this](const std::string& identity, const std::string&, bool) {
                 if (std::find(inPlay.begin(), inPlay.end(), identity) == inPlay.end()) inPlay.push_back(identity);
                 window.invalidate();
             });

@@ -19,8 +19,8 @@
 //   wait MS                    let MS milliseconds pass before the next step
 //   await TEXT                 go on once this program has written a trace
 //                              line holding TEXT (at once if it already has);
-//                              lines count from after the one that the last
-//                              await took, so two awaits wait for two lines
+//                              each await of a text takes a line of its own,
+//                              so two awaits of one text wait for two lines
 //   menu X Y LABEL[/LABEL...]  open the menu of what is at X, Y and choose
 //                              the entry by its labels, through sub-menus
 //   screenshot NAME            write NAME.png of the client area

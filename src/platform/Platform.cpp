@@ -146,6 +146,14 @@ bool translate(const SDL_Event& in, Event& out) {
         SDL_GetMouseState(&out.x, &out.y);
         toPixels(in.wheel.windowID, out.x, out.y);
         return out.wheel != 0;
+    case SDL_FINGERDOWN:
+    case SDL_FINGERMOTION:
+    case SDL_FINGERUP:
+        // A pen or a finger: its pressure goes to whoever draws, its place
+        // comes as the mouse events the system makes of it.
+        spine().penPacket.emit(in.type != SDL_FINGERUP,
+                               uint32_t(std::clamp(in.tfinger.pressure, 0.0f, 1.0f) * 1023.0f + 0.5f));
+        return false;
     default:
         if (in.type == wakeEventType) {
             out.type = EventType::Wake;

@@ -11,6 +11,8 @@
 //   sendIdleState   a client's idle report: 2 idle, 0 back (with an Identity)
 //   hostLost        a client lost its host: stop what would talk to it
 //   exitSave        the exit path, after the host's save: a player's save
+//   penPacket       a pen or touch on the window: in range, pressure 0..1023
+//                   (the mouse events the system makes of it follow apart)
 #pragma once
 
 #include <cstdint>
@@ -31,6 +33,7 @@ struct Spine {
     Signal<void(uint8_t state)> sendIdleState;
     Signal<void()> hostLost;
     Signal<void()> exitSave;
+    Signal<void(bool inRange, uint32_t pressure)> penPacket;
 };
 
 Spine& spine();

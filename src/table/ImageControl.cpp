@@ -280,13 +280,15 @@ int ImageControl::MouseDrag(int message, uint32_t flags, uint32_t startPosition,
             gesture = Gesture::Grid;
             gridStartX = sx;
             gridStartY = sy;
-        } else if (maskMode && db::isHost() && v->hasMask() && !(flags & (mouse::kRight | mouse::kControl))) {
-            gesture = Gesture::Outline;
-            outlinePoints.assign(1, packPoint(sx, sy));
         } else if (drawingMode) {
+            // Drawing mode is the pen in the hand, also while the mask
+            // stays in mask mode: the drag inks, as the menu promised.
             gesture = Gesture::Stroke;
             strokePoints.assign(1, StrokePoint{packPoint(sx, sy), TabletInput::get().strokePressure()});
             strokeRendered = 0;
+        } else if (maskMode && db::isHost() && v->hasMask() && !(flags & (mouse::kRight | mouse::kControl))) {
+            gesture = Gesture::Outline;
+            outlinePoints.assign(1, packPoint(sx, sy));
         } else {
             return 0;  // the window moves
         }

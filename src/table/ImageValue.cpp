@@ -71,7 +71,23 @@ void describePicture(std::string_view programPath, uint32_t& size, uint64_t& fil
     fileTime = stamp.writeTime.value();
 }
 
-ImageValue::~ImageValue() = default;
+namespace {
+// Kept to the very end: windows still open close while the program's
+// statics go, after a plain static set would have gone.
+std::set<ImageValue*>& openValues() {
+    static std::set<ImageValue*>& values = *new std::set<ImageValue*>;
+    return values;
+}
+}  // namespace
+
+ImageValue::~ImageValue() { openValues().erase(this); }
+
+void ImageValue::SaveOpenLayers() {
+    for (ImageValue* value : openValues()) {
+        if (value->hasMask()) value->SaveMask();
+        if (value->hasDrawing()) value->SaveDrawing();
+    }
+}
 
 // Section: stored form and replication.
 
@@ -166,6 +182,7 @@ bool ImageValue::loadLayer(const std::string& path, AlphaPlane& plane) {
 bool ImageValue::Open(ImageViewer* viewer) {
     if (viewer) viewers.insert(viewer);
     if (openCount++ == 0) {
+        openValues().insert(this);
         loadBase();
         if (db::isHost()) {
             loadLayer(maskPath, mask);
@@ -201,6 +218,7 @@ void ImageValue::SetDefaultSize(int32_t w, int32_t h) {
 void ImageValue::Close(ImageViewer* viewer) {
     if (viewer) viewers.erase(viewer);
     if (openCount == 0 || --openCount > 0) return;
+    openValues().erase(this);
     if (hasMask()) SaveMask();
     if (hasDrawing()) SaveDrawing();
     base = PicturePixels{};
@@ -247,19 +265,13 @@ void ImageValue::DrawLayers(render::RenderContext& context, int32_t x, int32_t y
                             const render::Rect& clip) {
     if (width <= 0 || height <= 0) return;
     if (hasBase() || !maskPath.empty() || grid.size) {
-        if (compositeTiles.width() != width || compositeTiles.height() != height) {
-            compositeTiles.resize(width, height);
-            compositeDirty = {0, 0, width, height};
-        }
-        if (!compositeDirty.isEmpty()) {
-            CompositeInputs in = inputs();
-            compositeTiles.refresh(compositeDirty, [&](const render::Rect& part, uint32_t* pixels, int32_t stride,
-                                                       int32_t tileX, int32_t tileY) {
-                composeBox(in, width, height, part, pixels, stride, tileX, tileY);
-            });
-            compositeDirty = {};
-        }
-        compositeTiles.draw(context, x, y, tint, clip);
+        if (compositeTiles.width() != width || compositeTiles.height() != height) compositeTiles.resize(width, height);
+        compositeTiles.refresh(compositeDirty);
+        compositeDirty = {};
+        CompositeInputs in = inputs();
+        compositeTiles.draw(context, x, y, tint, clip,
+                            [&](const render::Rect& part, uint32_t* pixels, int32_t stride, int32_t tileX,
+                                int32_t tileY) { composeBox(in, width, height, part, pixels, stride, tileX, tileY); });
     }
     if (!hasDrawing()) {
         drawingTiles.release();
@@ -267,19 +279,27 @@ void ImageValue::DrawLayers(render::RenderContext& context, int32_t x, int32_t y
     }
     if (drawingTiles.width() != drawing.width || drawingTiles.height() != drawing.height) {
         drawingTiles.resize(drawing.width, drawing.height);
-        drawingDirty = drawing.bounds();
     }
-    if (!drawingDirty.isEmpty()) {
-        drawingTiles.refresh(drawingDirty, [&](const render::Rect& part, uint32_t* pixels, int32_t stride,
-                                               int32_t tileX, int32_t tileY) {
+    drawingTiles.refresh(drawingDirty);
+    drawingDirty = {};
+    // Ink is rare on a big map: a tile without any gets no bitmap.
+    auto blank = [&](const render::Rect& area) {
+        for (int32_t py = area.top; py < area.bottom; ++py) {
+            const uint8_t* row = &drawing.alpha[size_t(py) * size_t(drawing.width)];
+            for (int32_t px = area.left; px < area.right; ++px)
+                if (row[px]) return false;
+        }
+        return true;
+    };
+    drawingTiles.draw(
+        context, x, y, tint, clip,
+        [&](const render::Rect& part, uint32_t* pixels, int32_t stride, int32_t tileX, int32_t tileY) {
             for (int32_t py = part.top; py < part.bottom; ++py) {
                 uint32_t* row = pixels + ptrdiff_t(py - tileY) * stride;
                 for (int32_t px = part.left; px < part.right; ++px) row[px - tileX] = uint32_t(drawing.at(px, py)) << 24;
             }
-        });
-        drawingDirty = {};
-    }
-    drawingTiles.draw(context, x, y, tint, clip);
+        },
+        blank);
 }
 
 // Section: the picture file.
@@ -440,6 +460,9 @@ void ImageValue::CreateDrawing() {
     int32_t w = hasBase() ? base.width : width, h = hasBase() ? base.height : height;
     if (!drawing.reset(w, h, 0)) return;
     drawingDirty = drawing.bounds();
+    // Named now, so that a save of the database made before the layer's
+    // own (the program's exit) already points at its file.
+    if (drawingPath.empty()) drawingPath = freshLayerName("drawings", "drawing_%ld.png");
 }
 
 void ImageValue::DrawSegment(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint8_t pressure) {

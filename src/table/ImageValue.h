@@ -55,6 +55,9 @@ public:
     bool Open(ImageViewer* viewer);
     void Close(ImageViewer* viewer);
     bool isOpen() const { return openCount > 0; }
+    // The program ends with maps open: their layers are written as a last
+    // close would write them.
+    static void SaveOpenLayers();
     // With no base and no drawing: the layer takes the control's size.
     void SetDefaultSize(int32_t w, int32_t h);
 
@@ -128,6 +131,8 @@ public:
     // own box, never the whole picture.
     const render::Rect& compositeChange() const { return compositeDirty; }
     const render::Rect& drawingChange() const { return drawingDirty; }
+    // Tiles on the device, of both layers.
+    size_t madeTiles() const { return compositeTiles.madeTiles() + drawingTiles.madeTiles(); }
 
     // The composite's pixel at (x, y), as drawn (tests, the screenshot
     // checks); 0 outside the picture.

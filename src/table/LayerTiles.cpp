@@ -15,11 +15,7 @@ void LayerTiles::resize(int32_t width, int32_t height) {
         for (int32_t left = 0; left < width; left += kTileSide) {
             Tile t;
             t.area = {left, top, std::min(left + kTileSide, width), std::min(top + kTileSide, height)};
-            t.bitmap = std::make_unique<render::Bitmap>();
-            if (!t.bitmap->CreateEmpty(uint32_t(t.area.width()), uint32_t(t.area.height()), false)) {
-                release();
-                return;
-            }
+            t.dirty = t.area;
             tiles.push_back(std::move(t));
         }
     }
@@ -30,22 +26,45 @@ void LayerTiles::release() {
     fullWidth = fullHeight = 0;
 }
 
-void LayerTiles::refresh(const render::Rect& box, const Fill& fill) {
+void LayerTiles::refresh(const render::Rect& box) {
     for (Tile& t : tiles) {
         render::Rect part = render::intersect(t.area, box);
-        if (part.isEmpty()) continue;
-        if (!t.bitmap->Lock()) continue;
-        fill(part, t.bitmap->Pixels().data(), t.area.width(), t.area.left, t.area.top);
-        t.bitmap->Unlock();
+        if (!part.isEmpty()) t.dirty = render::unite(t.dirty, part);
     }
 }
 
-void LayerTiles::draw(render::RenderContext& context, int32_t x, int32_t y, uint32_t tint, const render::Rect& clip) {
+void LayerTiles::draw(render::RenderContext& context, int32_t x, int32_t y, uint32_t tint, const render::Rect& clip,
+                      const Fill& fill, const Blank& blank) {
     for (Tile& t : tiles) {
         render::Rect onScreen{x + t.area.left, y + t.area.top, x + t.area.right, y + t.area.bottom};
         if (render::intersect(onScreen, clip).isEmpty()) continue;
-        context.DrawBitmap(*t.bitmap, onScreen.left, onScreen.top, tint, &clip);
+        if (!t.dirty.isEmpty()) {
+            if (!t.bitmap && blank && blank(t.area)) {
+                t.dirty = {};
+                continue;
+            }
+            if (!t.bitmap) {
+                t.bitmap = std::make_unique<render::Bitmap>();
+                if (!t.bitmap->CreateEmpty(uint32_t(t.area.width()), uint32_t(t.area.height()), false)) {
+                    t.bitmap.reset();
+                    continue;
+                }
+                t.dirty = t.area;
+            }
+            if (t.bitmap->Lock()) {
+                fill(t.dirty, t.bitmap->Pixels().data(), t.area.width(), t.area.left, t.area.top);
+                t.bitmap->Unlock();
+            }
+            t.dirty = {};
+        }
+        if (t.bitmap) context.DrawBitmap(*t.bitmap, onScreen.left, onScreen.top, tint, &clip);
     }
+}
+
+size_t LayerTiles::madeTiles() const {
+    size_t made = 0;
+    for (const Tile& t : tiles) made += t.bitmap != nullptr;
+    return made;
 }
 
 }  // namespace lh::table

@@ -1,7 +1,10 @@
 // A large picture on the device as a grid of tiles, each a bitmap of its
 // own: a map may be larger than one texture can be, and a change uploads
-// only the tiles it touches. The pixels are written by the caller into each
-// tile's memory; nothing here knows what they mean.
+// only the tiles it touches. A tile is written, and its bitmap made, only
+// when it is drawn: a huge map costs the device what has been on the
+// screen, and a change far away waits until it is looked at. The pixels are
+// written by the caller into each tile's memory; nothing here knows what
+// they mean.
 #pragma once
 
 #include <cstdint>
@@ -22,26 +25,34 @@ class LayerTiles {
 public:
     static constexpr int32_t kTileSide = 1024;
 
-    // Empties the grid when the size changed; the next refresh fills it.
+    // Empties the grid when the size changed; every tile is then unwritten.
     void resize(int32_t width, int32_t height);
     void release();
     bool empty() const { return tiles.empty(); }
     int32_t width() const { return fullWidth; }
     int32_t height() const { return fullHeight; }
 
-    // Writes `box` (picture coordinates) through `fill`, which gets the part
-    // of one tile to write, in picture coordinates, and the tile's pixels
-    // with their row length and the picture position of the tile's corner.
+    // Marks `box` (picture coordinates) to be written again at the draw.
+    void refresh(const render::Rect& box);
+
+    // `fill` gets the part of one tile to write, in picture coordinates, and
+    // the tile's pixels with their row length and the picture position of
+    // the tile's corner. `blank`, where given, tells of a tile's area that
+    // it shows nothing: such a tile gets no bitmap until it does.
     using Fill = std::function<void(const render::Rect& part, uint32_t* pixels, int32_t stride, int32_t tileX,
                                     int32_t tileY)>;
-    void refresh(const render::Rect& box, const Fill& fill);
-
-    // Draws the tiles that meet `clip` with the picture's corner at (x, y).
-    void draw(render::RenderContext& context, int32_t x, int32_t y, uint32_t tint, const render::Rect& clip);
+    using Blank = std::function<bool(const render::Rect& area)>;
+    // Writes what changed in the tiles that meet `clip`, and draws them with
+    // the picture's corner at (x, y).
+    void draw(render::RenderContext& context, int32_t x, int32_t y, uint32_t tint, const render::Rect& clip,
+              const Fill& fill, const Blank& blank = {});
+    // Tiles that have a bitmap now.
+    size_t madeTiles() const;
 
 private:
     struct Tile {
-        render::Rect area;  // picture coordinates
+        render::Rect area;   // picture coordinates
+        render::Rect dirty;  // to write before it is drawn; all of it while it has no bitmap
         std::unique_ptr<render::Bitmap> bitmap;
     };
     std::vector<Tile> tiles;

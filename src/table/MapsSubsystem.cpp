@@ -13,9 +13,11 @@
 #include "net/FileExchange.h"
 #include "net/Session.h"
 #include "platform/Paths.h"
+#include "platform/Spine.h"
 #include "table/ImageControl.h"
 #include "table/ImageValue.h"
 #include "table/MapService.h"
+#include "table/TabletInput.h"
 #include "ui/ResourceFile.h"
 #include "ui/Subsystems.h"
 
@@ -50,16 +52,26 @@ void offerBundledMaps() {
     if (copied) db::refreshImageRecords(db::rootNode());
 }
 
+platform::Subscription& exitSave() {
+    static platform::Subscription s;
+    return s;
+}
+
 void start(const ui::SubsystemStart& s) {
     (void)valueClassRegistered;
     registerImageControl();
+    exitSave() = platform::spine().exitSave.subscribe([] { ImageValue::SaveOpenLayers(); });
+    TabletInput::get().listen();
     if (s.mode == db::SessionMode::Host && db::campaign().isNew) offerBundledMaps();
     if (!s.session) return;
     net::FileExchange* files = s.session->isHost() ? nullptr : net::FileExchange::current();
     service() = std::make_unique<MapService>(*s.session, s.replication, files, db::rootNode());
 }
 
-void stop() { service().reset(); }
+void stop() {
+    service().reset();
+    exitSave().reset();
+}
 
 ui::SubsystemRegistration registration{"maps", 40, start, stop};
 

@@ -1,6 +1,8 @@
 // The pen; see TabletInput.h.
 #include "table/TabletInput.h"
 
+#include "platform/Spine.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -15,8 +17,17 @@ TabletInput::TabletInput() {
     if (const char* fixed = std::getenv("LOREHAVEN_PEN_PRESSURE")) {
         char* end = nullptr;
         long value = std::strtol(fixed, &end, 10);
-        if (end != fixed && *end == 0) inject(true, uint32_t(std::clamp(value, 0L, 1023L)));
+        if (end != fixed && *end == 0) {
+            inject(true, uint32_t(std::clamp(value, 0L, 1023L)));
+            this->fixed = true;
+        }
     }
+}
+
+void TabletInput::listen() {
+    packets = platform::spine().penPacket.subscribe([this](bool range, uint32_t p) {
+        if (!fixed) inject(range, p);
+    });
 }
 
 void TabletInput::inject(bool range, uint32_t p) {

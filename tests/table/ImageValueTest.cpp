@@ -64,6 +64,11 @@ TEST(ImageValue, MaskDrawingAndTheirFiles) {
 
     value.DrawSegment(0, 20, 10, 20, 255);
     EXPECT_EQ(value.drawing.at(5, 20), 254);
+    // The layer is named at its first ink, and the program's exit writes
+    // it while the map is still open.
+    ASSERT_FALSE(value.drawingPath.empty());
+    ImageValue::SaveOpenLayers();
+    EXPECT_TRUE(std::filesystem::exists(platform::diskPath(value.drawingPath)));
 
     value.Close(&a);
     EXPECT_TRUE(value.hasMask());  // one control still has it open
@@ -152,8 +157,12 @@ TEST(ImageValue, AMapLargerThanATextureIsDrawnInTilesAndTouchesOnlyWhatChanged) 
     EXPECT_EQ(value.compositeChange(), (render::Rect{8200, 8100, 8301, 8151}));
     EXPECT_EQ(value.CompositePixel(8250, 8120), 0xFF5A5A5Au);
     EXPECT_EQ(value.CompositePixel(100, 100), 0x405A5A5Au);
+    EXPECT_EQ(value.madeTiles(), 4u);  // only what has been on the screen
     value.DrawSegment(8000, 10, 8100, 10, 255);
     value.DrawLayers(screen, 0, 0, 0xFFFFFFFF, {0, 0, 1024, 768});
+    EXPECT_EQ(value.madeTiles(), 5u);  // the corner's tile; the ink is off the screen
+    value.DrawLayers(screen, -7800, 0, 0xFFFFFFFF, {0, 0, 1024, 768});
+    EXPECT_EQ(value.madeTiles(), 5u + 2u + 1u);  // two of the map, one of ink: its neighbour is blank
     value.DrawSegment(8000, 20, 8100, 20, 255);
     EXPECT_EQ(value.drawingChange(), (render::Rect{7999, 19, 8102, 22}));
     value.Close(nullptr);

@@ -6,9 +6,11 @@
 #include <random>
 
 #include "net/MessageCatalogue.h"
+#include "platform/Spine.h"
 #include "table/ImageMessages.h"
 #include "table/LayerPixels.h"
 #include "table/MapGeometry.h"
+#include "table/TabletInput.h"
 
 using namespace lh::table;
 namespace render = lh::render;
@@ -167,6 +169,28 @@ TEST(LayerPixels, WuLineGoldenAlphas) {
 
     // Ink off the plane is skipped, whatever the wire says.
     drawSegment(line, -32767, -5, 32767, 30000, 255);
+}
+
+// The platform's pen packets set the pressure a stroke point takes; a pen
+// that leaves hands the stroke back to the mouse at full strength.
+TEST(TabletInput, PenPacketsSetTheStrokesPressure) {
+    TabletInput& tablet = TabletInput::get();
+    tablet.listen();
+    lh::platform::spine().penPacket.emit(true, 400);
+    EXPECT_TRUE(tablet.penInRange());
+    EXPECT_EQ(tablet.strokePressure(), 100);
+    AlphaPlane light, full;
+    ASSERT_TRUE(light.reset(6, 3, 0));
+    ASSERT_TRUE(full.reset(6, 3, 0));
+    drawSegment(light, 0, 1, 5, 1, tablet.strokePressure());
+    lh::platform::spine().penPacket.emit(false, 0);
+    EXPECT_EQ(tablet.strokePressure(), 255);
+    drawSegment(full, 0, 1, 5, 1, tablet.strokePressure());
+    EXPECT_EQ(light.at(2, 1), 99);
+    EXPECT_EQ(full.at(2, 1), 254);
+    tablet.inject(true, 5000);  // beyond the pen's range: its hardest
+    EXPECT_EQ(tablet.strokePressure(), 255);
+    tablet.inject(false, 0);
 }
 
 TEST(LayerPixels, SplitStrokesInkLikeOne) {

@@ -78,6 +78,7 @@ struct HostLogin {
                 session->sendTo(encodeTextMessage(tags::IDLSR, std::string(key)), *from);
             }
         }
+        if (!from->name.empty()) session->joined().emit(*from);
         return HandlerResult::Handled;
     }
 

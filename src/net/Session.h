@@ -116,6 +116,9 @@ public:
     // what it kept for that user (typing marks, pointers, shared windows).
     void setDepartureHandler(std::function<void(SessionPeer&)> handler) { departure = std::move(handler); }
     platform::Signal<void(SessionPeer&)>& departed() { return departedSignal; }
+    // Host: a logged-in client asked for the list of who is here, the last
+    // step of its join: subsystems hand it what it must know (tokens).
+    platform::Signal<void(SessionPeer&)>& joined() { return joinedSignal; }
     // Client: the host connection ended; called once.
     void setHostLostHandler(std::function<void(const std::string& reason)> h) { onHostLost = std::move(h); }
 
@@ -159,6 +162,7 @@ private:
     std::string lostReason;
     std::map<std::string, MessageHandler, std::less<>> handlers;
     platform::Signal<void(SessionPeer&)> departedSignal;
+    platform::Signal<void(SessionPeer&)> joinedSignal;
     std::function<void(const std::string&)> systemLine;
     std::function<void(SessionPeer&)> departure;
     std::function<void(const std::string&)> onHostLost;

@@ -109,6 +109,15 @@ struct DesktopSignals {
     // A drag ended on the bare Desktop: no die and no object took it. Answers
     // 1 when handled (a link opens its window, a token stays on the Desktop).
     platform::Signal<int(int32_t x, int32_t y, uint32_t flags, DesktopObject& source)> desktopDrop;
+
+    // What stands on windows besides their controls (tokens): a top-level
+    // window opened with its controls built, or closed for good; the object
+    // at a point of a window above its controls (the first answer wins);
+    // and a drop on a window that no control took, answering 1 if handled.
+    platform::Signal<void(Window& window)> windowOpened;
+    platform::Signal<void(Window& window)> windowClosed;
+    platform::Signal<DesktopObject*(Window& window, int32_t x, int32_t y)> windowObjectAt;
+    platform::Signal<int(Window& window, uint32_t position, DesktopObject& source)> windowDrop;
 };
 
 DesktopSignals& desktopSignals();

@@ -12,6 +12,7 @@
 #include "render/RenderContext.h"
 #include "ui/ControlFactory.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
 #include "ui/FrameDef.h"
 #include "ui/Lights.h"
 #include "ui/RulesetData.h"
@@ -95,7 +96,7 @@ void Window::Open(db::DbNode* parentNode, bool list) {
     }
     if (windowClass.sheetData) BuildControls(*this, *windowClass.sheetData, record, {});
     Layout(true, false);
-    // FIXME: tokens kept under "class:record" come back here once tokens exist.
+    if (!parentWindow && !isList) desktopSignals().windowOpened.emit(*this);
     if (!parentWindow) platform::trace("window opened %s %s", windowClass.name.c_str(), name.c_str());
 }
 
@@ -117,7 +118,7 @@ void Window::Close(bool force) {
     if (!parentWindow) home->Remove(this);
     for (auto& [key, sub] : subWindows) sub->Close(false);
     stopObserving();
-    // FIXME: tokens standing on the window are kept under "class:record" here.
+    if (!parentWindow && !isList) desktopSignals().windowClosed.emit(*this);
     if (!parentWindow) platform::trace("window closed %s %s", windowClass.name.c_str(), name.c_str());
 }
 
@@ -305,6 +306,13 @@ void Window::Draw(render::RenderContext& context, const render::Rect& clip) {
 DesktopObject* Window::HitTest(int32_t x, int32_t y) {
     if (closed || !rect.contains(x, y)) return nullptr;
     if (minimized) return this;
+    if (!parentWindow) {
+        DesktopObject* above = nullptr;
+        desktopSignals().windowObjectAt.forEach([&](const auto& h) {
+            if (!above) above = h(*this, x, y);
+        });
+        if (above) return above;
+    }
     for (auto it = controls.rbegin(); it != controls.rend(); ++it) {
         if (DesktopObject* hit = (*it)->HitTest(x - rect.left, y - rect.top)) return hit;
     }

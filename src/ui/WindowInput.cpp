@@ -103,8 +103,13 @@ int Window::MouseDrop(int message, uint32_t flags, uint32_t position, DesktopObj
     if (activeSubWindow && activeSubWindow->rect.contains(mouse::xOf(position), mouse::yOf(position))) {
         if (int taken = activeSubWindow->MouseDrop(message, flags, position, source)) return taken;
     }
-    // FIXME: a token payload (kind 4) is placed on the window here once
-    // tokens exist; everything else is ignored.
+    // Tokens are placed by their own subsystem; everything else is ignored.
+    if (source && !parentWindow) {
+        int taken = 0;
+        desktopSignals().windowDrop.forEach([&](const auto& h) {
+            if (!taken) taken = h(*this, position, *source);
+        });
+    }
     return 1;
 }
 

@@ -1,0 +1,66 @@
+// Tokens and pointers join the program: the library is read (archive, then
+// disk; on the host the shared, host-only and Campaign folders too), the
+// TOKENBAG tag is registered, and the desk takes the session's token and
+// pointer messages and the Desktop's pointer input.
+#include <memory>
+
+#include "db/Campaign.h"
+#include "db/SessionMode.h"
+#include "net/FileExchange.h"
+#include "net/FileFetch.h"
+#include "net/FileStamp.h"
+#include "net/Session.h"
+#include "render/GraphicsDevice.h"
+#include "table/TokenBag.h"
+#include "table/TokenDesk.h"
+#include "table/TokenLibrary.h"
+#include "ui/Subsystems.h"
+
+namespace lh::table {
+
+namespace {
+
+std::unique_ptr<TokenDesk>& desk() {
+    static std::unique_ptr<TokenDesk> d;
+    return d;
+}
+
+void loadLibrary(bool host, net::FileExchange* files) {
+    TokenLibrary& library = tokenLibrary();
+    library.setHost(host);
+    if (files) {
+        library.setFetcher([files](const std::string& name) {
+            return files->fetchFromHost(tokenPathOf(name), net::FetchKind::TokenBitmap, net::FileTime{}, name);
+        });
+        files->setEndHandler(net::FetchKind::TokenBitmap, [](net::FileFetch& fetch, int result) {
+            if (result <= 0) return;
+            tokenLibrary().pictureArrived(fetch.nodePath, fetch.buffer().data(), fetch.buffer().size());
+            render::GraphicsDevice::Get().Invalidate(nullptr);
+        });
+    }
+    library.LoadArchiveFolder("data/tokens/", false);
+    library.LoadFolder("data\\tokens", false);
+    if (!host) return;
+    library.LoadFolder("tokens\\shared", false);
+    library.LoadFolder("tokens\\host", true);
+    library.LoadFolder(db::campaignPath("tokens"), true);
+}
+
+void start(const ui::SubsystemStart& s) {
+    registerTokenBag();
+    const bool host = s.mode != db::SessionMode::Join;
+    net::FileExchange* files = s.session && !s.session->isHost() ? net::FileExchange::current() : nullptr;
+    loadLibrary(host, files);
+    desk() = std::make_unique<TokenDesk>(s.desktop, s.session, host);
+}
+
+void stop() {
+    desk().reset();
+    tokenLibrary().setFetcher({});
+}
+
+ui::SubsystemRegistration registration{"tokens", 45, start, stop};
+
+}  // namespace
+
+}  // namespace lh::table

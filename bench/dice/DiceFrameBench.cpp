@@ -115,6 +115,26 @@ void BM_FrameWithoutDice(benchmark::State& state) {
 }
 BENCHMARK(BM_FrameWithoutDice)->Unit(benchmark::kMillisecond);
 
+// Neither dice nor the Desktop picture: what the frame costs by itself (the
+// clears, the copy to the window, the read-back).
+void BM_FrameEmpty(benchmark::State& state) {
+    Table& t = table();
+    if (!t.ok) {
+        state.SkipWithError("no OpenGL device");
+        return;
+    }
+    while (t.world.dice().size() > 0) t.world.Remove(t.world.dice().back().get());
+    app::setDesktopImage(nullptr);
+    for (auto _ : state) {
+        render::GraphicsDevice::Get().Invalidate(nullptr);
+        benchmark::DoNotOptimize(app::DrawFrame());
+        std::vector<uint32_t> px;
+        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
+    }
+    app::setDesktopImage(&t.desktop);
+}
+BENCHMARK(BM_FrameEmpty)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 
 BENCHMARK_MAIN();

@@ -151,7 +151,8 @@ ui::ChatLineDraft draftOf(CommandChatLine line, bool onHost) {
     draft.indicator = std::move(line.indicator);
     draft.turnMarker = line.turnMarker;
     if (line.die) draft.attachment = toChatResult(*line.die, onHost);
-    // A poll line shows its question; the boxes come with the polls.
+    // A poll line shows its question above a box for each character in play.
+    else if (line.poll) draft.attachment = ui::makePoll();
     return draft;
 }
 

@@ -49,6 +49,7 @@ void Bitmap::Release() {
     width = height = 0;
     state = Empty;
     locked = false;
+    opaque = false;
 }
 
 bool Bitmap::LoadFromPixels(uint32_t w, uint32_t h, const uint32_t* argb) {
@@ -98,6 +99,7 @@ bool Bitmap::makeTexture() {
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 0);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+    findOpaque();
     const void* data = state == RenderTarget ? nullptr : pixels.data();
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, GLsizei(width), GLsizei(height), 0, GL_BGRA,
                  GL_UNSIGNED_INT_8_8_8_8_REV, data);
@@ -125,12 +127,23 @@ void Bitmap::upload() {
         return;
     }
     GraphicsDevice::Get().pipeline().flush();
+    findOpaque();
     glBindTexture(GL_TEXTURE_2D, texture);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
     glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, GLsizei(width), GLsizei(height), GL_BGRA,
                     GL_UNSIGNED_INT_8_8_8_8_REV, pixels.data());
     glBindTexture(GL_TEXTURE_2D, 0);
+}
+
+void Bitmap::findOpaque() {
+    opaque = state != RenderTarget && !pixels.empty();
+    for (uint32_t p : pixels) {
+        if (p < 0xFF000000u) {
+            opaque = false;
+            break;
+        }
+    }
 }
 
 bool Bitmap::Lock() {

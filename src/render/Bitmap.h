@@ -72,6 +72,11 @@ public:
     // owner that paints its picture anew over the whole of it.
     void ClearTarget();
 
+    // Every pixel's alpha is 255: drawn in a colour of full alpha it covers
+    // what lies under it, so it needs no blending. Known once the pixels are
+    // on the device; a render target never counts as opaque.
+    bool IsOpaque() const { return opaque; }
+
     // GL texture name; 0 when there is nothing to draw. A picture filled
     // before the device existed gets its texture here, on first use.
     unsigned Texture();
@@ -82,6 +87,7 @@ public:
 private:
     bool makeTexture();
     void upload();
+    void findOpaque();
     void releaseGl();
 
     unsigned texture = 0;
@@ -89,6 +95,7 @@ private:
     uint32_t width = 0, height = 0;
     int state = Empty;
     bool locked = false;
+    bool opaque = false;
     std::vector<uint32_t> pixels;
     std::unique_ptr<RenderContext> renderContext;
 };

@@ -46,6 +46,18 @@ void main() {
 }
 )";
 
+// A sprite whose texels and colour all have full alpha: nothing to discard,
+// and drawn with blending off.
+const char* kOpaqueSpriteShader = R"(#version 330 core
+uniform sampler2D uTexture;
+in vec2 vAux;
+in vec4 vColor;
+out vec4 fragColor;
+void main() {
+    fragColor = texelFetch(uTexture, ivec2(floor(vAux)), 0) * vColor;
+}
+)";
+
 // A part of a texture repeated: vAux counts texels from the corner of the
 // pattern, and wraps inside the source rectangle, which is part of a larger
 // picture (so the texture's own repeat cannot do it). The source travels
@@ -98,21 +110,23 @@ Pipeline2D::~Pipeline2D() {
 bool Pipeline2D::create(std::string& error) {
     spriteProgram = linkGlProgram(kVertexShader, kSpriteShader, error);
     if (!spriteProgram) return false;
-    lineProgram = linkGlProgram(kVertexShader, kLineShader, error);
+    opaqueProgram = linkGlProgram(kVertexShader, kOpaqueSpriteShader, error);
+    lineProgram = opaqueProgram ? linkGlProgram(kVertexShader, kLineShader, error) : 0;
     tiledProgram = lineProgram ? linkGlProgram(kVertexShader, kTiledShader, error) : 0;
-    if (!lineProgram || !tiledProgram) {
+    if (!tiledProgram) {
         release(false);
         return false;
     }
-    tiledProjection = glGetUniformLocation(tiledProgram, "uProjection");
-    glUseProgram(tiledProgram);
-    glUniform1i(glGetUniformLocation(tiledProgram, "uTexture"), 0);
-    spriteProjection = glGetUniformLocation(spriteProgram, "uProjection");
-    spriteTexture = glGetUniformLocation(spriteProgram, "uTexture");
-    lineProjection = glGetUniformLocation(lineProgram, "uProjection");
-    glUseProgram(spriteProgram);
-    glUniform1i(spriteTexture, 0);
+    // Texture unit 0 for the textured programs, once.
+    for (unsigned program : {spriteProgram, opaqueProgram, tiledProgram}) {
+        glUseProgram(program);
+        glUniform1i(glGetUniformLocation(program, "uTexture"), 0);
+    }
     glUseProgram(0);
+    spriteProjection = glGetUniformLocation(spriteProgram, "uProjection");
+    opaqueProjection = glGetUniformLocation(opaqueProgram, "uProjection");
+    tiledProjection = glGetUniformLocation(tiledProgram, "uProjection");
+    lineProjection = glGetUniformLocation(lineProgram, "uProjection");
 
     glGenVertexArrays(1, &vao);
     glGenBuffers(1, &vbo);
@@ -137,13 +151,12 @@ bool Pipeline2D::create(std::string& error) {
 
 void Pipeline2D::release(bool contextGone) {
     if (!contextGone) {
-        if (spriteProgram) glDeleteProgram(spriteProgram);
-        if (lineProgram) glDeleteProgram(lineProgram);
-        if (tiledProgram) glDeleteProgram(tiledProgram);
+        for (unsigned program : {spriteProgram, opaqueProgram, lineProgram, tiledProgram})
+            if (program) glDeleteProgram(program);
         if (vbo) glDeleteBuffers(1, &vbo);
         if (vao) glDeleteVertexArrays(1, &vao);
     }
-    spriteProgram = lineProgram = tiledProgram = vao = vbo = 0;
+    spriteProgram = opaqueProgram = lineProgram = tiledProgram = vao = vbo = 0;
     batch.clear();
     mode = Mode::None;
     boundTexture = 0;
@@ -184,9 +197,9 @@ void Pipeline2D::quad(const Vertex& a, const Vertex& b, const Vertex& c, const V
 }
 
 void Pipeline2D::addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0,
-                           float u1, float v1, uint32_t argb) {
+                           float u1, float v1, uint32_t argb, bool opaque) {
     if (!isReady() || !texture) return;
-    use(Mode::Sprite, texture);
+    use(opaque ? Mode::OpaqueSprite : Mode::Sprite, texture);
     uint32_t c = packColor(argb);
     quad({x0, y0, u0, v0, c}, {x1, y0, u1, v0, c}, {x1, y1, u1, v1, c}, {x0, y1, u0, v1, c});
 }
@@ -242,14 +255,18 @@ void Pipeline2D::flush() {
         batch.clear();
         return;
     }
-    GLuint program = mode == Mode::Sprite ? spriteProgram : mode == Mode::Tiled ? tiledProgram : lineProgram;
+    GLuint program = lineProgram;
+    GLint projectionAt = lineProjection;
+    switch (mode) {
+    case Mode::Sprite: program = spriteProgram, projectionAt = spriteProjection; break;
+    case Mode::OpaqueSprite: program = opaqueProgram, projectionAt = opaqueProjection; break;
+    case Mode::Tiled: program = tiledProgram, projectionAt = tiledProjection; break;
+    default: break;
+    }
     glUseProgram(program);
     glm::mat4 projection = glm::ortho(0.0f, float(targetW), 0.0f, float(targetH));
-    glUniformMatrix4fv(mode == Mode::Sprite  ? spriteProjection
-                       : mode == Mode::Tiled ? tiledProjection
-                                             : lineProjection,
-                       1, GL_FALSE, glm::value_ptr(projection));
-    if (mode == Mode::Sprite || mode == Mode::Tiled) {
+    glUniformMatrix4fv(projectionAt, 1, GL_FALSE, glm::value_ptr(projection));
+    if (mode != Mode::Line) {
         glActiveTexture(GL_TEXTURE0);
         glBindTexture(GL_TEXTURE_2D, boundTexture);
     }
@@ -257,7 +274,11 @@ void Pipeline2D::flush() {
     glBindBuffer(GL_ARRAY_BUFFER, vbo);
     // A new store each time: the driver need not wait for the last draw.
     glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(batch.size() * sizeof(Vertex)), batch.data(), GL_STREAM_DRAW);
+    // An opaque batch is the same picture with blending or without it.
+    const bool unblended = mode == Mode::OpaqueSprite && glIsEnabled(GL_BLEND);
+    if (unblended) glDisable(GL_BLEND);
     glDrawArrays(GL_TRIANGLES, 0, GLsizei(batch.size()));
+    if (unblended) glEnable(GL_BLEND);
     batch.clear();
 }
 

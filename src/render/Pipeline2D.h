@@ -1,5 +1,6 @@
-// The GL objects behind all two-dimensional drawing: two shader programs
-// (textured quads tinted by a colour, and antialiased line quads), one vertex
+// The GL objects behind all two-dimensional drawing: shader programs for
+// textured quads tinted by a colour (blended, opaque, or a repeated part of a
+// picture) and for antialiased line quads, one vertex
 // array and a streamed vertex buffer. Quads collect in a CPU batch that is
 // sent whenever the program or texture changes and before anything else
 // touches GL state; primitives in one draw keep their order, so the picture
@@ -35,9 +36,12 @@ public:
     void begin2D();
 
     // A quad covering [x0,x1) x [y0,y1) showing texels [u0,u1) x [v0,v1) of
-    // `texture` (in texels), multiplied by `argb`.
+    // `texture` (in texels), multiplied by `argb`. `opaque`: every texel and
+    // the colour have full alpha, so the quad replaces what is under it and
+    // goes without blending, which a software rasterizer does much faster
+    // (the Desktop picture covers every frame).
     void addSprite(unsigned texture, float x0, float y0, float x1, float y1, float u0, float v0, float u1,
-                   float v1, uint32_t argb);
+                   float v1, uint32_t argb, bool opaque = false);
     // A quad covering [x0,x1) x [y0,y1) showing the texels of `source`
     // (x, y, width, height in texels) repeated, its first pixel at
     // (offsetX, offsetY) into the pattern; multiplied by `argb`.
@@ -58,13 +62,12 @@ private:
         uint32_t color;  // RGBA bytes in memory order, for GL_UNSIGNED_BYTE normalised
         float source[4] = {0, 0, 0, 0};  // tiled quads: the repeated part (x, y, width, height)
     };
-    enum class Mode { None, Sprite, Line, Tiled };
+    enum class Mode { None, Sprite, OpaqueSprite, Line, Tiled };
     void use(Mode mode, unsigned texture);
     void quad(const Vertex& a, const Vertex& b, const Vertex& c, const Vertex& d);
 
-    unsigned spriteProgram = 0, lineProgram = 0, tiledProgram = 0;
-    int spriteProjection = -1, lineProjection = -1, spriteTexture = -1;
-    int tiledProjection = -1;
+    unsigned spriteProgram = 0, opaqueProgram = 0, lineProgram = 0, tiledProgram = 0;
+    int spriteProjection = -1, opaqueProjection = -1, lineProjection = -1, tiledProjection = -1;
     unsigned vao = 0, vbo = 0;
     std::vector<Vertex> batch;
     Mode mode = Mode::None;

@@ -85,7 +85,8 @@ void RenderContext::DrawBitmapPart(Bitmap& bitmap, const Rect& source, int32_t x
     if (!texture) return;
     float u0 = float(src.left + piece.left - dx), v0 = float(src.top + piece.top - dy);
     pipe().addSprite(texture, float(piece.left), float(piece.top), float(piece.right), float(piece.bottom),
-                     u0, v0, u0 + float(piece.width()), v0 + float(piece.height()), argb);
+                     u0, v0, u0 + float(piece.width()), v0 + float(piece.height()), argb,
+                     bitmap.IsOpaque() && (argb >> 24) == 0xFF);
 }
 
 void RenderContext::DrawBitmapTiled(Bitmap& bitmap, const Rect& source, const Rect& target, uint32_t argb,

@@ -7,10 +7,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <csignal>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "support/TestSupport.h"
 
@@ -60,21 +62,51 @@ std::string stopAfter(const std::string& trace, const std::string& after) {
     return trace.substr(at, trace.find('\n', at) - at);
 }
 
-TEST(DiceProcess, ARollLooksAlikeOnBothMachinesAndOnlyTheThrowerReadsIt) {
+// The Gamemaster's program and a player's ("Ann" as "Hero"), each playing
+// its script, with fixed seeds; both are ended when the test is done.
+struct TwoMachines {
     TempDir h, c;
-    const uint16_t port = freeTcpPort();
-    writeFile(h.path() / "steps.txt", std::string("wait 14000\n") + kThrow + "wait 40000\nquit 0\n");
-    writeFile(c.path() / "steps.txt", std::string("wait 3000\n") + kThrow + "wait 40000\nquit 0\n");
-    const auto hostTrace = h.path() / "trace.txt", clientTrace = c.path() / "trace.txt";
-    ChildProcess host(builtProgram("lorehaven"),
-                      {"--workdir", h.str(), "--host", "--campaign", "Dice", "--gm", "GM", "p" + std::to_string(port),
-                       "--script", (h.path() / "steps.txt").string()},
-                      {"LOREHAVEN_TRACE=" + hostTrace.string(), "LOREHAVEN_DICE_SEED=5"});
-    ASSERT_TRUE(waitFor(hostTrace, " frame\n", host)) << host.errors();  // listening by then
-    ChildProcess client(builtProgram("lorehaven"),
-                        {"--workdir", c.str(), "--join", "127.0.0.1", "--user", "Ann", "--identity", "Hero",
-                         "p" + std::to_string(port), "--script", (c.path() / "steps.txt").string()},
-                        {"LOREHAVEN_TRACE=" + clientTrace.string(), "LOREHAVEN_DICE_SEED=6"});
+    std::filesystem::path hostTrace = h.path() / "trace.txt", clientTrace = c.path() / "trace.txt";
+    std::unique_ptr<ChildProcess> hostProgram, clientProgram;
+
+    // False (with the host's errors in `why`) when the host never drew.
+    bool start(const std::string& hostSteps, const std::string& clientSteps, std::string& why) {
+        const uint16_t port = freeTcpPort();
+        writeFile(h.path() / "steps.txt", hostSteps);
+        writeFile(c.path() / "steps.txt", clientSteps);
+        hostProgram = std::make_unique<ChildProcess>(
+            builtProgram("lorehaven"),
+            std::vector<std::string>{"--workdir", h.str(), "--host", "--campaign", "Dice", "--gm", "GM",
+                                     "p" + std::to_string(port), "--script", (h.path() / "steps.txt").string()},
+            std::vector<std::string>{"LOREHAVEN_TRACE=" + hostTrace.string(), "LOREHAVEN_DICE_SEED=5"});
+        if (!waitFor(hostTrace, " frame\n", *hostProgram)) {  // listening by then
+            why = hostProgram->errors();
+            return false;
+        }
+        clientProgram = std::make_unique<ChildProcess>(
+            builtProgram("lorehaven"),
+            std::vector<std::string>{"--workdir", c.str(), "--join", "127.0.0.1", "--user", "Ann", "--identity",
+                                     "Hero", "p" + std::to_string(port), "--script",
+                                     (c.path() / "steps.txt").string()},
+            std::vector<std::string>{"LOREHAVEN_TRACE=" + clientTrace.string(), "LOREHAVEN_DICE_SEED=6"});
+        return true;
+    }
+    ~TwoMachines() {
+        for (ChildProcess* p : {hostProgram.get(), clientProgram.get()})
+            if (p) p->signal(SIGTERM);
+        for (ChildProcess* p : {hostProgram.get(), clientProgram.get()})
+            if (p) p->wait(30s);
+    }
+};
+
+TEST(DiceProcess, ARollLooksAlikeOnBothMachinesAndOnlyTheThrowerReadsIt) {
+    TwoMachines m;
+    std::string why;
+    ASSERT_TRUE(m.start(std::string("wait 14000\n") + kThrow + "wait 40000\nquit 0\n",
+                        std::string("wait 3000\n") + kThrow + "wait 40000\nquit 0\n", why))
+        << why;
+    const auto &hostTrace = m.hostTrace, &clientTrace = m.clientTrace;
+    ChildProcess &host = *m.hostProgram, &client = *m.clientProgram;
 
     // The player's throw: read on the player's machine, played on the host's.
     ASSERT_TRUE(waitFor(clientTrace, " dice result d20=", client)) << readFile(clientTrace) << client.errors();
@@ -101,11 +133,6 @@ TEST(DiceProcess, ARollLooksAlikeOnBothMachinesAndOnlyTheThrowerReadsIt) {
     ASSERT_FALSE(secret.empty());
     EXPECT_TRUE(waitFor(clientTrace, secret + "\n", client)) << secret << readFile(clientTrace);
     EXPECT_EQ(readFile(clientTrace).find(" dice result ?"), std::string::npos);
-
-    host.signal(SIGTERM);
-    client.signal(SIGTERM);
-    host.wait(30s);
-    client.wait(30s);
 }
 
 // The chat line of a die result (" chat die d6=4,d6=1:2 total 7") that
@@ -117,23 +144,16 @@ std::string chatDieLine(const std::string& trace, const std::string& prefix) {
 }
 
 TEST(DiceProcess, ThrownAndTypedRollsBecomeOneChatLineOnBothMachines) {
-    TempDir h, c;
-    const uint16_t port = freeTcpPort();
-    writeFile(h.path() / "steps.txt",
-              "await chat die d6=\nwait 300\ntext /d 2d4 Hit\nkey Return\nwait 60000\nquit 0\n");
-    writeFile(c.path() / "steps.txt", std::string("wait 3000\n") + kThrow +
-                                          "await chat die d20=\nwait 300\ntext /die 3d6+2 Attack\nkey Return\n"
-                                          "wait 60000\nquit 0\n");
-    const auto hostTrace = h.path() / "trace.txt", clientTrace = c.path() / "trace.txt";
-    ChildProcess host(builtProgram("lorehaven"),
-                      {"--workdir", h.str(), "--host", "--campaign", "Dice", "--gm", "GM", "p" + std::to_string(port),
-                       "--script", (h.path() / "steps.txt").string()},
-                      {"LOREHAVEN_TRACE=" + hostTrace.string(), "LOREHAVEN_DICE_SEED=5"});
-    ASSERT_TRUE(waitFor(hostTrace, " frame\n", host)) << host.errors();
-    ChildProcess client(builtProgram("lorehaven"),
-                        {"--workdir", c.str(), "--join", "127.0.0.1", "--user", "Ann", "--identity", "Hero",
-                         "p" + std::to_string(port), "--script", (c.path() / "steps.txt").string()},
-                        {"LOREHAVEN_TRACE=" + clientTrace.string(), "LOREHAVEN_DICE_SEED=6"});
+    TwoMachines m;
+    std::string why;
+    ASSERT_TRUE(m.start("await chat die d6=\nwait 300\ntext /d 2d4 Hit\nkey Return\nwait 60000\nquit 0\n",
+                        std::string("wait 3000\n") + kThrow +
+                            "await chat die d20=\nwait 300\ntext /die 3d6+2 Attack\nkey Return\n"
+                            "wait 60000\nquit 0\n",
+                        why))
+        << why;
+    const auto &hostTrace = m.hostTrace, &clientTrace = m.clientTrace;
+    ChildProcess &host = *m.hostProgram, &client = *m.clientProgram;
 
     // The thrown die: read on the player's machine, its line in both chats
     // with the reading that stopped on the table.
@@ -163,11 +183,6 @@ TEST(DiceProcess, ThrownAndTypedRollsBecomeOneChatLineOnBothMachines) {
     const std::string gm = chatDieLine(readFile(hostTrace), "d4=");
     EXPECT_TRUE(waitFor(clientTrace, gm + "\n", client)) << gm << readFile(clientTrace);
     EXPECT_NE(readFile(clientTrace).find("] Hit\n"), std::string::npos);
-
-    host.signal(SIGTERM);
-    client.signal(SIGTERM);
-    host.wait(30s);
-    client.wait(30s);
 }
 
 }  // namespace

@@ -222,6 +222,13 @@ TEST_F(DefaultRulesetContent, EveryFileParsesAndEveryNamedThingExists) {
     for (const std::string* icon : {&s.chatWindow.waitIconName, &s.chatWindow.speakIcon, &s.chatWindow.actionIcon,
                                     &s.chatWindow.emoteIcon, &s.chatWindow.oocIcon})
         EXPECT_NE(findIcon(*icon), nullptr) << *icon;
+    ASSERT_TRUE(s.modifierCollector.present);
+    for (const std::string* icon : {&s.modifierCollector.baseName, &s.modifierCollector.focusName,
+                                    &s.modifierCollector.counterName})
+        EXPECT_NE(findIcon(*icon), nullptr) << *icon;
+    for (const std::string* font : {&s.modifierCollector.modFontName, &s.modifierCollector.labelFontName})
+        EXPECT_NE(findFont(*font), nullptr) << *font;
+    EXPECT_GT(s.modifierCollector.limit, 0);
     ASSERT_TRUE(s.viewerList.frame && s.viewerList.mask);
     EXPECT_FALSE(s.viewerList.frame->IsEmpty());
     EXPECT_EQ(s.viewerList.frame->GetWidth(), s.viewerList.mask->GetWidth());

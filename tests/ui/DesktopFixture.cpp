@@ -90,6 +90,7 @@ const char* const kWindowRuleset = R"(<root>
     <datasource name="notes"/><softclose/><minimize icon="mini"/><defaultsize width="200" height="120"/>
     <defaultposition x="40" y="30"/>
   </windowclass>
+  <windowclass name="keeper"><datasource name="keepers"/><nodelete/><defaultsize width="100" height="100"/></windowclass>
   <windowclass name="flow">
     <defaultsize width="200" height="300"/>
     <sheetdata>

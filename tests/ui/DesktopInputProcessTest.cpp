@@ -27,11 +27,14 @@ const char* kBase = R"(<root>
   <icon name="closeremote" file="rulesets\InTest\red.png"/>
   <icon name="broadcast" file="rulesets\InTest\blue.png"/>
   <icon name="opener" file="rulesets\InTest\grey.png"/>
+  <font name="mini_name"><face value="DejaVu Sans"/><size value="12"/><color value="FF0000"/></font>
+  <framedef name="mini_name"><bitmap file="rulesets\InTest\yellow.png"/><middle rect="0,0,6,6"/></framedef>
   <framedef name="green"><bitmap file="rulesets\InTest\green.png"/><middle rect="0,0,6,6"/></framedef>
   <framedef name="yellow"><bitmap file="rulesets\InTest\yellow.png"/><middle rect="0,0,6,6"/></framedef>
   <windowclass name="sheet">
     <frame name="green"/><datasource name="sheets"/><sharable/><dynamic/>
     <defaultsize width="200" height="150"/><defaultposition x="100" y="100"/>
+    <sheetdata><stringcontrol name="title"><bounds rect="150,120,40,20"/></stringcontrol></sheetdata>
   </windowclass>
   <windowclass name="plain">
     <frame name="yellow"/><datasource name="plains"/>
@@ -58,18 +61,9 @@ const char* kBase = R"(<root>
 
 constexpr uint32_t kWhite = 0xFFFFFF, kRed = 0xFF0000, kBlue = 0x0000FF, kGreen = 0x00C000, kYellow = 0xE0E000;
 
-void writePictures(const ScriptedDesktop& desk) {
-    desk.writeSquare("white.png", 16, 0xFFFFFFFF);
-    desk.writeSquare("grey.png", 16, 0xFF808080);
-    desk.writeSquare("red.png", 24, 0xFFFF0000);
-    desk.writeSquare("blue.png", 24, 0xFF0000FF);
-    desk.writeSquare("green.png", 6, 0xFF00C000);
-    desk.writeSquare("yellow.png", 6, 0xFFE0E000);
-}
-
 class DesktopInputProcess : public ::testing::Test {
 protected:
-    void SetUp() override { writePictures(desk); }
+    void SetUp() override { desk.writePalette(); }
     // Runs a host on the Ruleset with the script; answers the exit code.
     int runScript(const char* script) { return desk.runHost(script); }
     std::string trace() { return desk.trace(); }
@@ -84,6 +78,9 @@ TEST_F(DesktopInputProcess, TheDesktopMenuShowsAndItsExitEndsWithMinusOne) {
     EXPECT_EQ(runScript(R"(click right 600 500
 wait 50
 screenshot menu
+move 600 425
+wait 50
+screenshot label
 click left 600 420
 wait 50
 screenshot confirm
@@ -102,6 +99,17 @@ quit 0
     EXPECT_EQ(menu.at(600, 420), kRed);    // "Exit program"
     EXPECT_EQ(menu.at(680, 500), kBlue);   // "Maximize window"
     EXPECT_NE(menu.at(600, 580), kRed);
+    // The mouse over "Exit program" without a button: the menu stays, and
+    // the label stands on the hub in its frame, as wide as the text.
+    auto frameWidth = [](const Shot& s) {
+        uint32_t n = 0;
+        for (uint32_t x = 500; x < 700; ++x) n += s.at(x, 507) == kYellow;
+        return n;
+    };
+    EXPECT_EQ(frameWidth(menu), 0u);
+    Shot label = shot("label");
+    EXPECT_GT(frameWidth(label), 50u);
+    EXPECT_EQ(label.at(600, 420), kRed);
     // Only the deepest ring shows: the confirmation around the old slot.
     Shot confirm = shot("confirm");
     EXPECT_EQ(confirm.at(600, 420), kWhite);  // its hub
@@ -110,15 +118,21 @@ quit 0
 }
 
 TEST_F(DesktopInputProcess, AWindowClosesFromItsOwnMenuUnderTheMouse) {
+    // The sheet's field has the keyboard and the mouse when its window
+    // closes from the menu; what is typed next goes to the chat entry.
     EXPECT_EQ(runScript(R"(click left 924 25
 wait 50
-move 150 150
-click left 150 150
-click right 150 150
-click left 150 70
+click left 260 230
+text before
+move 260 230
+click right 260 230
+click left 260 150
 wait 50
-move 151 151
+move 261 231
 screenshot closed
+text after
+key Return
+wait 50
 click left 150 150
 quit 0
 )"),
@@ -127,6 +141,12 @@ quit 0
     const std::string lines = trace();
     EXPECT_NE(lines.find("window opened sheet 00001\n"), std::string::npos) << lines;
     EXPECT_NE(lines.find("window closed sheet 00001\n"), std::string::npos) << lines;
+    // The field let go of the keyboard as its window went, and kept its
+    // text; the chat entry took what came after.
+    EXPECT_NE(lines.find("record sheets.00001", lines.find("window closed sheet 00001")), std::string::npos)
+        << lines;
+    EXPECT_NE(readFile(desk.work.path() / "campaigns" / "C" / "db.xml").find("before"), std::string::npos);
+    EXPECT_NE(lines.find("] after\n"), std::string::npos) << lines;
     EXPECT_NE(shot("closed").at(150, 150), kGreen);
 }
 
@@ -214,8 +234,8 @@ quit 0
 
 TEST(DesktopShare, ShareSheetOpensOnTheClientAndCloseForAllClosesIt) {
     ScriptedDesktop h("InTest", kBase), c("InTest", kBase);
-    writePictures(h);
-    writePictures(c);
+    h.writePalette();
+    c.writePalette();
     const uint16_t port = freeTcpPort();
     // The host opens the sheet, waits for the player, shares the sheet from
     // its window menu (slot 6, west), waits until the player has asked for

@@ -33,12 +33,7 @@ constexpr uint32_t kWhite = 0xFFFFFF, kBlue = 0x0000FF, kGreen = 0x00C000, kYell
 
 TEST(DesktopResize, TheDesktopFollowsTheMainWindowsSizeDownToItsLeast) {
     ScriptedDesktop desk("SizeTest", kBase);
-    desk.writeSquare("white.png", 16, 0xFFFFFFFF);
-    desk.writeSquare("grey.png", 16, 0xFF808080);
-    desk.writeSquare("red.png", 24, 0xFFFF0000);
-    desk.writeSquare("blue.png", 24, 0xFF0000FF);
-    desk.writeSquare("green.png", 6, 0xFF00C000);
-    desk.writeSquare("yellow.png", 6, 0xFFE0E000);
+    desk.writePalette();
     ASSERT_EQ(desk.runHost(R"(screenshot small
 resize 1280 900
 await desktop sized 1280 900

@@ -49,6 +49,8 @@ const char* kBase = R"(<?xml version="1.0" encoding="iso-8859-1"?>
     <frame name="box2" />
     <datasource name="charsheet" />
     <sharable /><notokens /><minimize icon="d6" />
+    <playercontrol /><softclose /><nodelete /><usepointers control="map" />
+    <defaultposition x="-20" y="7" />
     <defaultsize width="50" height="300" />
     <minimumsize width="80" height="120" />
     <dynamic minvmargin="4,6" resize="vertical" control="host" />

@@ -100,6 +100,12 @@ TEST_F(RulesetLoad, FolderFillsTheMapsInDocumentOrder) {
     EXPECT_EQ(findFrame(sheet->frameName), box2);
     EXPECT_EQ(sheet->dataSource, "charsheet");
     EXPECT_TRUE(sheet->sharable && !sheet->allowTokens && sheet->canMinimize);
+    EXPECT_TRUE(sheet->playerControl && sheet->softClose && sheet->noDelete && sheet->usePointers);
+    EXPECT_FALSE(sheet->desktopWindow);
+    EXPECT_EQ(sheet->pointerControlName, "map");
+    EXPECT_TRUE(sheet->hasDefaultPosition && sheet->hasDefaultSize);
+    EXPECT_EQ(sheet->defaultX, -20);
+    EXPECT_EQ(sheet->defaultY, 7);
     EXPECT_EQ(sheet->minimizedIcon, nullptr);  // looked up as the class is read: d6 comes later
     EXPECT_EQ(sheet->minWidth, 50);            // drops to the default width
     EXPECT_EQ(sheet->minHeight, 120);

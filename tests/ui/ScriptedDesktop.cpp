@@ -25,6 +25,15 @@ void ScriptedDesktop::writeSquare(const std::string& fileName, uint32_t size, ui
               pngBytes(size, size, std::vector<uint32_t>(size_t(size) * size, argb)));
 }
 
+void ScriptedDesktop::writePalette() const {
+    writeSquare("white.png", 16, 0xFFFFFFFF);
+    writeSquare("grey.png", 16, 0xFF808080);
+    writeSquare("red.png", 24, 0xFFFF0000);
+    writeSquare("blue.png", 24, 0xFF0000FF);
+    writeSquare("green.png", 6, 0xFF00C000);
+    writeSquare("yellow.png", 6, 0xFFE0E000);
+}
+
 std::vector<std::string> ScriptedDesktop::hostArguments(uint16_t port) const {
     return {"--workdir", work.str(),  "--host",   "--campaign", "C", "--gm", "GM", "--ruleset",
             ruleset,     "--script",  (work.path() / "steps.txt").string(), "p" + std::to_string(port)};

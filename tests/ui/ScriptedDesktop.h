@@ -26,6 +26,10 @@ public:
 
     // A picture of one colour (0xAARRGGBB), size by size, in the Ruleset's folder.
     void writeSquare(const std::string& fileName, uint32_t size, uint32_t argb) const;
+    // The pictures most of these Rulesets draw with: "white.png" and
+    // "grey.png" of 16 pixels (hubs, openers), "red.png" and "blue.png" of
+    // 24 (menu entries), "green.png" and "yellow.png" of 6 (frames).
+    void writePalette() const;
     // The program as host of a Campaign on the Ruleset, playing `script`;
     // answers its exit code, and keeps what it wrote on standard error.
     int runHost(const std::string& script);

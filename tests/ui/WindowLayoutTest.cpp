@@ -135,8 +135,18 @@ TEST_F(Layout, ATallerSubWindowGrowsItsParentInOneMorePass) {
 }
 
 TEST_F(Layout, DesktopWindowsAnchorToTheFarEdges) {
+    using namespace ui::mouse;
+    Window* sheet = open("sheet");
     Window* w = desk->OpenShortcutWindow(db::SessionMode::Host);
     ASSERT_NE(w, nullptr);
+    EXPECT_EQ(w->rect, (Rect{1024 - 210, 768 - 110, 1024 - 10, 768 - 10}));
+    // It goes under the windows already open, and a press and a drag on it
+    // neither raise nor move it.
+    EXPECT_EQ(desk->windows.front().get(), w);
+    desk->MousePress(kLeftDown, kLeft, 914, 708);
+    desk->MouseMove(kLeft, 944, 728);
+    desk->MouseRelease(kLeftUp, 0, 944, 728);
+    EXPECT_EQ(desk->windows.back().get(), sheet);
     EXPECT_EQ(w->rect, (Rect{1024 - 210, 768 - 110, 1024 - 10, 768 - 10}));
     desk->OnMainWindowSized(800, 600);
     EXPECT_EQ(w->rect, (Rect{590, 490, 790, 590}));

@@ -41,7 +41,23 @@ struct RecordingNetwork : ui::WindowNetwork {
     }
     std::vector<std::string> connectedUsers() const override { return {"alice"}; }
     void sendRecord(db::DbNode&, const std::string*) override {}
-    int requestDelete(db::DbNode&) override { return -1; }
+    int requestDelete(db::DbNode& node) override {
+        deleteRequests.push_back(node.pathOf());
+        return 0;
+    }
+    std::vector<std::string> deleteRequests;
+
+    // The one message sent, read as names and a size; the test fails unless
+    // exactly one went out, of that tag.
+    ui::WindowMessage onlySent(const char* tag) const {
+        ui::WindowMessage m;
+        std::string why;
+        EXPECT_EQ(sent.size(), 1u);
+        if (sent.size() != 1) return m;
+        EXPECT_EQ(sent[0].first, tag);
+        EXPECT_TRUE(ui::decodeWindowMessage(sent[0].second, ui::WindowMessageForm::namesAndSize, m, why)) << why;
+        return m;
+    }
 };
 
 class Windows : public ::testing::Test {
@@ -163,6 +179,27 @@ TEST_F(Windows, OpenersOpenToggleAndMakeRecords) {
 
     // CLOSETOGGLE: open, minimize, restore; the record is the sheet's own.
     auto& link = *sheet->FindControl("link");
+    // Held down, the link shows its pressed icon; leaving it lets go.
+    auto drawnIcon = [&] {
+        render::RecordingRenderContext context;
+        link.Draw(context, {0, 0, 1024, 768});
+        return context.calls.empty() ? nullptr : context.calls.back().bitmap;
+    };
+    EXPECT_EQ(drawnIcon(), ui::findIcon("open"));
+    int32_t lx, ly;
+    link.GetOrigin(lx, ly);
+    // The hand shows over a link that can be dragged, the arrow beside it.
+    desk->MouseMove(0, lx + 5, ly + 5);
+    EXPECT_EQ(ui::inputState().cursor, ui::cursor::kDraggable);
+    desk->MouseMove(0, lx - 5, ly + 5);
+    EXPECT_EQ(ui::inputState().cursor, ui::cursor::kDefault);
+    desk->MousePress(kLeftDown, kLeft, lx + 5, ly + 5);
+    EXPECT_EQ(drawnIcon(), ui::findIcon("openpressed"));
+    desk->MouseMove(kLeft, lx + 5, ly + 40);
+    EXPECT_EQ(drawnIcon(), ui::findIcon("open"));
+    desk->MouseRelease(kLeftUp, 0, lx + 5, ly + 40);
+    EXPECT_EQ(desk->Find("notes", "00007"), nullptr);  // let go outside: nothing opened
+    EXPECT_EQ(desk->dragPayload.kind, 0);
     click(link);
     Window* notes = desk->Find("notes", "00007");
     ASSERT_NE(notes, nullptr);
@@ -252,11 +289,7 @@ TEST_F(Windows, MenuEntriesFollowRightsAndState) {
     EXPECT_EQ(party->BuildMenu()->at(6).label, "Share Sheet");
     net.sent.clear();
     party->MenuSelected(ui::kMenuShare);
-    ASSERT_EQ(net.sent.size(), 1u);
-    EXPECT_EQ(net.sent[0].first, "WINBQ");
-    ui::WindowMessage m;
-    std::string why;
-    ASSERT_TRUE(ui::decodeWindowMessage(net.sent[0].second, ui::WindowMessageForm::namesAndSize, m, why));
+    ui::WindowMessage m = net.onlySent("WINBQ");
     EXPECT_EQ(m.className, "party");
     EXPECT_EQ(m.recordName, "00001");
     EXPECT_EQ(m.width, 200);
@@ -271,6 +304,67 @@ TEST_F(Windows, MenuEntriesFollowRightsAndState) {
     EXPECT_TRUE(small->anchored);
     // Desktop windows have none.
     EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::Host)->BuildMenu(), nullptr);
+}
+
+TEST_F(Windows, MenuChoicesDeleteMinimizeAndTellTheHostsSize) {
+    // "Confirm Delete" on the host deletes the record at once; the window
+    // dies with it after the event.
+    Window* sheet = open("sheet");
+    sheet->MenuSelected(ui::kMenuConfirmDelete);
+    desk->CollectClosed();
+    EXPECT_EQ(db::findNode("sheets.00001"), nullptr);
+    EXPECT_EQ(desk->Find("sheet", "00001"), nullptr);
+
+    // A player asks the host for it, on a PLAYERCONTROL record of its own,
+    // and deletes nothing itself; on another's record there is no entry.
+    RecordingNetwork net;
+    desk->network = &net;
+    db::setSessionMode(db::SessionMode::Join);
+    Window* party = open("party");
+    party->record->setOwner(&db::localUser());
+    ASSERT_NE(party->BuildMenu()->find("Delete Record"), -1);
+    party->MenuSelected(ui::kMenuConfirmDelete);
+    EXPECT_EQ(net.deleteRequests, (std::vector<std::string>{"party.00001"}));
+    EXPECT_NE(db::findNode("party.00001"), nullptr);
+    party->record->setOwner(nullptr);
+    EXPECT_EQ(party->BuildMenu()->find("Delete Record"), -1);
+    party->MenuSelected(ui::kMenuConfirmDelete);
+    EXPECT_EQ(net.deleteRequests.size(), 1u);
+    db::setSessionMode(db::SessionMode::Host);
+    net.host = true;
+
+    // NODELETE and static records offer no delete, even to the host.
+    EXPECT_EQ(open("keeper")->BuildMenu()->find("Delete Record"), -1);
+    Window* fixed = open("sheet", "00004");
+    fixed->record->isStatic = 1;
+    EXPECT_EQ(fixed->BuildMenu()->find("Delete Record"), -1);
+
+    // "Minimize" puts the icon where the mouse chose it.
+    desk->MouseMove(0, 600, 500);
+    fixed->MenuSelected(ui::kMenuMinimize);
+    EXPECT_TRUE(fixed->minimized);
+    EXPECT_EQ(fixed->rect, (Rect{584, 484, 616, 516}));
+
+    // A host-sized window, shared, tells its new size to all at the end of
+    // its resize; a plain move tells nothing.
+    Window* hosted = open("hostsized", "");
+    hosted->shared = true;
+    auto drag = [&](uint32_t flags) {
+        const int32_t x = hosted->rect.left + 50, y = hosted->rect.top + 50;
+        desk->MousePress(kLeftDown, kLeft | flags, x, y);
+        desk->MouseMove(kLeft | flags, x + 3, y + 3);
+        desk->MouseMove(kLeft | flags, x + 33, y + 23);
+        desk->MouseRelease(kLeftUp, flags, x + 33, y + 23);
+    };
+    net.sent.clear();
+    drag(0);
+    EXPECT_TRUE(net.sent.empty());
+    drag(kControl);
+    ui::WindowMessage m = net.onlySent("WINSQ");
+    EXPECT_EQ(m.className, "hostsized");
+    EXPECT_EQ(m.width, 230);
+    EXPECT_EQ(m.height, 170);
+    desk->network = nullptr;
 }
 
 TEST_F(Windows, TabsAndMiddleDragTurnPages) {

@@ -478,6 +478,15 @@ void chatMarks(Named& out) {
     out.emplace_back("indicator_stop", smallMark(20, rgb(0x8E2A1E), [](Canvas& c, Color col) {
                                         c.fillPolygon(regular(8, 18, 18, 9.5f, kPi / 8), col);
                                     }));
+    // A map's indicators: its picture is on its way (an hourglass), and
+    // every player has it (a tick).
+    out.emplace_back("indicator_loading", smallMark(28, rgb(0x5A4A2A), [](Canvas& c, Color col) {
+                                           c.fillPolygon({11, 8, 25, 8, 18, 18}, col);
+                                           c.fillPolygon({18, 18, 25, 28, 11, 28}, col);
+                                       }));
+    out.emplace_back("indicator_everyone", smallMark(22, rgb(0x2A6A44), [](Canvas& c, Color col) {
+                                            c.strokePath({10, 19, 16, 25, 27, 11}, 3.4f, col);
+                                        }));
     out.emplace_back("indicator_flag", smallMark(20, rgb(0x2A6A44), [](Canvas& c, Color col) {
                                         c.strokePath({12, 8, 12, 28}, 3, col);
                                         c.fillPolygon({12, 9, 27, 13.5f, 12, 19}, col);
@@ -519,6 +528,28 @@ void chatMarks(Named& out) {
     out.emplace_back("chat_wait", smallMark(22, rgb(0x8A5A14), [](Canvas& c, Color col) {
                                    for (float x : {10.0f, 18.0f, 26.0f}) c.fillCircle(x, 19, 3, col);
                                }));
+}
+
+// The marks on the portraits of the character strip: typing (a quill at
+// work), away (a crescent moon), and the pointer's colour, a white gem that
+// the program tints with each player's colour.
+void characterMarks(Named& out) {
+    out.emplace_back("char_typing", smallMark(20, rgb(0x24586A), [](Canvas& c, Color col) {
+                                     for (float x : {10.0f, 18.0f, 26.0f}) c.fillCircle(x, 20, 3.2f, col);
+                                     c.strokePath({8, 27, 28, 27}, 1.6f, col);
+                                 }));
+    out.emplace_back("char_away", smallMark(20, rgb(0x3A3E4A), [](Canvas& c, Color col) {
+                                   Points moon = arc(18, 18, 10, kPi * 0.35f, kPi * 1.65f, 20);
+                                   Points inner = arc(22, 16, 7.5f, kPi * 1.45f, kPi * 0.55f, 16);
+                                   moon.insert(moon.end(), inner.begin(), inner.end());
+                                   c.fillPolygon(moon, col);
+                               }));
+    Canvas gem(14, 14);
+    gem.fillCircle(7.5f, 8, 6, rgb(0x000000, 0.5f));
+    gem.fillCircle(7, 7, 6, rgb(0xFFFFFF));
+    gem.strokeCircle(7, 7, 5.5f, 1.2f, rgb(0x9A9A9A));
+    gem.fillCircle(5, 5, 1.6f, rgb(0xFFFFFF));
+    out.emplace_back("char_pointer", gem);
 }
 
 // The hub of every ring: an engraved brass boss.
@@ -606,6 +637,13 @@ void scrollPicto(Canvas& c, float x, float y, float s, Color col) {
     c.fillRect(int(x + 0.68f * s), int(y + 0.12f * s), int(x + 0.88f * s), int(y + 0.88f * s), col);
     for (float ly : {0.35f, 0.5f, 0.65f})
         c.strokePath(place({0.38f, ly, 0.62f, ly}, s, x, y), std::max(1.0f, s * 0.045f), rgb(0x000000, 0.45f));
+}
+
+// A map folded in three, with a route across it.
+void mapPicto(Canvas& c, float x, float y, float s, Color col) {
+    c.fillPolygon(place({0.1f, 0.22f, 0.37f, 0.14f, 0.37f, 0.8f, 0.1f, 0.88f}, s, x, y), col);
+    c.fillPolygon(place({0.4f, 0.14f, 0.62f, 0.22f, 0.62f, 0.88f, 0.4f, 0.8f}, s, x, y), col);
+    c.fillPolygon(place({0.65f, 0.22f, 0.9f, 0.14f, 0.9f, 0.8f, 0.65f, 0.88f}, s, x, y), col);
 }
 
 void starPicto(Canvas& c, float x, float y, float s, Color col) {
@@ -742,6 +780,7 @@ Named iconPictures() {
     menuIcons(out);
     moreMenuIcons(out);
     chatMarks(out);
+    characterMarks(out);
     out.emplace_back("menuhub", menuHub());
     out.emplace_back("minimized_glow", minimizedGlow());
     struct Opener {
@@ -750,7 +789,8 @@ Named iconPictures() {
         Color enamel;
     };
     for (const Opener& o : {Opener{"charsheet", personPicto, rgb(0x6A2A1E)}, Opener{"notes", quillPicto, rgb(0x2A4A6A)},
-                            Opener{"folio", bookPicto, rgb(0x2A5A3A)}, Opener{"journal", scrollPicto, rgb(0x5A4A2A)}}) {
+                            Opener{"folio", bookPicto, rgb(0x2A5A3A)}, Opener{"journal", scrollPicto, rgb(0x5A4A2A)},
+                            Opener{"map", mapPicto, rgb(0x3A5A2A)}}) {
         out.emplace_back(std::string("button_") + o.name, openerButton(o.picto, o.enamel, false));
         out.emplace_back(std::string("button_") + o.name + "_down", openerButton(o.picto, o.enamel, true));
         out.emplace_back(std::string("seal_") + o.name, waxSeal(o.picto, rgb(0x8E2218)));

@@ -278,6 +278,9 @@ bool InitInstance(const CommandLine& cl) {
 
     contentLoad(splash);
     if (db::sessionMode() == db::SessionMode::Join) requestStartIdentity(cl.identityName);
+    // The local-characters way in takes the named character on at its start.
+    if (db::sessionMode() == db::SessionMode::LocalCharacters && !cl.identityName.empty())
+        db::localUser().identities.push_back(cl.identityName);
     startDesktop(db::sessionMode(), kClientWidth, kClientHeight);
 
     delete splash;
@@ -324,6 +327,7 @@ int runMainLoop() {
         if (a.mainWindow) a.mainWindow->setClientSize(width, height);
     };
     actions.quit = [](int code) { platform::postQuit(code); };
+    actions.chooseMenu = chooseDesktopMenu;
     ScriptPlayer player(std::move(scriptSteps()), std::move(actions));
     player.start();
     for (;;) {

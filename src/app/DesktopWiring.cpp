@@ -11,6 +11,7 @@
 #include "platform/Events.h"
 #include "platform/Platform.h"
 #include "platform/Spine.h"
+#include "platform/Trace.h"
 #include "platform/Window.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
@@ -19,6 +20,7 @@
 #include "ui/DesktopToken.h"
 #include "ui/DragImage.h"
 #include "ui/FrameLayers.h"
+#include "ui/RadialMenu.h"
 #include "ui/SessionWindowPort.h"
 #include "ui/Subsystems.h"
 
@@ -170,6 +172,32 @@ void routeDesktopInput(const platform::Event& e) {
     default:
         break;
     }
+}
+
+bool chooseDesktopMenu(int32_t x, int32_t y, const std::string& labels) {
+    ui::Desktop& desk = ui::desktop();
+    const ui::RadialMenu* ring = desk.OpenMenuAt(x, y);
+    size_t from = 0;
+    while (ring) {
+        size_t slash = labels.find('/', from);
+        std::string label = labels.substr(from, slash == std::string::npos ? std::string::npos : slash - from);
+        int slot = -1;
+        for (int i = 0; i < ui::RadialMenu::kSlots && slot < 0; ++i)
+            if (ring->icons[size_t(i)] && ring->labels[size_t(i)] == label) slot = i;
+        if (slot < 0) break;
+        const ui::RadialMenu* below = ring->subMenus[size_t(slot)].get();
+        if (below && slash != std::string::npos) {
+            ring = below;
+            from = slash + 1;
+            continue;
+        }
+        if (below || slash != std::string::npos) break;
+        platform::trace("menu %s %d", label.c_str(), ring->ids[size_t(slot)]);
+        desk.ChooseMenu(ring->ids[size_t(slot)]);
+        return true;
+    }
+    desk.CloseMenu();
+    return false;
 }
 
 }  // namespace lh::app

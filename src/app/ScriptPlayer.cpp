@@ -30,9 +30,13 @@ ScriptPlayer::ScriptPlayer(std::vector<platform::ScriptStep> s, ScriptActions a)
         // The script's own lines quote what they await.
         if (line.starts_with("script ")) return;
         // A bound on what is kept: a long run keeps its last lines.
-        if (traced.size() >= kKeptLines) traced.erase(traced.begin(), traced.begin() + kKeptLines / 2);
+        if (traced.size() >= kKeptLines) {
+            traced.erase(traced.begin(), traced.begin() + kKeptLines / 2);
+            for (auto& [text, from] : takenUpTo) from = from > kKeptLines / 2 ? from - kKeptLines / 2 : 0;
+        }
         traced.emplace_back(line);
         if (!awaited.empty() && line.find(awaited) != std::string_view::npos) {
+            takenUpTo[awaited] = traced.size();
             awaited.clear();
             awaitTimeout.stop();
             timer.start(0);
@@ -66,8 +70,15 @@ void ScriptPlayer::run() {
             }
             return;
         case platform::ScriptStep::Kind::Await: {
+            // An await takes the first line holding its text that no earlier
+            // await of the same text took, so two awaits of one text wait
+            // for two lines; awaits of other texts may take lines in any order.
+            size_t& from = takenUpTo[step.name];
             bool seen = false;
-            for (const std::string& line : traced) seen |= line.find(step.name) != std::string::npos;
+            for (size_t i = from; i < traced.size() && !seen; ++i) {
+                seen = traced[i].find(step.name) != std::string::npos;
+                if (seen) from = i + 1;
+            }
             if (seen) break;
             // The line that comes starts the next step.
             awaited = step.name;
@@ -81,6 +92,12 @@ void ScriptPlayer::run() {
                              step.name.c_str());
             }
             break;
+        case platform::ScriptStep::Kind::Menu:
+            if (!actions.chooseMenu || !actions.chooseMenu(step.x, step.y, step.name)) {
+                std::fprintf(stderr, "lorehaven: script line %d: no menu entry %s\n", step.line, step.name.c_str());
+            }
+            timer.start(0);
+            return;
         case platform::ScriptStep::Kind::Resize:
             // The window system's size event comes back through the loop.
             actions.resize(step.width, step.height);

@@ -4,7 +4,9 @@
 // Every step leaves a "script LINE TEXT" line in the trace.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +23,9 @@ struct ScriptActions {
     std::function<bool(const std::string&)> screenshot;   // true when written
     std::function<void(int, int)> resize;                 // the main window's client area
     std::function<void(int)> quit;
+    // Opens the menu at the point and chooses the entry the labels name
+    // ('/' between a sub-menu and its entry); false when there is none.
+    std::function<bool(int32_t x, int32_t y, const std::string& labels)> chooseMenu;
 };
 
 class ScriptPlayer {
@@ -44,6 +49,8 @@ private:
     // What the program has traced since the script began, for "await"; the
     // text awaited now, empty when none.
     std::vector<std::string> traced;
+    // Per awaited text, the lines before this one were taken by an await.
+    std::map<std::string, size_t> takenUpTo;
     std::string awaited;
     platform::Subscription traceWatch;
     platform::Timer awaitTimeout;

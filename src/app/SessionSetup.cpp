@@ -7,7 +7,9 @@
 #include "app/AppState.h"
 #include "app/LauncherWindow.h"
 #include "app/SystemLines.h"
+#include "db/Campaign.h"
 #include "db/DbNode.h"
+#include "db/SafeFile.h"
 #include "net/Replication.h"
 #include "db/Users.h"
 #include "net/ClientLogin.h"
@@ -227,9 +229,11 @@ void startLocalSession() { makeSession(); }
 
 void requestStartIdentity(const std::string& identity) {
     if (identity.empty() || !hasSession()) return;
-    // The Identity asked for stands as the user's own until the host answers.
+    // The Identity asked for stands as the user's own until the host answers;
+    // a character of the player's own, kept by Ruleset, comes with him.
     db::localUser().identities.push_back(identity);
-    net::requestIdentity(session(), identity, false);
+    std::string file = platform::joinProgramPath({"characters", db::campaign().ruleset.view(), identity + ".xml"});
+    net::requestIdentity(session(), identity, db::canOpenForReading(platform::diskPath(file)));
 }
 
 }  // namespace lh::app

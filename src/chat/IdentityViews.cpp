@@ -10,6 +10,7 @@
 #include "db/DbNode.h"
 #include "db/StringValue.h"
 #include "net/ClientLogin.h"
+#include "net/JoinEvents.h"
 #include "net/Session.h"
 #include "platform/Platform.h"
 #include "platform/Trace.h"
@@ -472,16 +473,16 @@ std::unique_ptr<IdentityViews> startIdentityViews(const ui::SubsystemStart& star
         break;
     }
     case db::SessionMode::Join: {
-        views->subscriptions.push_back(net::characterOffered().subscribe([](const std::string& name) {
+        views->subscriptions.push_back(net::joinEvents().characterOffered.subscribe([](const std::string& name) {
             join().offered.push_back(name);
             if (IdentitySelection* s = identitySelection()) s->addRow(name);
         }));
         views->subscriptions.push_back(
-            net::characterEntered().subscribe([](const std::string& identity, const std::string&, bool) {
+            net::joinEvents().characterInPlay.subscribe([](const std::string& identity, const std::string&, bool) {
                 join().inPlay.push_back(identity);
                 if (IdentitySelection* s = identitySelection()) s->removeRow(identity);
             }));
-        views->subscriptions.push_back(net::identityAnswered().subscribe([](bool accepted) {
+        views->subscriptions.push_back(net::joinEvents().identityAnswered.subscribe([](const std::string&, bool, bool accepted) {
             if (IdentitySelection* s = identitySelection(); s && s->pendingRow) {
                 s->answer(accepted);
                 return;

@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "db/Campaign.h"
+#include "db/NameCheck.h"
+#include "net/JoinEvents.h"
 #include "net/LoginMessages.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
@@ -13,6 +15,12 @@ namespace lh::net {
 namespace {
 
 constexpr int kLoginWaitMs = 30;
+
+// The Identity asked for last: IDENR answers it without naming it.
+IdentityRequest& lastRequest() {
+    static IdentityRequest request;
+    return request;
+}
 
 // Waits for the first whole message on the host connection: that is the
 // answer, whatever its tag. -1 on a failed connection, -2 when it closed,
@@ -104,11 +112,16 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
         out = *t;
         return true;
     };
-    session.setHandler(tags::IDLSR, [text](SessionPeer*, const NetMessage& m) {
+    session.setHandler(tags::IDLSR, [text, s](SessionPeer*, const NetMessage& m) {
         std::string name;
         if (!text(m, name)) return HandlerResult::Rejected;
-        if (!name.empty() && h.characterOffered) h.characterOffered(name);
-        if (!name.empty()) characterOffered().emit(name);
+        if (name.empty()) return HandlerResult::Handled;
+        if (!db::isUsableName(name)) {
+            s->reportMalformed(nullptr, m, "unusable character name");
+            return HandlerResult::Rejected;
+        }
+        if (h.characterOffered) h.characterOffered(name);
+        joinEvents().characterOffered.emit(name);
         return HandlerResult::Handled;
     });
     session.setHandler(tags::LGOTR, [text](SessionPeer*, const NetMessage& m) {
@@ -118,6 +131,7 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
         if (identity.empty()) return HandlerResult::Handled;
         if (h.postLine) h.postLine("'" + identity + "' disconnected");
         if (h.characterGone) h.characterGone(identity);
+        joinEvents().characterGone.emit(identity);
         return HandlerResult::Handled;
     });
     session.setHandler(tags::LGINR, [s](SessionPeer*, const NetMessage& m) {
@@ -127,8 +141,14 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
             s->reportMalformed(nullptr, m, error);
             return HandlerResult::Rejected;
         }
+        // A user who has not taken on an Identity yet has nothing in play.
+        if (notice->identity.empty()) return HandlerResult::Handled;
+        if (!db::isUsableName(notice->identity)) {
+            s->reportMalformed(nullptr, m, "unusable character name");
+            return HandlerResult::Rejected;
+        }
         if (h.characterInPlay) h.characterInPlay(notice->identity, notice->userName, notice->isLocal != 0);
-        characterEntered().emit(notice->identity, notice->userName, notice->isLocal != 0);
+        joinEvents().characterInPlay.emit(notice->identity, notice->userName, notice->isLocal != 0);
         return HandlerResult::Handled;
     });
     session.setHandler(tags::IDENR, [s](SessionPeer*, const NetMessage& m) {
@@ -139,28 +159,14 @@ void attachClientJoin(Session& session, ClientJoinHooks hooks) {
             return HandlerResult::Rejected;
         }
         if (h.identityAnswer) h.identityAnswer(*inUse == 0);
-        identityAnswered().emit(*inUse == 0);
+        joinEvents().identityAnswered.emit(lastRequest().name, lastRequest().isLocal != 0, *inUse == 0);
         return HandlerResult::Handled;
     });
 }
 
-platform::Signal<void(bool)>& identityAnswered() {
-    static platform::Signal<void(bool)> signal;
-    return signal;
-}
-
-platform::Signal<void(const std::string&)>& characterOffered() {
-    static platform::Signal<void(const std::string&)> signal;
-    return signal;
-}
-
-platform::Signal<void(const std::string&, const std::string&, bool)>& characterEntered() {
-    static platform::Signal<void(const std::string&, const std::string&, bool)> signal;
-    return signal;
-}
-
 void requestIdentity(Session& session, const std::string& name, bool isLocal) {
     session.sendToHost(encodeIdentityRequest({name, isLocal ? uint8_t(1) : uint8_t(0)}));
+    lastRequest() = {name, isLocal ? uint8_t(1) : uint8_t(0)};
 }
 
 }  // namespace lh::net

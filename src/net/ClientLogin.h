@@ -6,7 +6,6 @@
 #include <functional>
 #include <string>
 
-#include "platform/Signal.h"
 
 namespace lh::net {
 
@@ -52,13 +51,8 @@ struct ClientJoinHooks {
 
 void attachClientJoin(Session& session, ClientJoinHooks hooks);
 
-// The host's answer to IDENQ (true: accepted), for every subsystem that
-// waits on it (the chat's choice of Identity), after the join's own hook.
-platform::Signal<void(bool accepted)>& identityAnswered();
-// A server character that may be taken (IDLSR), and a character that came
-// into play (LGINR), likewise for every listener after the join's hooks.
-platform::Signal<void(const std::string& name)>& characterOffered();
-platform::Signal<void(const std::string& identity, const std::string& userName, bool isLocal)>& characterEntered();
+// The same events for every other listener (the chat, the characters):
+// net/JoinEvents.h.
 
 // IDENQ for a character; `isLocal` when the client brings its own record.
 void requestIdentity(Session& session, const std::string& name, bool isLocal);

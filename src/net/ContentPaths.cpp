@@ -38,6 +38,11 @@ bool contentPieces(const std::vector<std::string>& p, bool folderOnly) {
         }
         return folderOnly || n >= 4;
     }
+    // The host's snapshots of map layers, made for one client each.
+    if (platform::sameNameNoCase(p[0], "temp")) {
+        if (n == 1) return folderOnly;
+        return n == 2 && (p[1].rfind("mask_snapshot_", 0) == 0 || p[1].rfind("drawing_snapshot_", 0) == 0);
+    }
     return false;
 }
 

@@ -10,6 +10,8 @@
 //   "campaigns\<name>\<sub>\..."      with <sub> one of images, tokens,
 //                                     portraits, maskedimages, drawings,
 //                                     modules (pictures taken out of one)
+//   "temp\mask_snapshot_..." and "temp\drawing_snapshot_..."
+//                                     snapshots of map layers
 // Everything else stays on its machine: the Campaign's own files (db.xml
 // and its copies, campaign.xml, chatlog.html, usersettings, players'
 // character files), the starting databases under "settings", Module

@@ -22,7 +22,10 @@ std::string failedLine(const std::string& path) {
     line.append(path).append(text.substr(at + 2));
     return line;
 }
+FileExchange* latest = nullptr;
 }  // namespace
+
+FileExchange* FileExchange::current() { return latest; }
 
 FileExchange::FileExchange(Session& s, std::filesystem::path r)
     : session(s), root(std::move(r)), systemLine([](const std::string& line) {
@@ -32,9 +35,11 @@ FileExchange::FileExchange(Session& s, std::filesystem::path r)
         return announce(m) ? HandlerResult::Handled : HandlerResult::Rejected;
     });
     session.setHandler(tags::CNDER, [](SessionPeer*, const NetMessage&) { return HandlerResult::Handled; });
+    latest = this;
 }
 
 FileExchange::~FileExchange() {
+    if (latest == this) latest = nullptr;
     auto ignore = [](SessionPeer*, const NetMessage&) { return HandlerResult::Handled; };
     session.setHandler(tags::CNDBR, ignore);
     session.setHandler(tags::CNDER, ignore);
@@ -78,6 +83,16 @@ bool FileExchange::announce(const NetMessage& message) {
     if (!hostAddress(address, port)) return true;  // the host is gone; nothing to fetch from
     if (listState == ListState::Running) dialog.totalBytes += size;
     enqueue(std::make_unique<FileFetch>(address, port, path, FetchKind::Ruleset, time, root));
+    return true;
+}
+
+bool FileExchange::fetchFromHost(std::string_view path, FetchKind kind, FileTime time, std::string nodePath) {
+    std::string address;
+    uint16_t port = 0;
+    if (!isContentPath(path) || !hostAddress(address, port)) return false;
+    auto fetch = std::make_unique<FileFetch>(address, port, path, kind, time, root);
+    fetch->nodePath = std::move(nodePath);
+    enqueue(std::move(fetch));
     return true;
 }
 

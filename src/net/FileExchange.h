@@ -71,6 +71,13 @@ public:
     void stepDownloads();
     // A fetch of another kind (pictures, portraits); runs after those queued.
     void enqueue(std::unique_ptr<FileFetch> fetch);
+    // A fetch of `path` from the host, its end handled by the kind's
+    // handler, which finds its node again by `nodePath`. False when the
+    // path is no content path or there is no host to fetch from.
+    bool fetchFromHost(std::string_view path, FetchKind kind, FileTime time, std::string nodePath);
+    // The process's exchange (the last one made that still lives): what
+    // the subsystems that fetch pictures use. Null without a session.
+    static FileExchange* current();
     // A file that the host announced (CNDBR body): queued for fetching
     // unless the local copy is the same. False if malformed or refused.
     bool announce(const NetMessage& message);

@@ -3,7 +3,9 @@
 
 #include "db/Campaign.h"
 #include "db/DbNode.h"
+#include "db/NameCheck.h"
 #include "db/Users.h"
+#include "net/JoinEvents.h"
 #include "net/LoginMessages.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
@@ -11,14 +13,6 @@
 namespace lh::net {
 
 namespace {
-
-bool isSafeCharacterName(const std::string& name) {
-    if (name.empty()) return false;
-    for (char c : name) {
-        if (c == '.' || c == '/' || c == '\\' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F) return false;
-    }
-    return true;
-}
 
 struct HostLogin {
     Session* session = nullptr;
@@ -95,10 +89,9 @@ struct HostLogin {
             return HandlerResult::Rejected;
         }
         db::SessionUser* user = db::findKnownUser(from->name);
-        // The name becomes a record key and a file name: no path separator
-        // of the tree or the disk, no control bytes, not empty.
         if (!user) return HandlerResult::Rejected;
-        if (!isSafeCharacterName(request->name)) {
+        // The name becomes a record key and file names on every machine.
+        if (!db::isUsableName(request->name)) {
             // Refused like a name in use, so that the player may choose again.
             session->sendTo(encodeIdentityAnswer(1), *from);
             return HandlerResult::Rejected;
@@ -124,6 +117,7 @@ struct HostLogin {
             if (!request->isLocal && hooks.sendRecord) hooks.sendRecord(*record, from->name);
         }
         if (hooks.characterInPlay) hooks.characterInPlay(identity, from->name, request->isLocal != 0);
+        joinEvents().characterInPlay.emit(identity, from->name, request->isLocal != 0);
         if (hooks.sendOwned) hooks.sendOwned(from->name);
         return HandlerResult::Handled;
     }
@@ -134,6 +128,7 @@ struct HostLogin {
         std::string identity = user ? std::string(user->identity.view()) : std::string();
         if (!peer.name.empty()) line("'" + peer.name + "' disconnected");
         if (hooks.characterGone && !identity.empty()) hooks.characterGone(identity);
+        if (!identity.empty()) joinEvents().characterGone.emit(identity);
         session->sendToAll(encodeTextMessage(tags::LGOTR, identity), &peer);
         if (user) user->connection = nullptr;
         if (!peer.name.empty() && hooks.userGone) hooks.userGone(peer.name);
@@ -156,6 +151,11 @@ void attachHostLogin(Session& session, HostLoginHooks hooks) {
                        [](SessionPeer* from, const NetMessage& m) { return state().onListIdentities(from, m); });
     session.setHandler(tags::IDENQ, [](SessionPeer* from, const NetMessage& m) { return state().onIdentity(from, m); });
     session.setDepartureHandler([](SessionPeer& peer) { state().onDeparture(peer); });
+}
+
+JoinEvents& joinEvents() {
+    static JoinEvents events;
+    return events;
 }
 
 void kickUser(Session& session, const std::string& userName) {

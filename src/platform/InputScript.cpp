@@ -185,6 +185,16 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
         if (name.size() < 4 || !equalsNoCase(std::string_view(name).substr(name.size() - 4), ".png")) name += ".png";
         step.kind = ScriptStep::Kind::Screenshot;
         step.name = name;
+    } else if (verb == "menu") {
+        long x, y;
+        if (w.size() < 4 || !readNumber(w[1], -32768, 32767, x) || !readNumber(w[2], -32768, 32767, y))
+            return "menu needs X Y and the entry's labels";
+        // The labels are the rest of the line: they may hold blanks.
+        size_t at = line.find(w[3], size_t(w[2].data() + w[2].size() - line.data()));
+        step.kind = ScriptStep::Kind::Menu;
+        step.x = int32_t(x);
+        step.y = int32_t(y);
+        step.name = std::string(line.substr(at));
     } else if (verb == "resize") {
         long width, height;
         if (w.size() != 3 || !readNumber(w[1], 1, 16384, width) || !readNumber(w[2], 1, 16384, height))

@@ -18,7 +18,11 @@
 //   text TEXT                  typed text: the rest of the line, UTF-8
 //   wait MS                    let MS milliseconds pass before the next step
 //   await TEXT                 go on once this program has written a trace
-//                              line holding TEXT (at once if it already has)
+//                              line holding TEXT (at once if it already has);
+//                              each await of a text takes a line of its own,
+//                              so two awaits of one text wait for two lines
+//   menu X Y LABEL[/LABEL...]  open the menu of what is at X, Y and choose
+//                              the entry by its labels, through sub-menus
 //   screenshot NAME            write NAME.png of the client area
 //   resize W H                 make the main window's client area W by H, as
 //                              a user dragging its border would (the least
@@ -38,14 +42,16 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Await, Screenshot, Resize, Quit };
+    enum class Kind { Input, Wait, Await, Screenshot, Resize, Quit, Menu };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
     // Input: the events of this step, in order (a click is three).
     std::vector<Event> events;
     uint32_t waitMs = 0;
-    std::string name;     // Screenshot: the file name, ".png" added if missing; Await: the text
+    std::string name;     // Screenshot: the file name, ".png" added if missing; Await: the text;
+                          // Menu: the labels, '/' between a sub-menu and its entry
+    int32_t x = 0, y = 0;  // Menu: where the menu opens
     int exitCode = 0;     // Quit
     int width = 0, height = 0;  // Resize
 };

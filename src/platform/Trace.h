@@ -33,6 +33,8 @@ bool traceOn();
 //   menu chosen ID                 its choice (0: none)
 //   drag started X Y               a press there became a drag
 //   bookmark stored N CLASS RECORD a pad key stored the top window (recalled)
+//   menu LABEL ID                  a script's menu step chose this entry
+//   map PATH EVENT                 a map's picture or layers changed here
 //   quit CODE                      the loop ends with this exit code
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 

@@ -17,7 +17,11 @@ namespace lh::ui {
 
 namespace {
 
-bool sizeAllowed(uint64_t w, uint64_t h) { return render::bitmapSizeAllowed(w, h); }
+// The side limit of the decode under way: a Bitmap's, unless the caller
+// takes larger pictures (maps, drawn in tiles).
+thread_local uint32_t maxSide = render::kMaxBitmapSide;
+
+bool sizeAllowed(uint64_t w, uint64_t h) { return w > 0 && h > 0 && w <= maxSide && h <= maxSide; }
 
 enum class Format { Png, Jpeg, Other };
 
@@ -182,7 +186,12 @@ std::string pictureRefusal(const std::string& name, const void* bytes, size_t le
            " pixels; the largest that can be shown is " + largest + " by " + largest + ".";
 }
 
-bool decodePicture(const void* bytes, size_t length, PixelImage& out) {
+bool decodePicture(const void* bytes, size_t length, PixelImage& out, uint32_t largestSide) {
+    struct Limit {
+        uint32_t saved = maxSide;
+        ~Limit() { maxSide = saved; }
+    } restore;
+    maxSide = largestSide;
     out = PixelImage{};
     uint32_t w = 0, h = 0;
     // The header first: a picture too large to show is not decoded at all.

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "render/BitmapLimits.h"
+
 namespace lh::ui {
 
 struct PixelImage {
@@ -18,9 +20,10 @@ struct PixelImage {
 };
 
 // False leaves `out` empty. Formats without alpha come out opaque. A
-// picture larger than a Bitmap can hold (render/BitmapLimits.h) is refused
-// from its header, before any pixel memory is taken.
-bool decodePicture(const void* bytes, size_t length, PixelImage& out);
+// picture larger than a Bitmap can hold (render/BitmapLimits.h), or than
+// `largestSide` for a caller that draws it in pieces, is refused from its
+// header, before any pixel memory is taken.
+bool decodePicture(const void* bytes, size_t length, PixelImage& out, uint32_t largestSide = render::kMaxBitmapSide);
 
 // The size that a picture's header gives, without decoding it; false if no
 // format here reads the header.

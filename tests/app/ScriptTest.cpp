@@ -99,9 +99,18 @@ TEST(Script, BadScriptsAreRefusedWithTheirLine) {
     EXPECT_EQ(resize.steps[0].width, 1280);
     EXPECT_EQ(resize.steps[0].height, 900);
 
+    lh::platform::ParsedScript driven = parseInputScript("menu 10 -20 Layers/Enter Mask Mode\nawait  map a.b polygon\n");
+    ASSERT_TRUE(driven.error.empty()) << driven.error;
+    ASSERT_EQ(driven.steps.size(), 2u);
+    EXPECT_EQ(driven.steps[0].kind, lh::platform::ScriptStep::Kind::Menu);
+    EXPECT_EQ(driven.steps[0].y, -20);
+    EXPECT_EQ(driven.steps[0].name, "Layers/Enter Mask Mode");
+    EXPECT_EQ(driven.steps[1].kind, lh::platform::ScriptStep::Kind::Await);
+    EXPECT_EQ(driven.steps[1].name, "map a.b polygon");
+
     for (const char* bad : {"jump 1 2", "move 1", "move x y", "click left", "down sideways", "wheel 0",
                             "key NoSuchKey", "key a meta", "wait -5", "wait", "screenshot ../x", "quit 1 2",
-                            "text", "move 99999 0", "await", "resize 1280", "resize 0 900", "resize a b"}) {
+                            "text", "move 99999 0", "menu 1 2", "menu x 2 Close", "await", "resize 1280", "resize 0 900", "resize a b"}) {
         lh::platform::ParsedScript parsed = parseInputScript(std::string("wait 1\n") + bad + "\n");
         EXPECT_EQ(parsed.error.rfind("line 2: ", 0), 0u) << bad << ": " << parsed.error;
         EXPECT_TRUE(parsed.steps.empty()) << bad;

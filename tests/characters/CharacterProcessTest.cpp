@@ -1,0 +1,187 @@
+// Characters between real processes: a player brings a local character with
+// its portrait to a host, both strips show it, the same portrait the next
+// time travels no more, and the player's exit writes only its copy; and the
+// local-characters way in, with no session at all.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/TestPictures.h"
+#include "support/TestSupport.h"
+
+using lh::test::ChildProcess;
+using lh::test::TempDir;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string program() { return lh::test::builtProgram("lorehaven"); }
+
+std::string readIfThere(const fs::path& file) {
+    std::error_code ec;
+    return fs::exists(file, ec) ? lh::test::readFile(file) : std::string();
+}
+
+// Whether a line of the trace, after its stamp, begins with `text`.
+bool traced(const std::string& trace, const std::string& text) {
+    for (size_t at = 0; at < trace.size();) {
+        size_t end = trace.find('\n', at);
+        if (end == std::string::npos) end = trace.size();
+        size_t blank = trace.find(' ', at);
+        if (blank < end && trace.compare(blank + 1, text.size(), text) == 0) return true;
+        at = end + 1;
+    }
+    return false;
+}
+
+// Waits for a line in a trace file; the processes flush each line as it
+// happens.
+bool waitForTrace(const fs::path& trace, const std::string& text, std::chrono::milliseconds timeout = 60s) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (traced(readIfThere(trace), text)) return true;
+        std::this_thread::sleep_for(20ms);
+    }
+    return false;
+}
+
+bool waitUntilListening(const fs::path& trace) { return waitForTrace(trace, "frame"); }
+
+const char* kAria =
+    "<root>\n\t<node name=\"charsheet\">\n\t\t<node name=\"Aria\">\n\t\t\t<intvalue name=\"level\" value=\"7\" />\n"
+    "\t\t\t<stringvalue name=\"name\" value=\"Aria of the Vale\" />\n\t\t</node>\n\t</node>\n</root>\n";
+
+// Portraits go by their bytes, not by a name.
+std::string portraitBytes() { return lh::test::asText(lh::test::tinyBmp()); }
+
+std::vector<std::string> tracing(const TempDir& dir) { return {"LOREHAVEN_TRACE=" + (dir.path() / "trace").string()}; }
+
+}  // namespace
+
+TEST(CharacterProcesses, APlayerBringsALocalCharacterWithItsPortrait) {
+    TempDir h, a;
+    const uint16_t port = lh::test::freeTcpPort();
+    lh::test::writeFile(a.path() / "characters/Lorehaven/Aria.xml", kAria);
+    lh::test::writeFile(a.path() / "characters/Lorehaven/portraits/Aria", portraitBytes());
+    const std::vector<std::string> hostArgs = {"--workdir", h.str(), "--host", "--campaign", "Saga", "--gm", "Keeper",
+                                               "--user", "Boss", "p" + std::to_string(port)};
+    const std::vector<std::string> playerArgs = {"--workdir", a.str(), "--join", "127.0.0.1", "--user", "Ann",
+                                                 "--identity", "Aria", "p" + std::to_string(port)};
+    ChildProcess host(program(), hostArgs, tracing(h));
+    ASSERT_TRUE(waitUntilListening(h.path() / "trace")) << host.errors();
+    {
+        ChildProcess player(program(), playerArgs, tracing(a));
+        // The host sees the character in play, and its portrait arrives.
+        ASSERT_TRUE(waitForTrace(h.path() / "trace", "character Aria Ann")) << host.errors();
+        ASSERT_TRUE(waitForTrace(h.path() / "trace", "portrait Aria campaigns\\Saga\\portraits\\Aria")) << host.errors();
+        EXPECT_EQ(readIfThere(h.path() / "campaigns/Saga/portraits/Aria"), portraitBytes());
+        // The player's strip has it too, with the portrait fetched back.
+        ASSERT_TRUE(waitForTrace(a.path() / "trace", "character Aria Ann")) << player.errors();
+        ASSERT_TRUE(waitForTrace(a.path() / "trace", "portrait Aria campaigns\\Saga\\portraits\\Aria")) << player.errors();
+        EXPECT_NE(readIfThere(a.path() / "trace").find("fetch portrait campaigns\\Saga\\portraits\\Aria"), std::string::npos);
+
+        // Its exit writes the copy of what it played, never the local file.
+        // (A process told to stop ends as a closed window does, with -1.)
+        player.signal(SIGTERM);
+        EXPECT_EQ(player.wait(60s), 255) << player.errors();
+        EXPECT_NE(readIfThere(a.path() / "campaigns/Saga/characters/Aria.xml").find("Aria of the Vale"),
+                  std::string::npos);
+        EXPECT_EQ(readIfThere(a.path() / "characters/Lorehaven/Aria.xml"), kAria);
+        auto deadline = std::chrono::steady_clock::now() + 60s;
+        while (host.errors().find("'Ann' disconnected") == std::string::npos && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(20ms);
+        ASSERT_NE(host.errors().find("'Ann' disconnected"), std::string::npos) << host.errors();
+    }
+    {
+        // The next time the same portrait is current on both sides.
+        fs::remove(a.path() / "trace");
+        ChildProcess player(program(), playerArgs, tracing(a));
+        ASSERT_TRUE(waitForTrace(a.path() / "trace", "portrait Aria campaigns\\Saga\\portraits\\Aria")) << player.errors();
+        EXPECT_EQ(readIfThere(a.path() / "trace").find("fetch portrait"), std::string::npos);
+        player.signal(SIGTERM);
+        EXPECT_EQ(player.wait(60s), 255) << player.errors();
+    }
+    // The host keeps the character in its database.
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.wait(60s), 255) << host.errors();
+    const std::string db = readIfThere(h.path() / "campaigns/Saga/db.xml");
+    EXPECT_NE(db.find("<stringvalue name=\"name\" value=\"Aria of the Vale\" />"), std::string::npos) << db;
+}
+
+// The Gamemaster's menu over the portraits, by the keyboard: the arrows walk
+// the slots from "Kick Player" (2) over "Sound Bell" (3) to "Toggle Turn" (4).
+TEST(CharacterProcesses, TheGamemastersMenuGivesTurnsRingsOneBellAndKicksOnConfirm) {
+    TempDir h, a, b;
+    const uint16_t port = lh::test::freeTcpPort();
+    lh::test::writeFile(a.path() / "characters/Lorehaven/Aria.xml", kAria);
+    lh::test::writeFile(h.path() / "menus.txt",
+                        "await character Aria Ann\n"
+                        "await character Brom Bo\n"
+                        "click right 52 46\nkey Right\nkey Right\nkey Right\nkey Return\n"  // Toggle Turn on Aria
+                        "await sent CHSLR 4 Bo\n"
+                        "click right 140 46\nkey Right\nkey Right\nkey Return\n"  // Sound Bell for Brom's player
+                        "await sent BELLR 1 Bo\n"
+                        "click right 52 46\nkey Right\nkey Return\n"  // Kick Player: it only arms
+                        "await menu chosen 5\n"
+                        "click right 52 46\nkey Right\nkey Return\n");  // Confirm Kick
+    std::vector<std::string> hostArgs = {"--workdir", h.str(), "--host", "--campaign", "Saga", "--gm", "Keeper",
+                                         "--user", "Boss", "p" + std::to_string(port),
+                                         "--script", (h.path() / "menus.txt").string()};
+    auto player = [&](const TempDir& dir, const char* user, const char* identity) {
+        return std::vector<std::string>{"--workdir", dir.str(), "--join", "127.0.0.1", "--user", user,
+                                        "--identity", identity, "p" + std::to_string(port)};
+    };
+    ChildProcess host(program(), hostArgs, tracing(h));
+    ASSERT_TRUE(waitUntilListening(h.path() / "trace")) << host.errors();
+    ChildProcess ann(program(), player(a, "Ann", "Aria"), tracing(a));
+    ASSERT_TRUE(waitForTrace(h.path() / "trace", "character Aria Ann")) << host.errors();
+    ChildProcess bo(program(), player(b, "Bo", "Brom"), tracing(b));
+
+    // The turn line on every machine, each made from CHSLR.
+    ASSERT_TRUE(waitForTrace(h.path() / "trace", "turn 0 Aria")) << readIfThere(h.path() / "trace");
+    ASSERT_TRUE(waitForTrace(a.path() / "trace", "turn 0 Aria")) << ann.errors();
+    ASSERT_TRUE(waitForTrace(b.path() / "trace", "turn 0 Aria")) << bo.errors();
+    // The bell reaches Brom's player alone.
+    ASSERT_TRUE(waitForTrace(b.path() / "trace", "received BELLR 1")) << bo.errors();
+    // The first choice only arms the kick; the confirmation ends Ann's session.
+    EXPECT_EQ(ann.wait(60s), 255) << ann.errors();
+    const std::string hostTrace = readIfThere(h.path() / "trace");
+    const size_t armed = hostTrace.find("menu chosen 5"), confirmed = hostTrace.find("menu chosen 6");
+    ASSERT_NE(confirmed, std::string::npos) << hostTrace;
+    EXPECT_LT(armed, confirmed);
+    EXPECT_GT(hostTrace.find("sent LGOTR", armed), confirmed);
+    ASSERT_TRUE(waitForTrace(b.path() / "trace", "received LGOTR")) << bo.errors();
+    EXPECT_EQ(readIfThere(a.path() / "trace").find("received BELLR"), std::string::npos);
+    bo.signal(SIGTERM);
+    host.signal(SIGTERM);
+    EXPECT_EQ(bo.wait(60s), 255);
+    EXPECT_EQ(host.wait(60s), 255);
+}
+
+TEST(CharacterProcesses, TheLocalWayInKeepsCharactersWithoutASession) {
+    TempDir d;
+    lh::test::writeFile(d.path() / "characters/Lorehaven/Aria.xml", kAria);
+    for (const char* name : {"Aria", "Newcomer"}) {
+        ChildProcess local(program(), {"--workdir", d.str(), "--local", "--ruleset", "Lorehaven", "--identity", name,
+                                       "--quit-after-ticks", "10"},
+                           tracing(d));
+        EXPECT_EQ(local.wait(60s), 0) << local.errors();
+    }
+    const std::string trace = readIfThere(d.path() / "trace");
+    EXPECT_NE(trace.find("character Aria -"), std::string::npos) << trace;
+    EXPECT_NE(trace.find("window opened charsheet Aria"), std::string::npos) << trace;
+    // The sheet's fields add their values; what the file held stays.
+    const std::string aria = readIfThere(d.path() / "characters/Lorehaven/Aria.xml");
+    EXPECT_NE(aria.find("<intvalue name=\"level\" value=\"7\" />"), std::string::npos) << aria;
+    EXPECT_NE(aria.find("<stringvalue name=\"name\" value=\"Aria of the Vale\" />"), std::string::npos) << aria;
+    const std::string newcomer = readIfThere(d.path() / "characters/Lorehaven/Newcomer.xml");
+    EXPECT_EQ(newcomer.rfind("<root>\n\t<node name=\"charsheet\">\n\t\t<node name=\"Newcomer\">\n", 0), 0u) << newcomer;
+    // A new user finds portraits to choose from.
+    EXPECT_FALSE(fs::is_empty(d.path() / "portraits"));
+}

@@ -78,10 +78,16 @@ public:
         ui::setPollFactory([] { return std::make_unique<Poll>(); });
         Poll::voters() = [this] { return voters(); };
         if (link.session && !link.isHost()) {
-            inPlayHook = net::joinEvents().characterInPlay.subscribe([this](const std::string& identity, const std::string&, bool) {
-                if (std::find(inPlay.begin(), inPlay.end(), identity) == inPlay.end()) inPlay.push_back(identity);
+            inPlayHooks.push_back(net::joinEvents().characterInPlay.subscribe(
+                [this](const std::string& identity, const std::string&, bool) {
+                    if (std::find(inPlay.begin(), inPlay.end(), identity) == inPlay.end()) inPlay.push_back(identity);
+                    window.invalidate();
+                }));
+            // One who left keeps his votes but loses his box.
+            inPlayHooks.push_back(net::joinEvents().characterGone.subscribe([this](const std::string& identity) {
+                std::erase(inPlay, identity);
                 window.invalidate();
-            });
+            }));
         }
         keys = platform::spine().routeInput.subscribe([this](const platform::Event& e) { watchKeys(e); });
         idle = platform::spine().sendIdleState.subscribe([this](uint8_t state) { reportIdle(state); });
@@ -275,7 +281,8 @@ private:
     ui::Desktop& desktop;
     bool overChat = false;
     uint16_t held = 0, pressed = 0;
-    platform::Subscription keys, idle, inPlayHook;
+    platform::Subscription keys, idle;
+    std::vector<platform::Subscription> inPlayHooks;
     std::vector<std::string> inPlay;
     std::vector<platform::Subscription> layers, frameHooks;
     std::unique_ptr<IdentityViews> identityViews;

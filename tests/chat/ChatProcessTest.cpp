@@ -3,7 +3,7 @@
 // and types "bob" to become "Bob"; lines go both ways, a player's shown only
 // when the host's echo comes back; each Return variant reaches every screen
 // with its speaker and font; the typing marks go on and off; a second player
-// asking for "Bob" is refused and keeps the window.
+// asking for "Bob" is refused and keeps the window; the host logs it all.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -173,6 +173,14 @@ quit 0
     // Typing marks: the player's on and off at the host, the host's at the player.
     EXPECT_LT(positionOf(hostTrace, "typing Bob 1"), positionOf(hostTrace, "typing Bob 0"));
     EXPECT_LT(positionOf(annTrace, "host typing 1"), positionOf(annTrace, "host typing 0"));
+
+    // The host's chat log holds all that was said, the player's lines too,
+    // each in its font's colour; a player keeps none.
+    const std::string log = readFile(hostDir.path() / "campaigns" / "Saga" / "chatlog.html");
+    EXPECT_NE(log.find("<b>Chat log started at "), std::string::npos) << log;
+    EXPECT_NE(log.find("<font color=\"#ece6da\">Bob: Hello all</font><br />\n"), std::string::npos) << log;
+    EXPECT_NE(log.find("<font color=\"#e6cfa4\">The door creaks open.</font><br />\n"), std::string::npos) << log;
+    EXPECT_FALSE(std::filesystem::exists(annDir.path() / "campaigns" / "Saga" / "chatlog.html"));
 
     // The screens: the Gamemaster's gold and the narrator's parchment show
     // on the player's chat, the player's own colour on the host's.

@@ -1,7 +1,9 @@
 // What the chat keeps beyond its view: the host's HTML log (header, line
 // forms, switching off and on, a file that cannot be opened), polls (ids
 // handed out by the host, votes, boxes breaking into rows, votes checked
-// against the voter) and Identities made from a name field.
+// against the voter) and Identities made from a name field; and what acts
+// on the view: the radial menus over a die result and elsewhere, drops of
+// numbers and texts, the middle button, CHCLR and BELLR from the host.
 #include <gtest/gtest.h>
 
 #include "chat/ChatLine.h"
@@ -19,6 +21,10 @@
 #include "support/TestSupport.h"
 #include "ui/ChatPort.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopObject.h"
+#include "ui/DragPayload.h"
+#include "ui/InputState.h"
+#include "ui/MenuModel.h"
 #include "ui/Identities.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
@@ -190,6 +196,143 @@ TEST(ChatPoll, TheHostNumbersPollsAndChecksVoters) {
 
     ui::stopSubsystems();
     EXPECT_FALSE(ui::makePoll());
+    ui::identities().clear();
+}
+
+// A drag source that hands out one payload.
+struct Carried final : ui::DesktopObject {
+    ui::DragPayload payload;
+    int GetDragData(ui::DragPayload& out) override {
+        out = payload;
+        return 1;
+    }
+};
+
+TEST(ChatWindow, MenusDropsAndTheMiddleButton) {
+    ui::identities().clear();
+    ChatWindow chat(ChatLink{db::SessionMode::Host, nullptr});
+    chat.rect = {0, 0, 400, 300};
+    std::vector<std::pair<int32_t, std::string>> attached;
+    std::vector<uint8_t> bells;
+    int logSwitches = 0;
+    chat.attachDieResult = [&](std::unique_ptr<ui::DieResult> r, const char* text) {
+        attached.emplace_back(r->modifier, text ? text : "(null)");
+    };
+    chat.ringBell = [&](uint8_t sound) { bells.push_back(sound); };
+    chat.toggleLog = [&] { ++logSwitches; };
+
+    // A die result at a known place, as a paint leaves it.
+    auto rolled = std::make_unique<ChatLine>("Attack", "Bob", "chatfont");
+    rolled->attachment = result({{"d6", 5}, {"d6", 2}}, 1);
+    rolled->attachment->rect = {100, 200, 160, 220};
+    auto& die = static_cast<ui::DieResult&>(*rolled->attachment);
+    chat.add(std::move(rolled));
+
+    // Over the die: its display modes; "Reset" only once one is set.
+    ui::inputState().lastMousePosition = ui::mouse::pack(110, 210);
+    auto menu = chat.BuildMenu();
+    ASSERT_TRUE(menu);
+    EXPECT_EQ(menu->hubIcon, "menuhub");
+    EXPECT_EQ(menu->find("Reset"), -1);
+    const std::pair<const char*, int> modes[] = {
+        {"Double value", ui::DieResult::kDouble}, {"Halve value", ui::DieResult::kHalve},
+        {"Negate value", ui::DieResult::kNegate}, {"Display sum", ui::DieResult::kSum}};
+    for (auto [label, mode] : modes) {
+        menu = chat.BuildMenu();
+        ASSERT_GE(menu->find(label), 0) << label;
+        chat.MenuSelected(menu->at(menu->find(label)).id);
+        EXPECT_EQ(die.displayMode, mode) << label;
+        EXPECT_EQ(chat.menuLine, nullptr);
+    }
+    menu = chat.BuildMenu();
+    EXPECT_EQ(menu->find("Reset"), 1);
+    chat.MenuSelected(menu->at(1).id);
+    EXPECT_EQ(die.displayMode, ui::DieResult::kAsRolled);
+
+    // Elsewhere, on the host: prompt, halt with the bell, the log, clear.
+    ui::inputState().lastMousePosition = ui::mouse::pack(10, 10);
+    menu = chat.BuildMenu();
+    ASSERT_TRUE(menu);
+    EXPECT_EQ(menu->find("Start chat log"), 4);
+    chat.logging = true;
+    menu = chat.BuildMenu();
+    EXPECT_EQ(menu->find("Stop chat log"), 4);
+    EXPECT_EQ(menu->at(4).icon, "logoff");
+    chat.MenuSelected(menu->at(4).id);
+    EXPECT_EQ(logSwitches, 1);
+    chat.MenuSelected(menu->at(menu->find("Prompt Icon")).id);
+    EXPECT_EQ(chat.allLines().back()->indicatorName, "indicator_prompt");
+    EXPECT_TRUE(bells.empty());
+    chat.MenuSelected(menu->at(menu->find("Halt Icon")).id);
+    EXPECT_EQ(chat.allLines().back()->indicatorName, "indicator_stop");
+    EXPECT_EQ(chat.allLines().back()->fontName, "narratorfont");
+    EXPECT_EQ(bells, std::vector<uint8_t>{1});
+
+    // Drops: a number goes through attachDieResult, negated with Ctrl; a
+    // text becomes a line, its description the speaker in "npcchatfont".
+    Carried carried;
+    carried.payload.kind = ui::kDragNumber;
+    carried.payload.number = 7;
+    carried.payload.description = "Strength";
+    chat.MouseDrop(0, 0, 0, &carried);
+    chat.MouseDrop(0, ui::mouse::kControl, 0, &carried);
+    EXPECT_EQ(attached, (std::vector<std::pair<int32_t, std::string>>{{7, "Strength"}, {-7, "Strength"}}));
+    carried.payload = {};
+    carried.payload.kind = ui::kDragText;
+    carried.payload.text = "A gate of iron.";
+    chat.MouseDrop(0, 0, 0, &carried);
+    EXPECT_EQ(chat.allLines().back()->fontName, "narratorfont");
+    EXPECT_EQ(chat.allLines().back()->label, "");
+    carried.payload.description = "Guard";
+    carried.payload.text = "Halt!";
+    chat.MouseDrop(0, 0, 0, &carried);
+    EXPECT_EQ(chat.allLines().back()->fontName, "npcchatfont");
+    EXPECT_EQ(chat.allLines().back()->label, "Guard:");
+    carried.payload.kind = ui::kDragWindowLink;
+    EXPECT_EQ(chat.MouseDrop(0, 0, 0, &carried), 0);
+
+    // The middle button: the host with an Identity tells a hidden total,
+    // never its dice; anyone else goes back to the newest line.
+    die.hidden = true;
+    ui::identities().selectOrMakeIdentity("Keeper", "dmfont");
+    attached.clear();
+    chat.MouseButton(ui::mouse::kMiddleUp, 0, ui::mouse::pack(110, 210));
+    EXPECT_EQ(attached, (std::vector<std::pair<int32_t, std::string>>{{8, "(null)"}}));
+    ui::identities().clear();
+    chat.scrollBy(-3);
+    chat.MouseButton(ui::mouse::kMiddleUp, 0, ui::mouse::pack(110, 210));
+    EXPECT_EQ(chat.scrollPosition(), -1);
+
+    chat.MenuSelected(menu->at(menu->find("Clear")).id);
+    EXPECT_TRUE(chat.allLines().empty());
+
+    // A player gets no menu but over a die result.
+    ChatWindow player(ChatLink{db::SessionMode::Join, nullptr});
+    EXPECT_FALSE(player.BuildMenu());
+}
+
+// On a player's machine: CHCLR empties the view; BELLR rings (and is
+// traced), other sounds do nothing, a cut one is dropped with a notice.
+TEST(ChatWindow, TheHostClearsAndRings) {
+    net::Session session;  // a client's, fed without sockets
+    std::vector<std::string> notices, traced;
+    session.setSystemLineSink([&](const std::string& line) { notices.push_back(line); });
+    platform::Subscription watch = platform::traceLines().subscribe(
+        [&](std::string_view line) { traced.emplace_back(line); });
+    db::setSessionMode(db::SessionMode::Join);
+    ui::startSubsystems({db::SessionMode::Join, ui::desktop(), &session, nullptr});
+    ui::ChatLineDraft said;
+    said.text = "Hello";
+    ui::chatPort()->add(std::move(said));
+    session.dispatch(nullptr, net::NetMessage(net::tags::CHCLR));
+    session.dispatch(nullptr, encodeBell(1));
+    session.dispatch(nullptr, encodeBell(9));  // other sounds do nothing
+    session.dispatch(nullptr, net::NetMessage(net::tags::BELLR));
+    EXPECT_NE(std::find(traced.begin(), traced.end(), "bell 1"), traced.end());
+    EXPECT_EQ(std::find(traced.begin(), traced.end(), "bell 9"), traced.end());
+    EXPECT_EQ(notices.size(), 1u);
+    ui::stopSubsystems();
+    db::setSessionMode(db::SessionMode::Host);
     ui::identities().clear();
 }
 

@@ -509,6 +509,13 @@ void chatMarks(Named& out) {
                                   c.strokePath(arc(22, 18, 10, kPi * 0.72f, kPi * 1.28f, 12), 2.6f, col);
                                   c.strokePath(arc(14, 18, 10, -kPi * 0.28f, kPi * 0.28f, 12), 2.6f, col);
                               }));
+    // A poll's box before and after the character's player voted.
+    out.emplace_back("poll_empty", smallMark(20, rgb(0x3A3E4A), [](Canvas& c, Color col) {
+                                    c.strokePath({10, 10, 26, 10, 26, 26, 10, 26, 10, 10}, 2.4f, col);
+                                }));
+    out.emplace_back("poll_checked", smallMark(20, rgb(0x2A6A44), [](Canvas& c, Color col) {
+                                      c.strokePath({10, 19, 16, 25, 27, 11}, 3.6f, col);
+                                  }));
     out.emplace_back("chat_wait", smallMark(22, rgb(0x8A5A14), [](Canvas& c, Color col) {
                                    for (float x : {10.0f, 18.0f, 26.0f}) c.fillCircle(x, 19, 3, col);
                                }));

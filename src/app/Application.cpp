@@ -323,6 +323,9 @@ int runMainLoop() {
     };
     actions.drawPending = drawPending;
     actions.screenshot = saveScreenshotAs;
+    actions.resize = [&a](int width, int height) {
+        if (a.mainWindow) a.mainWindow->setClientSize(width, height);
+    };
     actions.quit = [](int code) { platform::postQuit(code); };
     ScriptPlayer player(std::move(scriptSteps()), std::move(actions));
     player.start();

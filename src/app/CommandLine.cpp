@@ -139,7 +139,8 @@ const char* commandLineHelp() {
            "                           move X Y | down|up BUTTON [X Y] | click BUTTON X Y |\n"
            "                           wheel STEPS | keydown|keyup|key KEY [shift|ctrl|alt] |\n"
            "                           text TEXT | wait MS | await TEXT | screenshot NAME |\n"
-           "                           quit CODE (await: until a trace line holds TEXT)\n"
+           "                           resize W H | quit CODE (await: until a trace line\n"
+           "                           holds TEXT; resize: the main window's client area)\n"
            "                         BUTTON is left, right or middle; '#' starts a comment\n"
            "  --help                 show this text\n"
            "  --version              show the version\n"
@@ -153,6 +154,7 @@ const char* commandLineHelp() {
            "                          MS window opened|closed CLASS RECORD | MS menu opened X Y |\n"
            "                          MS menu chosen ID | MS drag started X Y |\n"
            "                          MS bookmark stored|recalled N CLASS RECORD |\n"
+           "                          MS desktop sized W H |\n"
            "                          MS quit CODE (MS: the program's clock)\n"
            "  LOREHAVEN_CLOCK=manual  the program's clock moves only by the script's waits,\n"
            "                          so timers and trace stamps repeat exactly\n";

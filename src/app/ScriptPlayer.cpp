@@ -81,6 +81,11 @@ void ScriptPlayer::run() {
                              step.name.c_str());
             }
             break;
+        case platform::ScriptStep::Kind::Resize:
+            // The window system's size event comes back through the loop.
+            actions.resize(step.width, step.height);
+            timer.start(0);
+            return;
         case platform::ScriptStep::Kind::Quit:
             actions.quit(step.exitCode);
             return;

@@ -19,6 +19,7 @@ struct ScriptActions {
     std::function<void(const platform::Event&)> deliver;  // the window's event handler
     std::function<void()> drawPending;                    // a frame of what is dirty
     std::function<bool(const std::string&)> screenshot;   // true when written
+    std::function<void(int, int)> resize;                 // the main window's client area
     std::function<void(int)> quit;
 };
 

@@ -56,6 +56,10 @@ public:
     const std::string& text() const { return buffers[current]; }
     size_t caret() const { return carets[current]; }
     ui::DieResult* pendingAttachment() const { return pending[current].get(); }
+    std::unique_ptr<ui::DieResult> takePendingAttachment() {
+        invalidate();
+        return std::move(pending[current]);
+    }
     const std::deque<std::string>& sentLines() const { return history; }
     void setText(std::string text);
     // The first of the two buffers becomes the current one.

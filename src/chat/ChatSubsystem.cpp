@@ -3,16 +3,22 @@
 // chat's door (ui::ChatPort) for the dice and the others.
 //
 // Index: the chat of this run; messages; start and stop.
+#include <algorithm>
 #include <memory>
 
 #include "chat/ChatEntry.h"
+#include "chat/ChatLog.h"
 #include "chat/ChatWindow.h"
 #include "chat/ChatWire.h"
 #include "chat/IdentityViews.h"
+#include "chat/Poll.h"
+#include "db/Campaign.h"
 #include "db/Users.h"
 #include "net/ClientLogin.h"
+#include "net/JoinEvents.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
+#include "platform/Bell.h"
 #include "platform/Clipboard.h"
 #include "platform/Events.h"
 #include "platform/Platform.h"
@@ -27,6 +33,7 @@
 #include "ui/KeyboardFocus.h"
 #include "ui/Lights.h"
 #include "ui/RulesetData.h"
+#include "ui/StringControl.h"
 #include "ui/Subsystems.h"
 
 namespace lh::chat {
@@ -55,6 +62,11 @@ public:
         window.ringBell = [this](uint8_t sound) {
             if (link.session && link.isHost()) link.session->sendToAll(encodeBell(sound));
         };
+        window.toggleLog = [this] { setLogging(!window.logging); };
+        window.logLine = [this](const ChatLine& line) {
+            log.path = std::string(db::campaign().chatLogPath.view());
+            log.write(line);
+        };
         entry.heldKeys = [this] { return held; };
         entry.userName = [] { return std::string(db::localUser().name.view()); };
         entry.clipboard = [] { return platform::clipboardText(); };
@@ -62,9 +74,22 @@ public:
 
     void start(const ui::SubsystemStart& s) {
         ui::setChatPort(this);
+        ui::setIdentityMaker(makeIdentityFromField);
+        ui::setPollFactory([] { return std::make_unique<Poll>(); });
+        Poll::voters() = [this] { return voters(); };
+        if (link.session && !link.isHost()) {
+            inPlayHook = net::joinEvents().characterInPlay.subscribe([this](const std::string& identity, const std::string&, bool) {
+                if (std::find(inPlay.begin(), inPlay.end(), identity) == inPlay.end()) inPlay.push_back(identity);
+                window.invalidate();
+            });
+        }
         keys = platform::spine().routeInput.subscribe([this](const platform::Event& e) { watchKeys(e); });
         idle = platform::spine().sendIdleState.subscribe([this](uint8_t state) { reportIdle(state); });
-        if (link.mode == db::SessionMode::LocalCharacters) return;
+        if (link.mode == db::SessionMode::LocalCharacters) {
+            // No chat to show, but the choice of character.
+            identityViews = startIdentityViews(s, window);
+            return;
+        }
         // The routing asks where the chat frame is (thrown dice land there)
         // and tells when carried dice come over it.
         frameHooks.push_back(ui::desktopSignals().chatFrameContains.subscribe(
@@ -85,6 +110,8 @@ public:
         layers.push_back(
             ui::drawOnFrameStep(ui::FrameStep::ChatEntry, [this](render::RenderContext& c) { entry.Draw(c); }));
         if (s.session) attachMessages(*s.session);
+        // The Gamemaster's machine keeps the record from the start.
+        if (link.isHost()) setLogging(true);
         identityViews = startIdentityViews(s, window);
         if (identityViews->list) identityViews->list->selected = [this] { entry.useFirstBuffer(); };
     }
@@ -103,12 +130,32 @@ public:
         entry.attachDieResult(std::move(result), text);
     }
     void clear() override { window.clear(); }
+    std::unique_ptr<ui::DieResult> takePendingAttachment() override { return entry.takePendingAttachment(); }
 
     ChatLink link;
     ChatWindow window;
     ChatEntry entry;
+    ChatLog log;
 
 private:
+    // The characters in play, one poll box each: on the host the players
+    // online under an Identity, on a client those the host announced.
+    std::vector<std::string> voters() const {
+        if (!link.isHost()) return inPlay;
+        std::vector<std::string> names;
+        for (const auto& user : db::knownUsers()) {
+            if (user->connection && !user->identity.view().empty()) names.emplace_back(user->identity.view());
+        }
+        return names;
+    }
+
+    void setLogging(bool on) {
+        log.path = std::string(db::campaign().chatLogPath.view());
+        log.setLogging(on);
+        window.logging = on;
+        platform::trace("chat log %d", on ? 1 : 0);
+    }
+
     static std::unique_ptr<ChatLine> lineOf(ui::ChatLineDraft draft) {
         auto line = std::make_unique<ChatLine>(std::move(draft.text), draft.speaker, draft.font);
         if (!draft.indicator.empty()) line->setIndicator(draft.indicator);
@@ -150,8 +197,38 @@ private:
                 s->reportMalformed(from, m, error);
                 return net::HandlerResult::Rejected;
             }
+            if (from && line->attachmentKind == ui::ChatAttachment::kPoll) {
+                // The host numbers the poll and passes on its own number, not
+                // the one the client made for itself.
+                std::unique_ptr<ChatLine> made = window.lineFromMessage(*line);
+                line->pollId = static_cast<const Poll&>(*made->attachment).id;
+                platform::trace("poll %u %.200s", unsigned(line->pollId), line->text.c_str());
+                window.add(std::move(made));
+                s->sendToAll(encodeChat(net::tags::CHATR, *line));
+                return net::HandlerResult::Rejected;  // already passed on
+            }
+            if (line->attachmentKind == ui::ChatAttachment::kPoll) {
+                platform::trace("poll %u %.200s", unsigned(line->pollId), line->text.c_str());
+            }
             window.add(window.lineFromMessage(*line));
             return net::HandlerResult::Handled;
+        });
+        session.setPairHandler("POLL", [this, s](net::SessionPeer* from, const net::NetMessage& m) {
+            std::string error;
+            std::optional<PollVote> vote = decodePollVote(m, error);
+            if (!vote) {
+                s->reportMalformed(from, m, error);
+                return net::HandlerResult::Rejected;
+            }
+            if (from) {
+                // A player votes for his own Identity only.
+                db::SessionUser* user = db::findKnownUser(from->name);
+                if (!user || user->identity.view() != vote->identity) return net::HandlerResult::Rejected;
+            }
+            platform::trace("vote %u %s", unsigned(vote->pollId), vote->identity.c_str());
+            // A vote for a poll that is gone changes nothing and goes nowhere.
+            return window.setVote(vote->pollId, vote->identity, vote->value) ? net::HandlerResult::Handled
+                                                                             : net::HandlerResult::Rejected;
         });
         session.setHandler(net::tags::CHCLR, [this](net::SessionPeer*, const net::NetMessage&) {
             window.clear();
@@ -164,8 +241,10 @@ private:
                 s->reportMalformed(from, m, error);
                 return net::HandlerResult::Rejected;
             }
-            // The platform has no system sounds to give; the trace tells it.
-            if (*sound <= 1) platform::trace("bell %u", unsigned(*sound));
+            if (*sound <= 1) {
+                platform::trace("bell %u", unsigned(*sound));
+                platform::ringBell(*sound == 0 ? platform::BellSound::Notice : platform::BellSound::Halt);
+            }
             return net::HandlerResult::Handled;
         });
         session.setHandler(net::tags::CHITR, [this, s](net::SessionPeer* from, const net::NetMessage& m) {
@@ -200,7 +279,8 @@ private:
     ui::Desktop& desktop;
     bool overChat = false;
     uint16_t held = 0, pressed = 0;
-    platform::Subscription keys, idle;
+    platform::Subscription keys, idle, inPlayHook;
+    std::vector<std::string> inPlay;
     std::vector<platform::Subscription> layers, frameHooks;
     std::unique_ptr<IdentityViews> identityViews;
 };
@@ -220,6 +300,9 @@ void startChat(const ui::SubsystemStart& start) {
 void stopChat() {
     if (!chat()) return;
     ui::setChatPort(nullptr);
+    ui::setIdentityMaker(nullptr);
+    ui::setPollFactory(nullptr);
+    Poll::voters() = nullptr;
     chat().reset();
 }
 

@@ -5,12 +5,14 @@
 
 #include <algorithm>
 
+#include "chat/Poll.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
 #include "platform/Trace.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
+#include "ui/DragImage.h"
 #include "ui/DragPayload.h"
 #include "ui/FrameDef.h"
 #include "ui/Identities.h"
@@ -21,7 +23,9 @@
 
 namespace lh::chat {
 
-ChatWindow::ChatWindow(ChatLink l) : link(l) {}
+ChatWindow::ChatWindow(ChatLink l) : link(l) { render::GraphicsDevice::Get().Register(&deviceWatch); }
+
+ChatWindow::~ChatWindow() { render::GraphicsDevice::Get().Unregister(&deviceWatch); }
 
 // Section: lines in and out.
 
@@ -41,6 +45,8 @@ ChatMessage ChatWindow::messageFromLine(const ChatLine& line) const {
         m.attachmentKind = line.attachment->kind;
         if (line.attachment->kind == ui::ChatAttachment::kDieResult) {
             m.dieText = static_cast<const ui::DieResult&>(*line.attachment).dieText();
+        } else if (line.attachment->kind == ui::ChatAttachment::kPoll) {
+            m.pollId = static_cast<const Poll&>(*line.attachment).id;
         }
     }
     return m;
@@ -54,8 +60,10 @@ std::unique_ptr<ChatLine> ChatWindow::lineFromMessage(const ChatMessage& m) cons
         result->readDieText(m.dieText);
         line->attachment = std::move(result);
     }
-    // FIXME: polls join here when they arrive; until then a poll line shows
-    // its question without the boxes.
+    if (m.attachmentKind == ui::ChatAttachment::kPoll) {
+        // The host numbers every poll of the session; a client takes its id.
+        line->attachment = link.isHost() ? std::make_unique<Poll>() : std::make_unique<Poll>(m.pollId);
+    }
     return line;
 }
 
@@ -80,6 +88,11 @@ void ChatWindow::add(std::unique_ptr<ChatLine> line) {
     if (!line) return;
     if (platform::traceOn()) {
         platform::trace("chat %s [%s] %.200s", line->fontName.c_str(), line->label.c_str(), line->text.c_str());
+        if (line->attachment && line->attachment->kind == ui::ChatAttachment::kDieResult) {
+            const auto& result = static_cast<const ui::DieResult&>(*line->attachment);
+            platform::trace("chat die %s%.200s total %d", result.hidden ? "?" : "", result.dieText().c_str(),
+                            result.total());
+        }
     }
     if (logging && logLine) logLine(*line);
     lines.push_back(std::move(line));
@@ -92,6 +105,18 @@ void ChatWindow::add(std::unique_ptr<ChatLine> line) {
     invalidate();
 }
 
+bool ChatWindow::setVote(uint32_t pollId, const std::string& identity, uint32_t value) {
+    for (const auto& line : lines) {
+        if (line->attachment && line->attachment->kind == ui::ChatAttachment::kPoll &&
+            static_cast<Poll&>(*line->attachment).id == pollId) {
+            static_cast<Poll&>(*line->attachment).vote(identity, value);
+            invalidate();
+            return true;
+        }
+    }
+    return false;
+}
+
 void ChatWindow::clear() {
     lines.clear();
     scrollBottom = -1;
@@ -100,6 +125,7 @@ void ChatWindow::clear() {
 }
 
 void ChatWindow::invalidate() const {
+    dirty = true;
     render::Rect r = render::unite(frameRect, rect);
     render::GraphicsDevice::Get().Invalidate(&r);
 }
@@ -134,22 +160,63 @@ void ChatWindow::DrawFrame(render::RenderContext& context, uint32_t desktopLight
 
 void ChatWindow::Draw(render::RenderContext& context) {
     const render::Rect clip = render::intersect(context.ClipRect(), rect);
-    if (clip.isEmpty() || lines.empty()) return;
+    if (clip.isEmpty()) return;
+    const uint32_t width = uint32_t(rect.width()), height = uint32_t(rect.height());
+    if (cache.GetState() != render::Bitmap::RenderTarget || cache.GetWidth() != width ||
+        cache.GetHeight() != height) {
+        dirty = true;
+        if (!cache.CreateRenderTarget(width, height)) {
+            // No picture to keep (no device, or no memory for it): paint
+            // straight onto the screen, every time.
+            paintLines(context, rect, clip);
+            return;
+        }
+    }
+    if (dirty) {
+        render::RenderContext* target = cache.BeginRender();
+        if (!target) {
+            paintLines(context, rect, clip);
+            return;
+        }
+        cache.ClearTarget();
+        const render::Rect area{0, 0, int32_t(width), int32_t(height)};
+        target->SetClipRect(area);
+        target->BeginScene();
+        paintLines(*target, area, area);
+        target->EndScene();
+        cache.EndRender();
+        // Hit tests ask in Desktop coordinates.
+        for (const auto& line : lines) {
+            if (ui::ChatAttachment* a = line->attachment.get(); a && !a->rect.isEmpty()) {
+                a->rect = {a->rect.left + rect.left, a->rect.top + rect.top, a->rect.right + rect.left,
+                           a->rect.bottom + rect.top};
+            }
+        }
+        dirty = false;
+        if (platform::traceOn()) {
+            platform::trace("chat drawn %.200s", lines.empty() ? "" : lines.back()->text.c_str());
+        }
+    }
+    context.DrawBitmap(cache, rect.left, rect.top, 0xFFFFFFFF, &clip);
+}
+
+void ChatWindow::paintLines(render::RenderContext& context, const render::Rect& area, const render::Rect& clip) {
+    ++paints;
+    for (const auto& line : lines) {
+        if (line->attachment) line->attachment->rect = {};
+    }
+    if (lines.empty()) return;
     render::Font* before = context.GetFont();
-    int32_t bottom = rect.bottom;
-    int index = scrollBottom < 0 ? int(lines.size()) - 1 : scrollBottom;
-    for (; index >= 0 && bottom > rect.top; --index) {
+    int32_t bottom = area.bottom;
+    for (int index = scrollBottom < 0 ? int(lines.size()) - 1 : scrollBottom; index >= 0 && bottom > area.top;
+         --index) {
         ChatLine& line = *lines[size_t(index)];
         line.font = nullptr;  // a font that was missing may be there now
         if (!line.selectFont()) continue;
-        const int32_t height = line.measure(context, rect.width());
+        const int32_t height = line.measure(context, area.width());
         bottom -= height;
-        line.paint(context, {rect.left, bottom, rect.right, bottom + height}, &clip);
+        line.paint(context, {area.left, bottom, area.right, bottom + height}, &clip);
         bottom -= kLineGap;
-    }
-    // Lines above the area keep no place for hit tests.
-    for (; index >= 0; --index) {
-        if (lines[size_t(index)]->attachment) lines[size_t(index)]->attachment->rect = {};
     }
     context.SetFont(before);
 }
@@ -178,10 +245,18 @@ int ChatWindow::MouseButton(int message, uint32_t, uint32_t position) {
         return ui::kTakeCapture;
     case ui::mouse::kMiddleDown:
         return ui::kTakeCapture;
-    case ui::mouse::kLeftUp:
+    case ui::mouse::kLeftUp: {
         dragStarted = false;
-        // FIXME: a vote on a poll line goes here with the polls.
+        // The Gamemaster does not vote; a player votes under his Identity.
+        ChatLine* line = lineAt(x, y);
+        ui::Identity* identity = ui::activeIdentity();
+        if (line && identity && line->attachment->kind == ui::ChatAttachment::kPoll && !link.isHost() &&
+            link.session) {
+            PollVote vote{static_cast<Poll&>(*line->attachment).id, 1, identity->name};
+            link.session->sendToHost(encodePollVote(net::tags::POLLQ, vote));
+        }
         return ui::kTakeNoCapture;
+    }
     case ui::mouse::kMiddleUp: {
         if (link.isHost() && ui::activeIdentity()) {
             ui::DieResult* hiddenResult = dieResultOf(lineAt(x, y));
@@ -199,6 +274,23 @@ int ChatWindow::MouseButton(int message, uint32_t, uint32_t position) {
     default:
         return ui::kPass;
     }
+}
+
+void ChatWindow::HoverChanged(bool entered) {
+    ui::DesktopObject::HoverChanged(entered);
+    if (entered) {
+        HoverMove(ui::inputState().lastMousePosition);
+    } else if (overDieResult) {
+        overDieResult = false;
+        ui::setDesktopCursor(ui::cursor::kDefault);
+    }
+}
+
+void ChatWindow::HoverMove(uint32_t position) {
+    const bool over = dieResultOf(lineAt(ui::mouse::xOf(position), ui::mouse::yOf(position))) != nullptr;
+    if (over == overDieResult) return;
+    overDieResult = over;
+    ui::setDesktopCursor(over ? ui::cursor::kDraggable : ui::cursor::kDefault);
 }
 
 int ChatWindow::MouseWheel(int notches, uint32_t) {

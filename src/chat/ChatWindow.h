@@ -13,6 +13,8 @@
 #include "chat/ChatLine.h"
 #include "chat/ChatWire.h"
 #include "db/SessionMode.h"
+#include "render/Bitmap.h"
+#include "render/DeviceResource.h"
 #include "ui/DesktopObject.h"
 
 namespace lh::net {
@@ -48,10 +50,16 @@ public:
     static constexpr int kPageLines = 5;
 
     explicit ChatWindow(ChatLink link);
+    ~ChatWindow() override;
+    ChatWindow(const ChatWindow&) = delete;
+    ChatWindow& operator=(const ChatWindow&) = delete;
 
     void post(std::unique_ptr<ChatLine> line);
     void add(std::unique_ptr<ChatLine> line);
     void clear();
+    // A vote on the poll of that id; false when no line holds it (a poll
+    // pushed out or cleared away).
+    bool setVote(uint32_t pollId, const std::string& identity, uint32_t value);
     // A line as the chat messages carry it, made into a ChatLine.
     std::unique_ptr<ChatLine> lineFromMessage(const ChatMessage& message) const;
     ChatMessage messageFromLine(const ChatLine& line) const;
@@ -66,9 +74,14 @@ public:
 
     // The frame (POSITION) that the chat invalidates, and the area.
     render::Rect frameRect;
+    // Paints the lines again at the next draw and invalidates the frame.
     void invalidate() const;
 
+    // Blits the picture of the lines, painting it first when something
+    // changed since; a frame that changes nothing in the chat costs a blit.
     void Draw(render::RenderContext& context);
+    // How often the lines were laid out and painted (for tests).
+    uint32_t paintCount() const { return paints; }
     // The frame and, while `overChat`, its highlight; drawn before the lines.
     void DrawFrame(render::RenderContext& context, uint32_t desktopLight, uint32_t frameLight, bool overChat);
 
@@ -78,6 +91,9 @@ public:
     int MouseDrop(int message, uint32_t flags, uint32_t position, ui::DesktopObject* source) override;
     int GetDragData(ui::DragPayload& payload) override;
     std::unique_ptr<ui::MenuModel> BuildMenu() override;
+    // Over a die result the cursor says it can be picked up.
+    void HoverChanged(bool entered) override;
+    void HoverMove(uint32_t position) override;
     void MenuSelected(int id) override;
 
     // The line whose attachment holds the point (Desktop coordinates).
@@ -99,10 +115,25 @@ private:
     // A prompt or halt mark: a blank line in "narratorfont" with the icon.
     void postMark(const char* indicator);
     ui::DieResult* dieResultOf(ChatLine* line) const;
+    // Lays out and paints the lines from the bottom of `area` up.
+    void paintLines(render::RenderContext& context, const render::Rect& area, const render::Rect& clip);
+
+    // A device reset empties the picture: paint it again.
+    struct DeviceWatch final : render::DeviceResource {
+        explicit DeviceWatch(ChatWindow& w) : window(w) {}
+        void OnDeviceLost() override { window.dirty = true; }
+        void OnDeviceReset() override { window.dirty = true; }
+        ChatWindow& window;
+    };
 
     std::deque<std::unique_ptr<ChatLine>> lines;
     int scrollBottom = -1;
+    mutable bool dirty = true;
+    uint32_t paints = 0;
+    render::Bitmap cache;
+    DeviceWatch deviceWatch{*this};
     bool dragStarted = false;
+    bool overDieResult = false;
     int32_t dragValue = 0;
     std::string dragText;
 };

@@ -91,4 +91,23 @@ std::optional<uint8_t> decodeBell(const net::NetMessage& message, std::string& e
     return sound;
 }
 
+net::NetMessage encodePollVote(net::MessageTag tag, const PollVote& vote) {
+    net::NetMessage m(tag);
+    net::MessageWriter(m).u32(vote.pollId).u32(vote.value).text(vote.identity);
+    return m;
+}
+
+std::optional<PollVote> decodePollVote(const net::NetMessage& message, std::string& error) {
+    net::MessageReader r(message);
+    PollVote v;
+    v.pollId = r.u32();
+    v.value = r.u32();
+    v.identity = r.text(kMaxSpeaker + 1);
+    if (!r.ok()) {
+        error = r.error();
+        return std::nullopt;
+    }
+    return v;
+}
+
 }  // namespace lh::chat

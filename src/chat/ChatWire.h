@@ -53,4 +53,13 @@ std::optional<bool> decodeHostTyping(const net::NetMessage& message, std::string
 net::NetMessage encodeBell(uint8_t sound);
 std::optional<uint8_t> decodeBell(const net::NetMessage& message, std::string& error);
 
+// POLLQ and POLLR: a vote on a poll (the value is always 1).
+struct PollVote {
+    uint32_t pollId = 0;
+    uint32_t value = 1;
+    std::string identity;
+};
+net::NetMessage encodePollVote(net::MessageTag tag, const PollVote& vote);
+std::optional<PollVote> decodePollVote(const net::NetMessage& message, std::string& error);
+
 }  // namespace lh::chat

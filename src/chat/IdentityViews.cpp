@@ -508,4 +508,10 @@ std::unique_ptr<IdentityViews> startIdentityViews(const ui::SubsystemStart& star
     return views;
 }
 
+bool makeIdentityFromField(const std::string& name) {
+    if (name.empty() || ui::identities().find(name)) return false;
+    ui::identities().selectOrMakeIdentity(std::string_view(name).substr(0, ui::Identity::kMaxName), "chatfont");
+    return true;
+}
+
 }  // namespace lh::chat

@@ -113,4 +113,9 @@ struct IdentityViews {
 };
 std::unique_ptr<IdentityViews> startIdentityViews(const ui::SubsystemStart& start, ChatWindow& window);
 
+// A name field marked CREATEIDENTITY, control-clicked on the host: a new
+// Identity of that name in "chatfont" becomes the active one. False, and
+// nothing changes, when the name is empty or already an Identity.
+bool makeIdentityFromField(const std::string& name);
+
 }  // namespace lh::chat

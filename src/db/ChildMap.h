@@ -81,7 +81,7 @@ public:
         --count_;
     }
     void clear() {
-        ::operator delete(entries);
+        if (entries) ::operator delete(entries);  // a leaf has none: no call for it
         entries = nullptr;
         count_ = capacity = 0;
     }

@@ -2,6 +2,7 @@
 #include "db/NodePool.h"
 
 #include <cstdlib>
+#include <cstring>
 
 namespace lh::db {
 
@@ -19,25 +20,39 @@ size_t roundUp(size_t size) {
 
 BlockPool::BlockPool(size_t size) : blockSize(roundUp(size)) {}
 
+void BlockPool::reserveFree(size_t count) {
+    if (count <= freeCapacity) return;
+    size_t capacity = freeCapacity ? freeCapacity * 2 : kBlocksPerChunk;
+    while (capacity < count) capacity *= 2;
+    auto** more = static_cast<void**>(::operator new(capacity * sizeof(void*)));
+    if (freeCount) std::memcpy(more, freeBlocks, freeCount * sizeof(void*));
+    ::operator delete(freeBlocks);
+    freeBlocks = more;
+    freeCapacity = capacity;
+}
+
 void BlockPool::grow() {
-    char* chunk = static_cast<char*>(::operator new(blockSize * kBlocksPerChunk));
-    for (size_t i = kBlocksPerChunk; i-- > 0;) give(chunk + i * blockSize);
+    // On cache-line boundaries: a block of a multiple of 64 bytes then
+    // spans no more lines than it must.
+    char* chunk = static_cast<char*>(::operator new(blockSize * kBlocksPerChunk, std::align_val_t(64)));
+    reserveFree(freeCount + kBlocksPerChunk);
+    // Pushed from the end, so that the blocks are taken in address order.
+    for (size_t i = kBlocksPerChunk; i-- > 0;) freeBlocks[freeCount++] = chunk + i * blockSize;
 }
 
 void* BlockPool::take() {
-    if (!freeList) grow();
-    FreeBlock* block = freeList;
-    freeList = block->next;
-    // The next block is asked for soon, and reading its link is a miss
-    // when a large tree went before: start the load now.
-    __builtin_prefetch(freeList, 1);
+    if (freeCount == 0) grow();
+    void* block = freeBlocks[--freeCount];
+    // The blocks asked for next are known: start their loads now, as a
+    // large tree does not stay in the cache.
+    constexpr size_t kAhead = 6;
+    if (freeCount >= kAhead) __builtin_prefetch(freeBlocks[freeCount - kAhead], 1);
     return block;
 }
 
 void BlockPool::give(void* block) {
-    auto* free = static_cast<FreeBlock*>(block);
-    free->next = freeList;
-    freeList = free;
+    if (freeCount == freeCapacity) reserveFree(freeCount + 1);
+    freeBlocks[freeCount++] = block;
 }
 
 }  // namespace lh::db

@@ -7,6 +7,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "db/XmlDocumentHolder.h"
 #include "platform/Encoding.h"
@@ -14,6 +15,19 @@
 namespace lh::db {
 
 namespace {
+
+// pugixml's handles are their node and attribute pointers, and nothing
+// more; the library makes and tests them in out-of-line calls, too dear for
+// walks that take several handles per element. Here they are made, read and
+// tested as the pointers they hold.
+static_assert(sizeof(pugi::xml_node) == sizeof(pugi::xml_node_struct*) &&
+              std::is_trivially_copyable_v<pugi::xml_node>);
+static_assert(sizeof(pugi::xml_attribute) == sizeof(void*) && std::is_trivially_copyable_v<pugi::xml_attribute>);
+
+inline pugi::xml_node handle(pugi::xml_node_struct* node) { return std::bit_cast<pugi::xml_node>(node); }
+inline pugi::xml_node_struct* object(pugi::xml_node node) { return std::bit_cast<pugi::xml_node_struct*>(node); }
+inline bool isNull(pugi::xml_node node) { return object(node) == nullptr; }
+inline bool isNull(pugi::xml_attribute attribute) { return std::bit_cast<void*>(attribute) == nullptr; }
 
 // Eight bytes at a time: large documents are mostly ASCII, and this check
 // runs on every value read.
@@ -31,27 +45,13 @@ bool isAscii(const char* s, size_t length) {
 }
 
 void assign8Bit(std::string& out, const char* utf8) {
-    // Values are mostly short: a byte loop that copies, checks and finds the
-    // end in one pass beats three library calls. A long one takes the
-    // library's road.
-    constexpr size_t kShort = 32;
-    char copy[kShort];
-    size_t i = 0;
-    unsigned char high = 0;
-    for (; i < kShort && utf8[i]; ++i) {
-        copy[i] = utf8[i];
-        high |= static_cast<unsigned char>(utf8[i]);
-    }
-    if (i < kShort && high < 0x80) {
-        out.assign(copy, i);
-        return;
-    }
-    size_t length = i + std::strlen(utf8 + i);
-    if (isAscii(utf8, length)) {
-        out.assign(utf8, length);
-    } else {
-        out = platform::utf8ToWindows1252(std::string_view(utf8, length));
-    }
+    // The library's length and copy beat a byte loop already for the short
+    // values that most are; the check for 8-bit text then runs on the copy,
+    // eight bytes at a time.
+    size_t length = std::strlen(utf8);
+    out.resize(length);
+    std::memcpy(out.data(), utf8, length);
+    if (!isAscii(utf8, length)) out = platform::utf8ToWindows1252(std::string_view(utf8, length));
 }
 
 void copyToBuffer(const std::string& text, char* buffer, size_t size) {
@@ -63,14 +63,18 @@ void copyToBuffer(const std::string& text, char* buffer, size_t size) {
 
 inline char upper(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
 
+// Two bytes match without regard to case when they are equal, or differ in
+// the case bit alone and are letters. Callers ask in upper case and files
+// mostly use lower case, so the second test is the common one: it is kept
+// to a few plain operations.
 [[gnu::always_inline]] inline bool equalsNoCase(const char* name, std::string_view wanted) {
-    // Most candidates differ in the first letter: a cheap test before the loop.
-    if (wanted.empty() ? name[0] != 0 : upper(name[0]) != upper(wanted[0])) return false;
     size_t i = 0;
-    for (; name[i]; ++i) {
-        if (i >= wanted.size() || upper(name[i]) != upper(wanted[i])) return false;
+    for (; i < wanted.size(); ++i) {
+        unsigned char c = static_cast<unsigned char>(name[i]);
+        unsigned char differ = c ^ static_cast<unsigned char>(wanted[i]);
+        if (differ != 0 && (differ != 0x20 || unsigned((c | 0x20) - 'a') > 25u)) return false;
     }
-    return i == wanted.size();
+    return name[i] == 0;
 }
 
 bool isTextNode(pugi::xml_node node) {
@@ -235,10 +239,10 @@ XmlElement::XmlElement(Lent, XmlDocumentHolder* doc, pugi::xml_node_struct* n)
     : document(doc), sharing(false), node(n) {}
 
 void XmlElement::visitChildren(bool (*visit)(void* callable, XmlElement& child), void* callable) const {
-    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
+    for (pugi::xml_node child = handle(node).first_child(); !isNull(child); child = child.next_sibling()) {
         pugi::xml_node_type type = child.type();
         if (type != pugi::node_element && type != pugi::node_pcdata && type != pugi::node_cdata) continue;
-        XmlElement lent(Lent{}, document, child.internal_object());
+        XmlElement lent(Lent{}, document, object(child));
         if (!visit(callable, lent)) return;
     }
 }
@@ -256,7 +260,7 @@ bool isVisible(pugi::xml_node child) {
 }
 
 pugi::xml_node firstVisible(pugi::xml_node child) {
-    while (child && !isVisible(child)) child = child.next_sibling();
+    while (!isNull(child) && !isVisible(child)) child = child.next_sibling();
     return child;
 }
 
@@ -264,11 +268,11 @@ pugi::xml_node firstVisible(pugi::xml_node child) {
 
 pugi::xml_node_struct* XmlElement::seekChild(size_t index) {
     if (!cursor || index < cursorIndex) {
-        cursor = firstVisible(pugi::xml_node(node).first_child()).internal_object();
+        cursor = object(firstVisible(handle(node).first_child()));
         cursorIndex = 0;
     }
     while (cursor && cursorIndex < index) {
-        cursor = firstVisible(pugi::xml_node(cursor).next_sibling()).internal_object();
+        cursor = object(firstVisible(handle(cursor).next_sibling()));
         ++cursorIndex;
     }
     return cursor;
@@ -288,7 +292,7 @@ std::unique_ptr<XmlElement> XmlElement::childAt(size_t index) {
 size_t XmlElement::childCount() {
     if (childTotal == SIZE_MAX) {
         size_t count = 0;
-        for (pugi::xml_node child = firstVisible(pugi::xml_node(node).first_child()); child;
+        for (pugi::xml_node child = firstVisible(handle(node).first_child()); child;
              child = firstVisible(child.next_sibling())) {
             ++count;
         }
@@ -297,29 +301,31 @@ size_t XmlElement::childCount() {
     return childTotal;
 }
 
-bool XmlElement::isText() const { return isTextNode(pugi::xml_node(node)); }
+bool XmlElement::isText() const { return isTextNode(handle(node)); }
 
 int XmlElement::tagName(std::string& out) const {
-    pugi::xml_node n(node);
+    pugi::xml_node n = handle(node);
     if (n.type() != pugi::node_element) return -1;
     // Tag names are short and nearly always ASCII: copy and raise the case
     // in one pass, and convert only when a byte above 127 turns up.
     const char* name = n.name();
     size_t length = std::strlen(name);
     out.resize(length);
-    for (size_t i = 0; i < length; ++i) {
-        if (static_cast<unsigned char>(name[i]) >= 0x80) {
-            out = platform::utf8ToWindows1252(std::string_view(name, length));
-            for (char& c : out) c = upper(c);
-            return 0;
-        }
-        out[i] = upper(name[i]);
+    char* bytes = out.data();
+    unsigned char high = 0;
+    for (size_t i = 0; i < length; ++i) {  // no early exit: the compiler runs it in vector steps
+        high |= static_cast<unsigned char>(name[i]);
+        bytes[i] = upper(name[i]);
+    }
+    if (high >= 0x80) {
+        out = platform::utf8ToWindows1252(std::string_view(name, length));
+        for (char& c : out) c = upper(c);
     }
     return 0;
 }
 
 int XmlElement::tagIndex(std::initializer_list<std::string_view> upperNames) const {
-    pugi::xml_node n(node);
+    pugi::xml_node n = handle(node);
     if (n.type() != pugi::node_element) return -1;
     const char* name = n.name();
     int index = 0;
@@ -338,7 +344,7 @@ int XmlElement::tagName(char* buffer, size_t size) const {
 }
 
 int XmlElement::attribute(std::string_view upperName, std::string& out) const {
-    for (pugi::xml_attribute a = pugi::xml_node(node).first_attribute(); a; a = a.next_attribute()) {
+    for (pugi::xml_attribute a = handle(node).first_attribute(); !isNull(a); a = a.next_attribute()) {
         if (equalsNoCase(a.name(), upperName)) {
             assign8Bit(out, a.value());
             return 0;
@@ -361,7 +367,7 @@ unsigned XmlElement::attributeViews(std::initializer_list<std::string_view> uppe
                                     std::string* scratch) const {
     unsigned found = 0;
     const unsigned all = (1u << std::min<size_t>(upperNames.size(), 8)) - 1;
-    for (pugi::xml_attribute a = pugi::xml_node(node).first_attribute(); a && found != all; a = a.next_attribute()) {
+    for (pugi::xml_attribute a = handle(node).first_attribute(); !isNull(a) && found != all; a = a.next_attribute()) {
         const char* name = a.name();
         unsigned bit = 1;
         for (std::string_view wanted : upperNames) {
@@ -393,7 +399,7 @@ int XmlElement::attribute(std::string_view upperName, char* buffer, size_t size)
 }
 
 std::optional<std::string> XmlElement::text() const {
-    pugi::xml_node n(node);
+    pugi::xml_node n = handle(node);
     std::string utf8;
     if (isTextNode(n)) {
         appendPiece(n, utf8);
@@ -408,7 +414,7 @@ std::optional<std::string> XmlElement::text() const {
 
 std::string XmlElement::innerMarkup() const {
     std::string out;
-    for (pugi::xml_node child = pugi::xml_node(node).first_child(); child; child = child.next_sibling()) {
+    for (pugi::xml_node child = handle(node).first_child(); child; child = child.next_sibling()) {
         if (child.type() == pugi::node_element) {
             appendElementMarkup(out, child);
             out.push_back('\n');

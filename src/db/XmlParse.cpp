@@ -94,7 +94,7 @@ std::string toUtf8Buffer(std::string&& bytes) {
     if (text.size() >= 3 && text.substr(0, 3) == "\xEF\xBB\xBF") return std::string(text.substr(3));
     if (text.size() >= 2 && text.substr(0, 2) == "\xFF\xFE") return utf16ToUtf8(text.substr(2), false);
     if (text.size() >= 2 && text.substr(0, 2) == "\xFE\xFF") return utf16ToUtf8(text.substr(2), true);
-    if (isEightBitEncoding(declaredEncoding(text))) return platform::windows1252ToUtf8(text);
+    if (declaresEightBitText(text)) return platform::windows1252ToUtf8(text);
     // Undeclared: UTF-8, where raw 8-bit bytes pass through unchanged.
     return std::move(bytes);
 }
@@ -247,6 +247,8 @@ bool startsWithNoCase(std::string_view text, std::string_view prefix) {
 void reportOpenFailure(int error) { std::fprintf(stderr, "%s, last error %d\n", "Couldn't open stream on URL", error); }
 
 }  // namespace
+
+bool declaresEightBitText(std::string_view text) { return isEightBitEncoding(declaredEncoding(text)); }
 
 std::string XmlParseError::message() const {
     char line1[64];

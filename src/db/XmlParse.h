@@ -43,6 +43,10 @@ struct XmlParseResult {
 // `displayName` may be null; it prints as "<unknown>".
 [[nodiscard]] XmlParseResult parseXmlTextChecked(std::string_view text, const char* displayName);
 
+// Whether the document's XML declaration names an 8-bit encoding, whose
+// text is then read as Windows-1252 (its superset) rather than as UTF-8.
+bool declaresEightBitText(std::string_view text);
+
 // Null for a missing file; a malformed document ends the process.
 std::unique_ptr<XmlElement> parseXmlFile(std::string_view path);
 std::unique_ptr<XmlElement> parseXmlText(std::string_view text, const char* displayName);

@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "dice/ChatCommands.h"
+#include "dice/ChatDieResult.h"
 #include "dice/DiceDrawing.h"
 #include "dice/DiceScene.h"
 #include "dice/DieMeshes.h"
@@ -18,6 +20,7 @@
 #include "platform/Trace.h"
 #include "render/DiceRenderer.h"
 #include "render/GraphicsDevice.h"
+#include "ui/ChatPort.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
 #include "ui/DesktopObject.h"
@@ -62,10 +65,10 @@ struct DiceState {
     LightState light;
     platform::TickSubscription fade;
     DiceHookup hookup;
+    std::unique_ptr<CommandActions> commands;
 };
 
 DiceState* state = nullptr;
-std::function<void(std::unique_ptr<DieResult>)> resultSink;
 
 render::Rect chatFrameRect() {
     const ui::ChatWindowSettings& c = ui::ruleset().settings.chatWindow;
@@ -92,9 +95,12 @@ void sendRoll(const std::vector<uint8_t>& body) {
         state->session->sendToHost(net::NetMessage(net::tags::DIETQ, body));
 }
 
+// A roll of this user's is read: it goes into the chat with the modifier
+// box's total and description.
 void rollFinished(std::unique_ptr<DieResult> result) {
     platform::trace("dice result %s%s", result->hidden ? "?" : "", encodeDieText(*result).c_str());
-    if (resultSink) resultSink(std::move(result));
+    if (ui::ChatPort* chat = ui::chatPort())
+        chat->attachDieResult(toChatResult(*result, state->mode == db::SessionMode::Host), nullptr);
 }
 
 void dieStopped(const DieBody& die, int32_t value) {
@@ -150,6 +156,31 @@ void followKeys(const platform::Event& e) {
     if (e.type == platform::EventType::KeyUp && e.keyCode == kKeyControl) state->ctrlHeld = false;
 }
 
+// The chat's hooks that lead to the dice: results drawn with their dice,
+// the slash commands, and the modifier box that a roll empties.
+void joinChat(const ui::SubsystemStart& s) {
+    const bool host = s.mode == db::SessionMode::Host;
+    ui::setDieResultFactory([host]() -> std::unique_ptr<ui::DieResult> { return std::make_unique<ChatDieResult>(host); });
+    state->commands = makeChatCommandActions(s.session, s.desktop);
+    ui::setSlashCommandHandler([](const std::string& line, uint16_t) {
+        if (!state || !state->commands) return false;
+        runSlashCommand(line, *state->commands);
+        return true;
+    });
+    ui::setModifierTaker([](int32_t& total, std::string& description) {
+        if (!state || !state->collector) return;
+        total = state->collector->Get(description);
+        state->collector->Clear();
+    });
+    if (s.session) receiveWhispers(*s.session);
+}
+
+void leaveChat() {
+    ui::setDieResultFactory(nullptr);
+    ui::setSlashCommandHandler(nullptr);
+    ui::setModifierTaker(nullptr);
+}
+
 void start(const ui::SubsystemStart& s) {
     state = new DiceState;
     state->mode = s.mode;
@@ -194,6 +225,7 @@ void start(const ui::SubsystemStart& s) {
     }
     state->light.random = nextRandom;
     state->fade.setHandler(fadeTick);
+    joinChat(s);
 
     const ui::ModifierCollectorSettings& mc = ui::ruleset().settings.modifierCollector;
     if (mc.present && s.mode != db::SessionMode::LocalCharacters) {
@@ -208,10 +240,12 @@ void start(const ui::SubsystemStart& s) {
 
 void stop() {
     if (!state) return;
+    leaveChat();
     if (state->session) {
         // Messages that come after the dice are gone are let fall.
         auto ignore = [](net::SessionPeer*, const net::NetMessage&) { return net::HandlerResult::Rejected; };
         state->session->setPairHandler("DIET", ignore);
+        state->session->setHandler(net::tags::MESGQ, ignore);
         if (!state->session->isHost()) state->session->setHandler(net::tags::CLRPR, ignore);
     }
     if (state->collector && state->desktop) state->desktop->RemoveTarget(state->collector.get());
@@ -229,10 +263,6 @@ DiceScene* diceScene() {
 
 ModifierCollector* modifierCollector() {
     return state ? state->collector.get() : nullptr;
-}
-
-void setRollResultSink(std::function<void(std::unique_ptr<DieResult>)> sink) {
-    resultSink = std::move(sink);
 }
 
 int DiceHookup::Mouse(int32_t x, int32_t y, int phase) {
@@ -268,8 +298,8 @@ void DiceHookup::DropOnDie(int32_t, int32_t, ui::DesktopObject& source) {
     // A number dropped on a die goes to the modifier collector, labelled
     // with where it came from.
     ui::DragPayload payload;
-    if (!state || !state->collector || !source.GetDragData(payload) || payload.kind != 1) return;
-    // FIXME: the payload's number, once drag payloads carry numbers.
+    if (!state || !state->collector || !source.GetDragData(payload) || payload.kind != ui::kDragNumber) return;
+    state->collector->Add(payload.number, payload.description);
 }
 
 std::unique_ptr<ui::MenuModel> buildDieMenuAt(int32_t x, int32_t y) {

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 
 namespace lh::ui {
@@ -14,16 +13,12 @@ class MenuModel;
 namespace lh::dice {
 
 class DiceScene;
-class DieResult;
 class ModifierCollector;
 
 // The running scene and collector; null before start and after stop.
 DiceScene* diceScene();
 ModifierCollector* modifierCollector();
 
-// Where a finished roll of this user's goes: the chat's attachDieResult
-// once it is there. Without a sink the result is only traced.
-void setRollResultSink(std::function<void(std::unique_ptr<DieResult>)> sink);
 
 // The radial menu over a permanent die at the point: "Roll 2" ... "Roll 20",
 // and "Roll d100" on the d10. Null when no die is there.

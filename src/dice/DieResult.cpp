@@ -182,7 +182,7 @@ DieResultLayout layoutDieResult(const DieResult& r, const DieBoxStyle& style, in
         if (hasDice) l.textWidth += style.numberTailMargin;
     }
     const render::Bitmap* first = hasDice ? iconOf(r.dice.front()) : nullptr;
-    if (!first && secretFromMe) first = iconOf(style.secretDie);
+    if (!first && secretFromMe) first = style.secretIcon;
     if (first && !first->IsEmpty()) {
         l.iconWidth = int32_t(first->GetWidth());
         l.iconHeight = int32_t(first->GetHeight());
@@ -233,7 +233,7 @@ render::Rect drawDieResult(const DieResult& r, const DieBoxStyle& style, render:
         }
     };
     if (r.hidden || secretFromMe) {
-        render::Bitmap* icon = iconOf(style.secretDie);
+        render::Bitmap* icon = style.secretIcon;
         drawIconCentred(context, icon, rect.left + cx, rect.top + cy, style.iconLight, clip);
         advance(icon);
     }

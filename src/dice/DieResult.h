@@ -75,7 +75,7 @@ struct DieBoxStyle {
     const ui::FrameDef* frame = nullptr;
     int32_t margin = 0;
     int32_t numberTailMargin = 0;
-    const ui::DieType* secretDie = nullptr;  // its icon stands for a secret result
+    render::Bitmap* secretIcon = nullptr;  // stands for a secret result
     render::Font* modFont = nullptr;
     render::Font* resultFont = nullptr;
     uint32_t frameLight = 0xFFFFFFFF;

@@ -8,6 +8,10 @@
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
+#include "ui/Desktop.h"
+#include "ui/DragImage.h"
+#include "ui/DragPayload.h"
+#include "ui/InputState.h"
 #include "ui/Lights.h"
 #include "ui/MenuModel.h"
 #include "ui/RulesetData.h"
@@ -137,8 +141,27 @@ int ModifierCollector::MouseDrag(int message, uint32_t flags, uint32_t start, ui
     }
     if (message == ui::mouse::kMiddleUp) return 1;
     adjusting = false;
-    // FIXME: a left drag out of the box carries total + adjust and the
-    // description as a number, once drag payloads carry numbers.
+    // Any other drag carries the whole modifier away as a number, once.
+    if (message == ui::mouse::kMove && !ui::currentDragKind(ui::desktop())) {
+        ui::DragPayload payload;
+        GetDragData(payload);
+        ui::desktop().BeginDrag(*this, payload);
+    }
+    return 1;
+}
+
+int ModifierCollector::MouseDrop(int, uint32_t, uint32_t, ui::DesktopObject* source) {
+    // The box's own number dropped back on it adds nothing.
+    ui::DragPayload payload;
+    if (source && source != this && source->GetDragData(payload) && payload.kind == ui::kDragNumber)
+        Add(payload.number, payload.description);
+    return 1;
+}
+
+int ModifierCollector::GetDragData(ui::DragPayload& payload) {
+    if (adjusting) return 0;
+    payload.kind = ui::kDragNumber;
+    payload.number = Get(payload.description);
     return 1;
 }
 
@@ -152,12 +175,14 @@ std::unique_ptr<ui::MenuModel> ModifierCollector::BuildMenu() {
     return menu;
 }
 
-void ModifierCollector::HoverChanged(bool) {
+void ModifierCollector::HoverChanged(bool entered) {
+    ui::setDesktopCursor(entered ? ui::cursor::kDraggable : ui::cursor::kDefault);
     hoveredEntry = -1;
     redraw();
 }
 
 void ModifierCollector::HoverMove(uint32_t position) {
+    ui::setDesktopCursor(ui::cursor::kDraggable);
     hoveredEntry = -1;
     if (counterIcon) {
         const int32_t px = ui::mouse::xOf(position) - rect.left, py = ui::mouse::yOf(position) - rect.top;

@@ -44,6 +44,8 @@ public:
     int MouseButton(int message, uint32_t flags, uint32_t position) override;
     int MouseWheel(int notches, uint32_t position) override;
     int MouseDrag(int message, uint32_t flags, uint32_t startPosition, uint32_t position) override;
+    int MouseDrop(int message, uint32_t flags, uint32_t position, ui::DesktopObject* source) override;
+    int GetDragData(ui::DragPayload& payload) override;
     void MenuSelected(int id) override;
     std::unique_ptr<ui::MenuModel> BuildMenu() override;
     void HoverChanged(bool entered) override;
@@ -52,7 +54,6 @@ public:
     const std::vector<Entry>& entries() const { return list; }
     int32_t total = 0;
     int32_t adjust = 0;
-    // Dropped numbers reach Add through this, once drag payloads carry them.
     static constexpr int kClearMenuId = 1;
 
 private:

@@ -245,4 +245,12 @@ void Connection::close(bool hard) {
     currentState = ConnectionState::Closed;
 }
 
+void Connection::abort() {
+    platform::abortSocket(fd);
+    fd = -1;
+    sendQueue.clear();
+    receiveQueue.clear();
+    currentState = ConnectionState::Closed;
+}
+
 }  // namespace lh::net

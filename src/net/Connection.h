@@ -80,6 +80,9 @@ public:
     int takeLine(std::string& line, size_t maxLength, size_t& scanned, uint64_t* examined = nullptr);
 
     void close(bool hard);
+    // Gives the stream up at once: what waits here or in the kernel is
+    // dropped and the peer is reset, even one that reads nothing. State 6.
+    void abort();
 
     ConnectionState state() const { return currentState; }
     const std::string& lastError() const { return errorText; }

@@ -150,12 +150,18 @@ bool HttpServer::stepRequest(HttpServerRequest& r, uint64_t now) {
     if (r.state == HttpServerRequest::Refusing) {
         c.pump(-1, 0);
         bool ended = c.state() == ConnectionState::Closed || c.state() == ConnectionState::Failed;
-        return !ended && now - r.lastProgressMs < timeoutMs;
+        if (ended) return false;
+        if (now - r.lastProgressMs < timeoutMs) return true;
+        c.abort();
+        return false;
     }
     // The time-out comes before any work on what the peer sent.
     bool headerIncomplete =
         r.state == HttpServerRequest::ReadingRequestLine || r.state == HttpServerRequest::ReadingHeader;
-    if (headerIncomplete && now - r.arrivedMs >= timeoutMs) return false;
+    if (headerIncomplete && now - r.arrivedMs >= timeoutMs) {
+        c.abort();
+        return false;
+    }
     parse(r);
     if (r.state == HttpServerRequest::Failed || r.state == HttpServerRequest::PeerClosed) return false;
     if (r.state == HttpServerRequest::Refusing) return true;
@@ -184,9 +190,14 @@ bool HttpServer::stepRequest(HttpServerRequest& r, uint64_t now) {
     c.pump(-1, 0, &sent);
     if (c.state() != ConnectionState::Connected) return false;
     // A peer that takes nothing for long holds a file open and a buffer
-    // full: it is given up.
+    // full: it is given up with a reset. Closed the usual way, the end of
+    // the stream would queue behind the bytes it never takes, so it would
+    // not learn of it, and the kernel would keep those bytes.
     if (sent > 0 || c.pendingSend() == 0) r.lastProgressMs = now;
-    if (now - r.lastProgressMs >= sendTimeoutMs) return false;
+    if (now - r.lastProgressMs >= sendTimeoutMs) {
+        c.abort();
+        return false;
+    }
     if (ended) {
         // The request ends once the reply has left.
         r.responder.reset();

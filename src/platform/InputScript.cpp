@@ -185,6 +185,13 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
         if (name.size() < 4 || !equalsNoCase(std::string_view(name).substr(name.size() - 4), ".png")) name += ".png";
         step.kind = ScriptStep::Kind::Screenshot;
         step.name = name;
+    } else if (verb == "resize") {
+        long width, height;
+        if (w.size() != 3 || !readNumber(w[1], 1, 16384, width) || !readNumber(w[2], 1, 16384, height))
+            return "resize needs a width and a height";
+        step.kind = ScriptStep::Kind::Resize;
+        step.width = int(width);
+        step.height = int(height);
     } else if (verb == "quit") {
         long code = 0;
         if (w.size() > 2 || (w.size() == 2 && !readNumber(w[1], -255, 255, code))) return "quit takes an exit code";

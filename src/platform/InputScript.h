@@ -20,6 +20,9 @@
 //   await TEXT                 go on once this program has written a trace
 //                              line holding TEXT (at once if it already has)
 //   screenshot NAME            write NAME.png of the client area
+//   resize W H                 make the main window's client area W by H, as
+//                              a user dragging its border would (the least
+//                              size still holds); the size event follows
 //   quit CODE                  end the program with this exit code
 //
 // Pure parsing: bytes in, steps out, errors with their line.
@@ -35,7 +38,7 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Await, Screenshot, Quit };
+    enum class Kind { Input, Wait, Await, Screenshot, Resize, Quit };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
@@ -44,6 +47,7 @@ struct ScriptStep {
     uint32_t waitMs = 0;
     std::string name;     // Screenshot: the file name, ".png" added if missing; Await: the text
     int exitCode = 0;     // Quit
+    int width = 0, height = 0;  // Resize
 };
 
 struct ParsedScript {

@@ -14,6 +14,7 @@
 #include "platform/Encoding.h"
 #include "platform/FdWatcher.h"
 #include "platform/KeyCodes.h"
+#include "platform/PixelScale.h"
 #include "platform/ScanCodes.h"
 #include "platform/Spine.h"
 
@@ -41,12 +42,10 @@ bool lastKeyExtended = false;
 void toPixels(uint32_t windowId, int& x, int& y) {
     SDL_Window* window = SDL_GetWindowFromID(windowId);
     if (!window) return;
-    int ww = 0, wh = 0, dw = 0, dh = 0;
-    SDL_GetWindowSize(window, &ww, &wh);
-    SDL_GL_GetDrawableSize(window, &dw, &dh);
-    if (ww <= 0 || wh <= 0 || dw <= 0 || dh <= 0 || (ww == dw && wh == dh)) return;
-    x = int(int64_t(x) * dw / ww);
-    y = int(int64_t(y) * dh / wh);
+    PixelScale scale;
+    SDL_GetWindowSize(window, &scale.windowW, &scale.windowH);
+    SDL_GL_GetDrawableSize(window, &scale.drawableW, &scale.drawableH);
+    scale.toPixels(x, y);
 }
 
 // The PC scan code of a key: the numeric pad by its place (whatever Num Lock

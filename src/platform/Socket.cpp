@@ -130,6 +130,13 @@ void closeSocket(int fd) {
     if (fd >= 0) ::close(fd);
 }
 
+void abortSocket(int fd) {
+    if (fd < 0) return;
+    linger now{1, 0};
+    setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    ::close(fd);
+}
+
 bool parseIpv4(const std::string& text, uint32_t& address) {
     in_addr a{};
     if (inet_pton(AF_INET, text.c_str(), &a) != 1) return false;

@@ -58,6 +58,10 @@ void capReceiveBuffer(int fd, int bytes);
 
 void shutdownSocket(int fd);
 void closeSocket(int fd);
+// Closes at once with a reset: what the kernel still holds to send is
+// dropped. A graceful end would queue behind those bytes, and a peer that
+// reads nothing would never see it, while the kernel kept the buffer.
+void abortSocket(int fd);
 
 // "a.b.c.d" only; no name lookup.
 bool parseIpv4(const std::string& text, uint32_t& address);

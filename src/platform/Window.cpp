@@ -3,6 +3,8 @@
 
 #include <SDL.h>
 
+#include "platform/PixelScale.h"
+
 namespace lh::platform {
 
 namespace {
@@ -49,6 +51,12 @@ WindowFrame Window::frame() const {
     return f;
 }
 
+void Window::setClientSize(int w, int h) {
+    // The window system sends the size event as for a border dragged by the
+    // user, and keeps the minimum.
+    SDL_SetWindowSize(sdl(handle), w, h);
+}
+
 void Window::clientSize(int& w, int& h) const { SDL_GetWindowSize(sdl(handle), &w, &h); }
 
 void Window::drawableSize(int& w, int& h) const { SDL_GL_GetDrawableSize(sdl(handle), &w, &h); }
@@ -65,13 +73,10 @@ void Window::setCursor(int id) {
 }
 
 void Window::warpMouse(int x, int y) {
-    int ww = 0, wh = 0, dw = 0, dh = 0;
-    SDL_GetWindowSize(sdl(handle), &ww, &wh);
-    SDL_GL_GetDrawableSize(sdl(handle), &dw, &dh);
-    if (dw > 0 && dh > 0 && (dw != ww || dh != wh)) {
-        x = int(int64_t(x) * ww / dw);
-        y = int(int64_t(y) * wh / dh);
-    }
+    PixelScale scale;
+    SDL_GetWindowSize(sdl(handle), &scale.windowW, &scale.windowH);
+    SDL_GL_GetDrawableSize(sdl(handle), &scale.drawableW, &scale.drawableH);
+    scale.toPoints(x, y);
     SDL_WarpMouseInWindow(sdl(handle), x, y);
 }
 

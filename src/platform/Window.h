@@ -26,6 +26,9 @@ public:
     void setResizable(bool on);
     // The client area cannot be made smaller than this by dragging a border.
     void setMinimumClientSize(int w, int h);
+    // Resizes the client area (window points), as a border dragged by the
+    // user would; the minimum size still holds.
+    void setClientSize(int w, int h);
     WindowFrame frame() const;   // decorations around the client area
     void clientSize(int& w, int& h) const;
     void drawableSize(int& w, int& h) const;   // pixels, for the graphics device

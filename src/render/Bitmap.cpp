@@ -225,6 +225,14 @@ void Bitmap::EndRender() {
     GraphicsDevice::Get().PopRenderTarget();
 }
 
+void Bitmap::ClearTarget() {
+    if (state != RenderTarget || !framebuffer) return;
+    GraphicsDevice::Get().PushRenderTarget(framebuffer, int(width), int(height));
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+    GraphicsDevice::Get().PopRenderTarget();
+}
+
 void Bitmap::OnDeviceLost() {
     if (state == RenderTarget) {
         releaseGl();

@@ -68,6 +68,9 @@ public:
     // made once and kept; EndRender binds back what was bound before.
     RenderContext* BeginRender();
     void EndRender();
+    // A render target back to transparent black, as it was made; for an
+    // owner that paints its picture anew over the whole of it.
+    void ClearTarget();
 
     // GL texture name; 0 when there is nothing to draw. A picture filled
     // before the device existed gets its texture here, on first use.

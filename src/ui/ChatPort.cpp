@@ -137,6 +137,14 @@ std::unique_ptr<DieResult> makeDieResult() {
 
 void setDieResultFactory(std::function<std::unique_ptr<DieResult>()> f) { factory() = std::move(f); }
 
+std::function<std::unique_ptr<ChatAttachment>()>& pollFactory() {
+    static std::function<std::unique_ptr<ChatAttachment>()> f;
+    return f;
+}
+
+std::unique_ptr<ChatAttachment> makePoll() { return pollFactory() ? pollFactory()() : nullptr; }
+void setPollFactory(std::function<std::unique_ptr<ChatAttachment>()> f) { pollFactory() = std::move(f); }
+
 ChatPort* chatPort() { return port; }
 void setChatPort(ChatPort* p) { port = p; }
 

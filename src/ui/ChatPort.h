@@ -3,8 +3,8 @@
 // them stands here: the attachment a chat line may carry (a die result, a
 // poll), the description of a line to post, and one table of operations
 // that the chat fills when it starts (`chatPort()`, null before and after).
-// The dice fill the two hooks that lead back to them: the factory of their
-// die results and the slash-command parser.
+// The dice fill the hooks that lead back to them: the factory of their die
+// results, the slash-command parser and the modifier box's taker.
 #pragma once
 
 #include <cstdint>
@@ -99,6 +99,11 @@ public:
 std::unique_ptr<DieResult> makeDieResult();
 void setDieResultFactory(std::function<std::unique_ptr<DieResult>()> factory);
 
+// A new poll for a line about to be posted ("/vote"): the chat's, once it
+// runs; null without a chat.
+std::unique_ptr<ChatAttachment> makePoll();
+void setPollFactory(std::function<std::unique_ptr<ChatAttachment>()> factory);
+
 // A line to show: label from `speaker` ("%s:"; none when empty), the text,
 // its font, an indicator icon name, and what it carries.
 struct ChatLineDraft {
@@ -125,6 +130,9 @@ public:
     // description go with it (see modifierHook).
     virtual void attachDieResult(std::unique_ptr<DieResult> result, const char* text) = 0;
     virtual void clear() = 0;
+    // The die result waiting in the entry for the line being typed, taken
+    // out of it ("/action" sends it); null when none waits.
+    virtual std::unique_ptr<DieResult> takePendingAttachment() { return nullptr; }
 };
 
 // Null when no chat runs.

@@ -93,10 +93,15 @@ TEST(Script, BadScriptsAreRefusedWithTheirLine) {
     EXPECT_EQ(ok.steps[1].events[0].modifiers, lh::platform::ModCtrl | lh::platform::ModShift);
     ASSERT_EQ(ok.steps[2].events.size(), 4u);  // a character 8-bit text lacks is dropped whole
     EXPECT_EQ(ok.steps[2].events[2].text[0], '\xEB');  // 8-bit text, as the window gives it
+    lh::platform::ParsedScript resize = parseInputScript("resize 1280 900\n");
+    ASSERT_EQ(resize.steps.size(), 1u) << resize.error;
+    EXPECT_EQ(resize.steps[0].kind, lh::platform::ScriptStep::Kind::Resize);
+    EXPECT_EQ(resize.steps[0].width, 1280);
+    EXPECT_EQ(resize.steps[0].height, 900);
 
     for (const char* bad : {"jump 1 2", "move 1", "move x y", "click left", "down sideways", "wheel 0",
                             "key NoSuchKey", "key a meta", "wait -5", "wait", "screenshot ../x", "quit 1 2",
-                            "text", "move 99999 0", "await"}) {
+                            "text", "move 99999 0", "await", "resize 1280", "resize 0 900", "resize a b"}) {
         lh::platform::ParsedScript parsed = parseInputScript(std::string("wait 1\n") + bad + "\n");
         EXPECT_EQ(parsed.error.rfind("line 2: ", 0), 0u) << bad << ": " << parsed.error;
         EXPECT_TRUE(parsed.steps.empty()) << bad;

@@ -106,6 +106,17 @@ TEST(ChatWire, ShortAndGarbledBodiesAreRefused) {
     EXPECT_FALSE(decodeChat(noZero, error));
     EXPECT_FALSE(decodeTyping(net::NetMessage(net::tags::CHINQ, {'B', 'o', 'b', 0}), error));
     EXPECT_FALSE(decodeBell(net::NetMessage(net::tags::BELLR), error));
+    // A vote: whole it comes back as it went; cut anywhere it is refused.
+    net::NetMessage vote = encodePollVote(net::tags::POLLQ, {7, 1, "H\xE9ro"});
+    std::optional<PollVote> back = decodePollVote(vote, error);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back->pollId, 7u);
+    EXPECT_EQ(back->value, 1u);
+    EXPECT_EQ(back->identity, "H\xE9ro");
+    for (size_t cut = 0; cut < vote.body.size(); ++cut) {
+        net::NetMessage part(net::tags::POLLQ, std::vector<uint8_t>(vote.body.begin(), vote.body.begin() + long(cut)));
+        EXPECT_FALSE(decodePollVote(part, error)) << cut;
+    }
     // A host typing message whose text is not empty is ignored, not refused.
     error.clear();
     EXPECT_FALSE(decodeHostTyping(net::NetMessage(net::tags::CHITR, {1, 'x', 0}), error));

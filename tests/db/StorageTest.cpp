@@ -13,6 +13,7 @@
 #include "db/DbNode.h"
 #include "db/IntValue.h"
 #include "db/KeptValues.h"
+#include "db/PlainDatabaseReader.h"
 #include "db/StringValue.h"
 #include "db/TextEscape.h"
 #include "db/XmlParse.h"
@@ -406,5 +407,97 @@ TEST(Storage, FileLoadGivesTheTreeAndErrorsOfTheDocumentWalk) {
             changed[i] = c;
             expectSameLoad(work.path(), changed, "byte " + std::to_string(i) + " = " + std::to_string(int(c)));
         }
+    }
+}
+
+namespace {
+
+// Whether the one-pass reader takes `bytes` whole (it reads into a tree of
+// its own here, which is dropped).
+bool readsInOnePass(const std::string& bytes) {
+    DbNode root("", nullptr);
+    return readPlainDatabase(bytes.c_str(), bytes.size(), root, false);
+}
+
+}  // namespace
+
+TEST(Storage, CampaignFilesOfEveryFormReadInOnePass) {
+    lh::test::TempDir work;
+    lh::platform::setWorkingDirectory(work.path());
+    // What saves write, with every kind, and what hand-edited and older
+    // files hold: references, 8-bit and UTF-8 text, line ends with CR, white
+    // space inside values, Modules, formatted text with nested markup, CDATA
+    // and comments, images with and without content, and names given by
+    // reference.
+    const std::string wide =
+        "<root>\r\n"
+        "\t<node name=\"g&amp;h\" module=\"Sunken &#84;emple\" category=\"&#50;\">\r\n"
+        "\t\t<holder name=\"P&#xE9;ll\" owner=\"true\" />\r\n"
+        "\t\t<stringvalue name=\"s\" value=\"a &lt;b&gt; &apos;c&apos; &quot;d&quot; #22e#22\" />\r\n"
+        "\t\t<stringvalue name=\"raw\" value=\"caf\xE9 \xC3\xA9t\xC3\xA9 \xE2\x82\xAC &#8364; &#x1F600;\" />\r\n"
+        "\t\t<stringvalue name=\"ws\" value=\"a\tb\nc\r\nd\re &#10;f\" />\r\n"
+        "\t\t<intvalue name=\"i\" value=\"&#45;12\" />\r\n"
+        "\t\t<formattedtext name=\"notes\">\r\n"
+        "\t\t\t<p>Plain <b>bold &amp; \xE9</b><!-- </formattedtext> --></p>\r\n"
+        "\t\t\t<p><![CDATA[x </p> y]]><i attr='>'>z</i><br/></p>\r\n"
+        "\t\t</formattedtext>\r\n"
+        "\t\t<FormattedText NAME=\"empty\"/>\r\n"
+        "\t\t<image name=\"image\" image=\"campaigns\\T\\images\\m\xE9p.png\" mask=\"m.png\" drawing=\"d.png\" />\r\n"
+        "\t\t<image name=\"inner\" image=\"x.png\"><node name=\"ignored\"/></image>\r\n"
+        "\t\t<categorydef holder=\"P&#xE9;ll\" definition=\"A&amp;B\" />\r\n"
+        "\t</node>\r\n"
+        "</root>\r\n";
+    DbNode sample("", nullptr);
+    lh::test::buildSampleTree(sample, 12);
+    std::vector<std::pair<std::string, std::string>> inputs{
+        {"wide", wide},
+        {"wide, declared 8-bit", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n" + wide},
+        {"wide, declared UTF-8", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + wide},
+        {"sample", databaseText(sample)},
+        {"hand-written", lh::test::readFile(std::string(LOREHAVEN_TEST_DATA) + "/db/handwritten.xml")}};
+    for (auto& [label, bytes] : inputs) {
+        EXPECT_TRUE(readsInOnePass(bytes)) << label;
+        expectSameLoad(work.path(), bytes, label);
+    }
+    // Saved and read again, a file that went through the one pass gives the
+    // same bytes.
+    DbNode once("", nullptr);
+    ASSERT_TRUE(readPlainDatabase(inputs[0].second.c_str(), inputs[0].second.size(), once, false));
+    std::string saved = databaseText(once);
+    DbNode twice("", nullptr);
+    ASSERT_TRUE(readPlainDatabase(saved.c_str(), saved.size(), twice, false));
+    EXPECT_EQ(databaseText(twice), saved);
+    EXPECT_EQ(findNode("g&h.s", once)->valueAs<StringValue>()->text(), "a <b> 'c' \"d\" \"e\"");
+    EXPECT_EQ(findNode("g&h.ws", once)->valueAs<StringValue>()->text(), "a b c d e \nf");
+    EXPECT_EQ(findNode("g&h.i", once)->valueAs<IntValue>()->base(), -12);
+    EXPECT_EQ(findNode("g&h", once)->module.view(), "Sunken Temple");
+    EXPECT_TRUE(loadedModules().count("Sunken Temple"));
+
+    // What the one pass does not take goes the long way, and the answer is
+    // the same: markup that does not close, references the parser leaves
+    // alone or that end a text, a comment or text between the records.
+    const std::vector<std::string> refused{
+        "<root><formattedtext name=\"f\"><p><b>x</p></b></formattedtext></root>",
+        "<root><formattedtext name=\"f\"><p>x</formattedtext></root>",
+        "<root><formattedtext name=\"f\"><p>x</p></root>",
+        "<root><image name=\"i\" image=\"a\"><x></image></root>",
+        "<root><stringvalue name=\"s\" value=\"&unknown;\"/></root>",
+        "<root><stringvalue name=\"s\" value=\"&#0;\"/></root>",
+        "<root><stringvalue name=\"s\" value=\"&#X41;\"/></root>",
+        "<root><stringvalue name=\"s\" value=\"&#55296;\"/></root>",
+        "<root><stringvalue name=\"s\" value=\"&amp\"/></root>",
+        "<root><!-- c --><node name=\"n\"/></root>",
+        "<root>text<node name=\"n\"/></root>"};
+    for (const std::string& bytes : refused) {
+        EXPECT_FALSE(readsInOnePass(bytes)) << bytes;
+        expectSameLoad(work.path(), bytes, bytes);
+    }
+    // Cuts of the wide file, and each byte of it replaced by one that
+    // changes the markup or a reference (taking turns, to keep the run short).
+    for (size_t n = 0; n < wide.size(); n += 5) expectSameLoad(work.path(), wide.substr(0, n), "cut " + std::to_string(n));
+    for (size_t i = 0; i < wide.size(); ++i) {
+        std::string changed = wide;
+        changed[i] = "<&'"[i % 3];
+        expectSameLoad(work.path(), changed, "byte " + std::to_string(i) + " = " + changed.substr(i, 1));
     }
 }

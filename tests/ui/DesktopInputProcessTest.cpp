@@ -10,9 +10,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "RulesetFixture.h"
-#include "support/TestSupport.h"
-#include "ui/PictureDecoder.h"
+#include "ScriptedDesktop.h"
 
 namespace lh::test {
 namespace {
@@ -60,51 +58,24 @@ const char* kBase = R"(<root>
 
 constexpr uint32_t kWhite = 0xFFFFFF, kRed = 0xFF0000, kBlue = 0x0000FF, kGreen = 0x00C000, kYellow = 0xE0E000;
 
-struct Shot {
-    ui::PixelImage image;
-    uint32_t at(uint32_t x, uint32_t y) const { return image.pixels[size_t(y) * image.width + x] & 0xFFFFFF; }
-};
-
-void writeRuleset(const TempDir& dir) {
-        std::filesystem::path r = dir.path() / "rulesets" / "InTest";
-        writeFile(r / "base.xml", kBase);
-        auto square = [](uint32_t size, uint32_t argb) {
-            return pngBytes(size, size, std::vector<uint32_t>(size_t(size) * size, argb));
-        };
-        writeFile(r / "white.png", square(16, 0xFFFFFFFF));
-        writeFile(r / "grey.png", square(16, 0xFF808080));
-        writeFile(r / "red.png", square(24, 0xFFFF0000));
-        writeFile(r / "blue.png", square(24, 0xFF0000FF));
-        writeFile(r / "green.png", square(6, 0xFF00C000));
-        writeFile(r / "yellow.png", square(6, 0xFFE0E000));
+void writePictures(const ScriptedDesktop& desk) {
+    desk.writeSquare("white.png", 16, 0xFFFFFFFF);
+    desk.writeSquare("grey.png", 16, 0xFF808080);
+    desk.writeSquare("red.png", 24, 0xFFFF0000);
+    desk.writeSquare("blue.png", 24, 0xFF0000FF);
+    desk.writeSquare("green.png", 6, 0xFF00C000);
+    desk.writeSquare("yellow.png", 6, 0xFFE0E000);
 }
 
 class DesktopInputProcess : public ::testing::Test {
 protected:
-    void SetUp() override { writeRuleset(work); }
+    void SetUp() override { writePictures(desk); }
     // Runs a host on the Ruleset with the script; answers the exit code.
-    int runScript(const char* script) {
-        writeFile(work.path() / "steps.txt", script);
-        ChildProcess program(builtProgram("lorehaven"),
-                             {"--workdir", work.str(), "--host", "--campaign", "C", "--gm", "GM", "--ruleset",
-                              "InTest", "--script", (work.path() / "steps.txt").string(), "p" +
-                              std::to_string(freeTcpPort())},
-                             {"LOREHAVEN_TRACE=" + (work.path() / "trace.txt").string(), "LOREHAVEN_CLOCK=manual"});
-        int code = program.wait(120s);
-        errors = program.errors();
-        return code;
-    }
-    std::string trace() { return readFile(work.path() / "trace.txt"); }
-    Shot shot(const char* name) {
-        Shot s;
-        std::string png = readFile(work.path() / (std::string(name) + ".png"));
-        EXPECT_TRUE(ui::decodePicture(png.data(), png.size(), s.image)) << name;
-        if (s.image.pixels.empty()) s.image = {1024, 768, std::vector<uint32_t>(1024 * 768, 0)};
-        return s;
-    }
+    int runScript(const char* script) { return desk.runHost(script); }
+    std::string trace() { return desk.trace(); }
+    Shot shot(const char* name) { return desk.shot(name); }
 
-    TempDir work;
-    std::string errors;
+    ScriptedDesktop desk{"InTest", kBase};
 };
 
 TEST_F(DesktopInputProcess, TheDesktopMenuShowsAndItsExitEndsWithMinusOne) {
@@ -121,7 +92,7 @@ wait 5000
 quit 0
 )"),
               255)
-        << errors;
+        << desk.errors;
     const std::string lines = trace();
     EXPECT_NE(lines.find("menu opened 600 500\n"), std::string::npos) << lines;
     EXPECT_NE(lines.find("menu chosen 1\n"), std::string::npos) << lines;
@@ -152,7 +123,7 @@ click left 150 150
 quit 0
 )"),
               0)
-        << errors;
+        << desk.errors;
     const std::string lines = trace();
     EXPECT_NE(lines.find("window opened sheet 00001\n"), std::string::npos) << lines;
     EXPECT_NE(lines.find("window closed sheet 00001\n"), std::string::npos) << lines;
@@ -189,7 +160,7 @@ screenshot ctrl
 quit 0
 )"),
               0)
-        << errors;
+        << desk.errors;
     const std::string lines = trace();
     // The two-pixel press stayed a click; the three-pixel one became a drag.
     EXPECT_EQ(lines.find("drag started 380 280\n"), lines.rfind("drag started 380 280\n")) << lines;
@@ -232,7 +203,7 @@ key Num3
 quit 0
 )"),
               0)
-        << errors;
+        << desk.errors;
     const std::string lines = trace();
     EXPECT_NE(lines.find("bookmark stored 0 plain 00002\n"), std::string::npos) << lines;
     EXPECT_NE(lines.find("bookmark recalled 0 plain 00002\n"), std::string::npos) << lines;
@@ -242,14 +213,14 @@ quit 0
 }
 
 TEST(DesktopShare, ShareSheetOpensOnTheClientAndCloseForAllClosesIt) {
-    TempDir h, c;
-    writeRuleset(h);
-    writeRuleset(c);
+    ScriptedDesktop h("InTest", kBase), c("InTest", kBase);
+    writePictures(h);
+    writePictures(c);
     const uint16_t port = freeTcpPort();
     // The host opens the sheet, waits for the player, shares the sheet from
     // its window menu (slot 6, west), waits until the player has asked for
     // a record of its own, then closes the sheet for all (slot 0).
-    writeFile(h.path() / "steps.txt", R"(click left 924 25
+    writeFile(h.work.path() / "steps.txt", R"(click left 924 25
 await received IDENQ
 click right 150 150
 click left 70 150
@@ -262,29 +233,26 @@ quit 0
 )");
     // The player waits for the shared sheet, asks for a record, and waits
     // for the sheet to go.
-    writeFile(c.path() / "steps.txt", R"(await window opened sheet 00001
+    writeFile(c.work.path() / "steps.txt", R"(await window opened sheet 00001
 click left 924 25
 await window closed sheet 00001
 quit 0
 )");
-    ChildProcess host(builtProgram("lorehaven"),
-                      {"--workdir", h.str(), "--host", "--campaign", "C", "--gm", "GM", "--ruleset", "InTest",
-                       "--script", (h.path() / "steps.txt").string(), "p" + std::to_string(port)},
-                      {"LOREHAVEN_TRACE=" + (h.path() / "trace.txt").string()});
+    ChildProcess host(builtProgram("lorehaven"), h.hostArguments(port), {"LOREHAVEN_TRACE=" + h.tracePath()});
     // The client may start before the host listens: it is started once the
     // host has traced its first frame.
-    for (int i = 0; i < 600 && readFile(h.path() / "trace.txt").find(" frame\n") == std::string::npos; ++i) {
+    for (int i = 0; i < 600 && h.trace().find(" frame\n") == std::string::npos; ++i) {
         ASSERT_TRUE(host.running()) << host.errors();
         std::this_thread::sleep_for(100ms);
     }
     ChildProcess client(builtProgram("lorehaven"),
-                        {"--workdir", c.str(), "--join", "127.0.0.1", "--user", "Ann", "--identity", "Hero",
-                         "--script", (c.path() / "steps.txt").string(), "p" + std::to_string(port)},
-                        {"LOREHAVEN_TRACE=" + (c.path() / "trace.txt").string()});
+                        {"--workdir", c.work.str(), "--join", "127.0.0.1", "--user", "Ann", "--identity", "Hero",
+                         "--script", (c.work.path() / "steps.txt").string(), "p" + std::to_string(port)},
+                        {"LOREHAVEN_TRACE=" + c.tracePath()});
     EXPECT_EQ(client.wait(120s), 0) << client.errors();
     EXPECT_EQ(host.wait(120s), 0) << host.errors();
-    const std::string hostLines = readFile(h.path() / "trace.txt");
-    const std::string clientLines = readFile(c.path() / "trace.txt");
+    const std::string hostLines = h.trace();
+    const std::string clientLines = c.trace();
     EXPECT_NE(hostLines.find("window shared sheet 00001\n"), std::string::npos) << hostLines;
     EXPECT_NE(hostLines.find("sent WINCR"), std::string::npos) << hostLines;
     EXPECT_NE(clientLines.find("window opened sheet 00001\n"), std::string::npos) << clientLines;

@@ -5,17 +5,10 @@
 // the screenshots show it.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <thread>
-
-#include "RulesetFixture.h"
-#include "support/TestSupport.h"
-#include "ui/PictureDecoder.h"
+#include "ScriptedDesktop.h"
 
 namespace lh::test {
 namespace {
-
-using namespace std::chrono_literals;
 
 const char* kBase = R"(<root>
   <icon name="mini" file="rulesets\WinTest\mini.png"/>
@@ -73,63 +66,39 @@ screenshot restored
 quit 0
 )";
 
-struct Shot {
-    ui::PixelImage image;
-    uint32_t at(uint32_t x, uint32_t y) const { return image.pixels[size_t(y) * image.width + x] & 0xFFFFFF; }
-};
-
 }  // namespace
 
-class DesktopScript : public ::testing::Test {
-protected:
-    Shot shot(const char* name) {
-        Shot s;
-        std::string png = readFile(work.path() / (std::string(name) + ".png"));
-        EXPECT_TRUE(ui::decodePicture(png.data(), png.size(), s.image)) << name;
-        if (s.image.pixels.empty()) s.image = {1024, 768, std::vector<uint32_t>(1024 * 768, 0)};
-        return s;
-    }
-    TempDir work;
-};
-
-TEST_F(DesktopScript, OpenMoveResizeTabMinimizeRestore) {
-    std::filesystem::path dir = work.path() / "rulesets" / "WinTest";
-    writeFile(dir / "base.xml", kBase);
-    writeFile(dir / "frame.png", pngBytes(6, 6, std::vector<uint32_t>(36, 0xFF00C000)));
-    writeFile(dir / "mini.png", pngBytes(32, 32, std::vector<uint32_t>(32 * 32, 0xFF00FFFF)));
-    writeFile(dir / "blue.png", pngBytes(16, 16, std::vector<uint32_t>(256, 0xFF0000FF)));
-    writeFile(dir / "red.png", pngBytes(16, 16, std::vector<uint32_t>(256, 0xFFFF0000)));
-    writeFile(work.path() / "steps.txt", kScript);
-    std::filesystem::path trace = work.path() / "trace.txt";
-    ChildProcess program(builtProgram("lorehaven"),
-                         {"--workdir", work.str(), "--host", "--campaign", "C", "--gm", "GM", "--ruleset", "WinTest",
-                          "--script", (work.path() / "steps.txt").string()},
-                         {"LOREHAVEN_TRACE=" + trace.string(), "LOREHAVEN_CLOCK=manual"});
-    ASSERT_EQ(program.wait(120s), 0) << program.errors();
-    std::string lines = readFile(trace);
+TEST(DesktopScript, OpenMoveResizeTabMinimizeRestore) {
+    ScriptedDesktop desk("WinTest", kBase);
+    desk.writeSquare("frame.png", 6, 0xFF00C000);
+    desk.writeSquare("mini.png", 32, 0xFF00FFFF);
+    desk.writeSquare("blue.png", 16, 0xFF0000FF);
+    desk.writeSquare("red.png", 16, 0xFFFF0000);
+    ASSERT_EQ(desk.runHost(kScript), 0) << desk.errors;
+    std::string lines = desk.trace();
     for (const char* want : {"window opened sheet 00001\n", "window tab sheet 00001 page2\n",
                              "window minimized sheet 00001\n", "window restored sheet 00001\n"}) {
         EXPECT_NE(lines.find(want), std::string::npos) << want << " not in\n" << lines;
     }
 
     constexpr uint32_t kGreen = 0x00C000, kBlue = 0x0000FF, kRed = 0xFF0000, kCyan = 0x00FFFF;
-    Shot opened = shot("opened");
+    Shot opened = desk.shot("opened");
     EXPECT_EQ(opened.at(105, 105), kGreen);
     EXPECT_EQ(opened.at(128, 148), kBlue);  // the first page's picture
-    Shot moved = shot("moved");            // by 50, 20
+    Shot moved = desk.shot("moved");            // by 50, 20
     EXPECT_NE(moved.at(105, 105), kGreen);
     EXPECT_EQ(moved.at(155, 125), kGreen);
     EXPECT_EQ(moved.at(178, 168), kBlue);
     EXPECT_NE(moved.at(360, 280), kGreen);
-    Shot resized = shot("resized");  // 30 wider and higher
+    Shot resized = desk.shot("resized");  // 30 wider and higher
     EXPECT_EQ(resized.at(375, 295), kGreen);
     EXPECT_EQ(resized.at(155, 125), kGreen);
-    Shot tabbed = shot("tabbed");
+    Shot tabbed = desk.shot("tabbed");
     EXPECT_EQ(tabbed.at(178, 168), kRed);
-    Shot minimized = shot("minimized");
+    Shot minimized = desk.shot("minimized");
     EXPECT_EQ(minimized.at(160, 130), kCyan);
     EXPECT_NE(minimized.at(300, 250), kGreen);
-    Shot restored = shot("restored");
+    Shot restored = desk.shot("restored");
     EXPECT_EQ(restored.at(375, 295), kGreen);
     EXPECT_EQ(restored.at(178, 168), kRed);
 }

@@ -1,0 +1,166 @@
+// The dice and the chat as the program starts them, without a window: a
+// number dropped on a die or on the modifier box piles up there and goes
+// with the next roll into the chat; typed commands post through the chat's
+// hooks; results keep their dice on the way into a chat line and back.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "db/Users.h"
+#include "dice/ChatCommands.h"
+#include "dice/ChatDieResult.h"
+#include "dice/DiceSubsystem.h"
+#include "dice/ModifierCollector.h"
+#include "platform/Trace.h"
+#include "ui/ChatPort.h"
+#include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
+#include "ui/DieType.h"
+#include "ui/DragPayload.h"
+#include "ui/Identities.h"
+#include "ui/RulesetData.h"
+#include "ui/Subsystems.h"
+
+namespace lh::dice {
+namespace {
+
+struct NumberSource : ui::DesktopObject {
+    NumberSource(int kind, int32_t number, const std::string& description) {
+        payload.kind = kind;
+        payload.number = number;
+        payload.description = description;
+    }
+    int GetDragData(ui::DragPayload& out) override {
+        out = payload;
+        return 1;
+    }
+    ui::DragPayload payload;
+};
+
+// A host without sockets, with two dice and a modifier box in its Ruleset;
+// the chat's lines and die results as the trace tells them.
+class DiceChat : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ui::clearRuleset();
+        for (const char* name : {"d6", "d20"}) {
+            auto type = std::make_unique<ui::DieType>();
+            type->name = name;
+            for (int i = 1; i <= (name[1] == '6' ? 6 : 20); ++i) type->values.push_back(std::to_string(i));
+            ui::ruleset().dieTypes[name] = std::move(type);
+        }
+        ui::ModifierCollectorSettings& box = ui::ruleset().settings.modifierCollector;
+        box.present = true;
+        box.limit = 3;
+        seedRandom(11);
+        lines = platform::traceLines().subscribe([this](std::string_view line) {
+            if (line.substr(0, 5) == "chat ") chat.emplace_back(line);
+        });
+        ui::startSubsystems({db::SessionMode::Host, ui::desktop(), nullptr, nullptr});
+        ASSERT_TRUE(ui::chatPort());
+        ASSERT_TRUE(modifierCollector());
+    }
+    void TearDown() override {
+        ui::stopSubsystems();
+        ui::identities().clear();
+        ui::clearRuleset();
+    }
+    bool said(const std::string& text) const {
+        for (const std::string& line : chat)
+            if (line.find(text) != std::string::npos) return true;
+        return false;
+    }
+    void type(const std::string& line) { ASSERT_TRUE(ui::slashCommandHandler()(line, 0)) << line; }
+
+    std::vector<std::string> chat;
+    platform::Subscription lines;
+};
+
+TEST_F(DiceChat, DroppedNumbersGoWithTheNextRoll) {
+    ModifierCollector& box = *modifierCollector();
+    ui::DiceInput* dice = ui::diceInput();
+    ASSERT_TRUE(dice);
+    NumberSource strength(ui::kDragNumber, 3, "Strength");
+    dice->DropOnDie(0, 0, strength);
+    ASSERT_EQ(box.entries().size(), 1u);
+    EXPECT_EQ(box.entries()[0].label, "Strength");
+    NumberSource words(ui::kDragText, 9, "Words");
+    dice->DropOnDie(0, 0, words);
+    EXPECT_EQ(box.entries().size(), 1u);  // only numbers count
+
+    NumberSource prone(ui::kDragNumber, -2, "Prone");
+    EXPECT_EQ(box.MouseDrop(0, 0, 0, &prone), 1);
+    EXPECT_EQ(box.MouseDrop(0, 0, 0, &box), 1);  // its own number dropped back adds nothing
+    box.MouseWheel(2, 0);
+    ui::DragPayload out;
+    ASSERT_EQ(box.GetDragData(out), 1);
+    EXPECT_EQ(out.kind, ui::kDragNumber);
+    EXPECT_EQ(out.number, 3);
+    EXPECT_EQ(out.description, "Strength +3, Prone -2");
+
+    // A typed roll leaves the box alone; a finished throw takes it all.
+    type("/die 1d20 Look");
+    EXPECT_EQ(box.entries().size(), 2u);
+    auto thrown = std::make_unique<DieResult>();
+    thrown->AddDie(14, ui::findDieType("d20"));
+    ui::chatPort()->attachDieResult(toChatResult(*thrown, true), nullptr);
+    EXPECT_TRUE(said("chat die d20=14:3 total 17")) << ::testing::PrintToString(chat);
+    EXPECT_TRUE(said("[GM:] Strength +3, Prone -2") || said("] Strength +3, Prone -2"));
+    EXPECT_TRUE(box.entries().empty());
+    EXPECT_EQ(box.adjust, 0);
+}
+
+TEST_F(DiceChat, CommandsSpeakThroughTheChat) {
+    db::localUser().name.set("Boss");
+    type("/die 2d6+1 Hit");
+    ASSERT_TRUE(said("chat oocfont [Boss:] Hit")) << ::testing::PrintToString(chat);
+    EXPECT_TRUE(said(":1 total "));
+    type("/");
+    EXPECT_TRUE(said("chat systemfont [] SLASH COMMANDS:"));
+    EXPECT_TRUE(said("chat systemfont []  /whisper [character] [message]"));
+    const size_t before = chat.size();
+    type("/whisper Nobody hello");  // no such player: nothing at all
+    type("/Help");
+    type("/die hit");
+    EXPECT_EQ(chat.size(), before);
+
+    ui::identities().selectOrMakeIdentity("Bard", "npcchatfont");
+    type("/mood (very tired) Good night");
+    EXPECT_TRUE(said("chat npcchatfont [Bard (very tired):] Good night"));
+    EXPECT_EQ(ui::activeIdentity()->mood, "");
+    type("/mood grim");
+    EXPECT_EQ(ui::activeIdentity()->mood, "grim");
+    type("/die ?d20 Secret");
+    EXPECT_TRUE(said("chat die ?d20=")) << ::testing::PrintToString(chat);
+    type("/identity Guard");
+    EXPECT_EQ(ui::activeIdentity()->name, "Guard");
+}
+
+TEST(DiceChatResult, KeepsItsDiceOnTheWayIntoALineAndBack) {
+    ui::clearRuleset();
+    auto d8 = std::make_unique<ui::DieType>();
+    d8->name = "d8";
+    const ui::DieType* type = d8.get();
+    ui::ruleset().dieTypes["d8"] = std::move(d8);
+    DieResult r;
+    r.AddDie(7, type);
+    r.AddDie(2, type);
+    r.SetModifier(-3);
+    r.hidden = true;
+    r.SetDisplayMode(ShownValue::Halved);
+    std::unique_ptr<ui::DieResult> line = toChatResult(r, false);
+    EXPECT_EQ(line->dieText(), "d8=7,d8=2:-3");
+    EXPECT_EQ(line->shownValue(), 3);
+    DieResult back = fromChatResult(*line);
+    EXPECT_EQ(back.values, r.values);
+    EXPECT_EQ(back.dice, r.dice);
+    EXPECT_TRUE(back.hidden);
+    EXPECT_EQ(back.displayMode, ShownValue::Halved);
+    line->displayMode = 99;  // from nowhere we know: shown as rolled
+    EXPECT_EQ(fromChatResult(*line).displayMode, ShownValue::None);
+    ui::clearRuleset();
+}
+
+}  // namespace
+}  // namespace lh::dice

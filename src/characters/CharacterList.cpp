@@ -6,6 +6,7 @@
 #include "characters/PortraitShape.h"
 #include "db/DbNode.h"
 #include "db/Users.h"
+#include "platform/Bell.h"
 #include "platform/Trace.h"
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
@@ -93,8 +94,10 @@ void CharacterList::setTurn(int32_t index) {
         platform::trace("turn %d %s", index, entries[size_t(index)].name.c_str());
         const std::string& name = entries[size_t(index)].name;
         // The player whose character it is hears it, on whatever machine.
-        // The platform has no system sounds to give; the trace tells it.
-        if (const ui::Identity* own = ui::activeIdentity(); own && own->name == name) platform::trace("bell 0");
+        if (const ui::Identity* own = ui::activeIdentity(); own && own->name == name) {
+            platform::trace("bell 0");
+            platform::ringBell(platform::BellSound::Notice);
+        }
         line.text = name;
         line.indicator = "indicator_flag";
     }

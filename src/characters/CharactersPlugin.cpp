@@ -256,6 +256,8 @@ void start(const ui::SubsystemStart& context) {
     // The local-characters way in opens the character named at the launch.
     const std::vector<std::string>& asked = db::localUser().identities;
     if (db::sessionMode() == db::SessionMode::LocalCharacters && !asked.empty()) registry().openLocal(asked.front());
+    // A choice of character opened before this start reads the choices now.
+    ui::characterPort().choicesChanged.emit();
 }
 
 void stop() {

@@ -91,7 +91,11 @@ public:
         }
         keys = platform::spine().routeInput.subscribe([this](const platform::Event& e) { watchKeys(e); });
         idle = platform::spine().sendIdleState.subscribe([this](uint8_t state) { reportIdle(state); });
-        if (link.mode == db::SessionMode::LocalCharacters) return;
+        if (link.mode == db::SessionMode::LocalCharacters) {
+            // No chat to show, but the choice of character.
+            identityViews = startIdentityViews(s, window);
+            return;
+        }
         // The routing asks where the chat frame is (thrown dice land there)
         // and tells when carried dice come over it.
         frameHooks.push_back(ui::desktopSignals().chatFrameContains.subscribe(

@@ -17,8 +17,10 @@
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
+#include "ui/CharacterPort.h"
 #include "ui/ControlFactory.h"
 #include "ui/Desktop.h"
+#include "ui/DesktopHooks.h"
 #include "ui/DragPayload.h"
 #include "ui/FrameDef.h"
 #include "ui/FrameLayers.h"
@@ -50,12 +52,15 @@ JoinContext& join() {
     return c;
 }
 
+// The choice of character. A joining player may reach nothing else until he
+// has one; the local way in keeps the Desktop open, as its characters may
+// be switched at any time.
 void openSelection() {
     JoinContext& c = join();
     const ui::WindowClass* cls = ui::findWindowClass("identityselection");
-    if (!cls || !c.desktop) return;
+    if (!cls || !c.desktop || identitySelection()) return;
     c.desktop->OpenWindow(*cls, "");
-    c.desktop->SetModal(true);
+    if (c.mode == db::SessionMode::Join) c.desktop->SetModal(true);
 }
 
 void drawCentred(render::Font& font, render::RenderContext& context, const render::Rect& box, const std::string& text,
@@ -169,6 +174,27 @@ IdentitySelection* identitySelection() { return join().selection; }
 IdentitySelection::IdentitySelection(ui::Window& w) : ui::Control(w) {
     join().selection = this;
     for (const std::string& name : join().offered) addRow(name);
+    addCharacterChoices();
+}
+
+void IdentitySelection::addCharacterChoices() {
+    const ui::CharacterPort& port = ui::characterPort();
+    const db::SessionMode mode = join().mode;
+    if (!port.choices || mode == db::SessionMode::Host) return;
+    for (const ui::CharacterChoice& choice : port.choices()) {
+        // A joining player is offered the host's characters by the host.
+        const bool local = choice.flags & 1;
+        if (!local && mode == db::SessionMode::Join) continue;
+        auto same = [&](const IdentityRow& r) { return r.name == choice.name && r.campaign == choice.campaign; };
+        if (std::any_of(rows.begin(), rows.end(), same)) continue;
+        IdentityRow row;
+        row.name = choice.name;
+        row.campaign = choice.campaign;
+        row.flags = local ? 1 : 2;
+        row.description = local ? "(Local character)" : choice.campaign + " (Server character)";
+        rows.push_back(std::move(row));
+    }
+    Invalidate();
 }
 
 IdentitySelection::~IdentitySelection() {
@@ -363,10 +389,11 @@ int IdentitySelection::choose(const IdentityRow& row) {
         }
         return 0;
     }
-    case db::SessionMode::LocalCharacters:
-        // FIXME: a local choice opens the character's file; that comes with
-        // the character store.
-        return 0;
+    case db::SessionMode::LocalCharacters: {
+        const ui::CharacterPort& port = ui::characterPort();
+        if (row.flags & 1) return port.openLocal ? port.openLocal(row.name) : -1;
+        return port.openServer ? port.openServer(row.name, row.campaign) : -1;
+    }
     }
     return 0;
 }
@@ -503,8 +530,15 @@ std::unique_ptr<IdentityViews> startIdentityViews(const ui::SubsystemStart& star
         break;
     }
     case db::SessionMode::LocalCharacters:
+        // Without a character named at the launch the user picks one; the
+        // Desktop menu brings the choice back to switch.
+        if (asked.empty()) openSelection();
+        views->subscriptions.push_back(ui::addDesktopMenuEntry(4, "Characters", "portrait", openSelection));
         break;
     }
+    views->subscriptions.push_back(ui::characterPort().choicesChanged.subscribe([] {
+        if (IdentitySelection* s = identitySelection()) s->addCharacterChoices();
+    }));
     return views;
 }
 

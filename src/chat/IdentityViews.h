@@ -70,6 +70,9 @@ public:
     int choose(const IdentityRow& row);
     void answer(bool accepted);
     void addRow(const std::string& name);
+    // The characters of this machine that may be taken on (the local ones,
+    // and in the local way in the copies of server characters too).
+    void addCharacterChoices();
     void removeRow(const std::string& name);
 
     std::string fontName, descriptionFontName, selectionFrameName, errorIconName;

@@ -185,3 +185,36 @@ TEST(CharacterProcesses, TheLocalWayInKeepsCharactersWithoutASession) {
     // A new user finds portraits to choose from.
     EXPECT_FALSE(fs::is_empty(d.path() / "portraits"));
 }
+
+// The local way in as its user goes through it: the choice of character
+// opens by itself, a double click takes Aria on, her level is typed, the
+// Desktop menu's "Characters" brings the choice back, a new hero is made
+// there; the switch writes Aria with the edit, the exit writes the new one.
+TEST(CharacterProcesses, TheLocalWayInPicksEditsSwitchesAndWritesOnExit) {
+    TempDir d;
+    lh::test::writeFile(d.path() / "characters/Lorehaven/Aria.xml", kAria);
+    lh::test::writeFile(d.path() / "play.txt",
+                        "await window opened identityselection\n"
+                        "await frame\n"
+                        "click left 400 380\nclick left 400 380\n"  // Aria's row, twice
+                        "await window opened charsheet Aria\n"
+                        "click left 671 185\ntext 9\nclick left 900 600\n"  // her level
+                        "click right 150 450\nawait menu opened\nclick left 150 530\n"  // "Characters"
+                        "await window opened identityselection\n"
+                        "click left 400 308\ntext zed\nkey Return\n"  // the creation row
+                        "await window opened charsheet Zed\n"
+                        "quit 0\n");
+    std::vector<std::string> env = tracing(d);
+    env.push_back("LOREHAVEN_CLOCK=manual");
+    ChildProcess local(program(),
+                       {"--workdir", d.str(), "--local", "--ruleset", "Lorehaven", "--script",
+                        (d.path() / "play.txt").string()},
+                       env);
+    ASSERT_EQ(local.wait(120s), 0) << local.errors() << readIfThere(d.path() / "trace");
+    const std::string trace = readIfThere(d.path() / "trace");
+    EXPECT_LT(trace.find("window closed charsheet Aria"), trace.find("character Zed -")) << trace;
+    const std::string aria = readIfThere(d.path() / "characters/Lorehaven/Aria.xml");
+    EXPECT_NE(aria.find("<intvalue name=\"level\" value=\"9\" />"), std::string::npos) << aria;
+    EXPECT_NE(aria.find("Aria of the Vale"), std::string::npos) << aria;
+    EXPECT_NE(readIfThere(d.path() / "characters/Lorehaven/Zed.xml").find("<node name=\"Zed\">"), std::string::npos);
+}

@@ -185,5 +185,67 @@ TEST(DiceProcess, ThrownAndTypedRollsBecomeOneChatLineOnBothMachines) {
     EXPECT_NE(readFile(clientTrace).find("] Hit\n"), std::string::npos);
 }
 
+// The chat line of a die result (" chat die d6=4,d6=1:2 total 7") that
+// follows `after` in the trace and begins with `prefix`; empty if none.
+std::string chatDieLine(const std::string& trace, const std::string& prefix) {
+    size_t at = findEvent(trace, " chat die " + prefix);
+    if (at == std::string::npos) return {};
+    return trace.substr(at, trace.find('\n', at) - at);
+}
+
+TEST(DiceProcess, ThrownAndTypedRollsBecomeOneChatLineOnBothMachines) {
+    TempDir h, c;
+    const uint16_t port = freeTcpPort();
+    writeFile(h.path() / "steps.txt",
+              "await chat die d6=\nwait 300\ntext /d 2d4 Hit\nkey Return\nwait 60000\nquit 0\n");
+    writeFile(c.path() / "steps.txt", std::string("wait 3000\n") + kThrow +
+                                          "await chat die d20=\nwait 300\ntext /die 3d6+2 Attack\nkey Return\n"
+                                          "wait 60000\nquit 0\n");
+    const auto hostTrace = h.path() / "trace.txt", clientTrace = c.path() / "trace.txt";
+    ChildProcess host(builtProgram("lorehaven"),
+                      {"--workdir", h.str(), "--host", "--campaign", "Dice", "--gm", "GM", "p" + std::to_string(port),
+                       "--script", (h.path() / "steps.txt").string()},
+                      {"LOREHAVEN_TRACE=" + hostTrace.string(), "LOREHAVEN_DICE_SEED=5"});
+    ASSERT_TRUE(waitFor(hostTrace, " frame\n", host)) << host.errors();
+    ChildProcess client(builtProgram("lorehaven"),
+                        {"--workdir", c.str(), "--join", "127.0.0.1", "--user", "Ann", "--identity", "Hero",
+                         "p" + std::to_string(port), "--script", (c.path() / "steps.txt").string()},
+                        {"LOREHAVEN_TRACE=" + clientTrace.string(), "LOREHAVEN_DICE_SEED=6"});
+
+    // The thrown die: read on the player's machine, its line in both chats
+    // with the reading that stopped on the table.
+    ASSERT_TRUE(waitFor(clientTrace, " chat die d20=", client)) << readFile(clientTrace) << client.errors();
+    const std::string thrown = chatDieLine(readFile(clientTrace), "d20=");
+    {
+        const std::string trace = readFile(clientTrace);
+        const size_t at = findEvent(trace, " dice result d20=");
+        ASSERT_NE(at, std::string::npos) << trace;
+        const std::string read = trace.substr(at + 17, trace.find('\n', at) - at - 17);  // "17:0"
+        EXPECT_EQ(thrown, " chat die d20=" + read + " total " + read.substr(0, read.find(':')));
+    }
+    EXPECT_TRUE(waitFor(hostTrace, thrown + "\n", host)) << thrown << readFile(hostTrace);
+
+    // "/die 3d6+2 Attack" by the player: three d6 and the modifier, spoken
+    // by his Identity, the same on both machines.
+    ASSERT_TRUE(waitFor(clientTrace, " chat die d6=", client)) << readFile(clientTrace);
+    const std::string typed = chatDieLine(readFile(clientTrace), "d6=");
+    EXPECT_NE(typed.find(":2 total "), std::string::npos) << typed;
+    EXPECT_EQ(std::count(typed.begin(), typed.end(), '='), 3) << typed;
+    EXPECT_TRUE(waitFor(hostTrace, typed + "\n", host)) << typed << readFile(hostTrace);
+    EXPECT_NE(readFile(clientTrace).find(" [Hero:] Attack\n"), std::string::npos);
+    EXPECT_NE(readFile(hostTrace).find(" [Hero:] Attack\n"), std::string::npos);
+
+    // "/d 2d4 Hit" by the Gamemaster, an open roll: the player sees it too.
+    ASSERT_TRUE(waitFor(hostTrace, " chat die d4=", host)) << readFile(hostTrace);
+    const std::string gm = chatDieLine(readFile(hostTrace), "d4=");
+    EXPECT_TRUE(waitFor(clientTrace, gm + "\n", client)) << gm << readFile(clientTrace);
+    EXPECT_NE(readFile(clientTrace).find("] Hit\n"), std::string::npos);
+
+    host.signal(SIGTERM);
+    client.signal(SIGTERM);
+    host.wait(30s);
+    client.wait(30s);
+}
+
 }  // namespace
 }  // namespace lh::test

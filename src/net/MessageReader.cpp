@@ -90,6 +90,18 @@ bool MessageReader::skip(size_t length) {
     return true;
 }
 
+bool MessageReader::finish(std::string& why) const {
+    if (!ok()) {
+        why = error();
+        return false;
+    }
+    if (remaining() != 0) {
+        why = "bytes after the end of the body";
+        return false;
+    }
+    return true;
+}
+
 MessageWriter& MessageWriter::u8(uint8_t v) {
     body.push_back(v);
     return *this;

@@ -38,6 +38,9 @@ public:
     size_t offset() const { return position; }
     size_t remaining() const { return ok() ? bytes.size() - position : 0; }
     std::span<const uint8_t> rest() const { return bytes.subspan(ok() ? position : bytes.size()); }
+    // A body read whole: every read succeeded and nothing is left behind
+    // them. Otherwise false, with `why` saying which.
+    bool finish(std::string& why) const;
 
 private:
     bool need(size_t length, const char* what);

@@ -28,18 +28,6 @@ bool readPath(net::MessageReader& r, std::string& path, std::string& why) {
     return true;
 }
 
-bool finish(net::MessageReader& r, std::string& why) {
-    if (!r.ok()) {
-        why = r.error();
-        return false;
-    }
-    if (r.remaining() != 0) {
-        why = "bytes after the end of the body";
-        return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 void encodeAvailability(bool has, std::string_view path, net::NetMessage& out) {
@@ -55,7 +43,7 @@ bool decodeAvailability(const net::NetMessage& m, bool& has, std::string& path, 
         return false;
     }
     has = flag == 1;
-    return r.ok() ? readPath(r, path, why) && finish(r, why) : (why = r.error(), false);
+    return r.ok() ? readPath(r, path, why) && r.finish(why) : (why = r.error(), false);
 }
 
 void encodePolygon(net::MessageTag tag, std::string_view path, const std::vector<uint32_t>& points,
@@ -78,7 +66,7 @@ bool decodePolygon(const net::NetMessage& m, std::string& path, std::vector<uint
     points.clear();
     points.reserve(count);
     for (uint32_t i = 0; i < count && r.ok(); ++i) points.push_back(r.u32());
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeSnapshotRequest(std::string_view path, SnapshotKind kind, net::NetMessage& out) {
@@ -101,7 +89,7 @@ bool readKind(net::MessageReader& r, SnapshotKind& kind, std::string& why) {
 
 bool decodeSnapshotRequest(const net::NetMessage& m, std::string& path, SnapshotKind& kind, std::string& why) {
     net::MessageReader r(m);
-    return readPath(r, path, why) && readKind(r, kind, why) && finish(r, why);
+    return readPath(r, path, why) && readKind(r, kind, why) && r.finish(why);
 }
 
 void encodeSnapshotReply(std::string_view path, SnapshotKind kind, std::string_view file, net::NetMessage& out) {
@@ -118,7 +106,7 @@ bool decodeSnapshotReply(const net::NetMessage& m, std::string& path, SnapshotKi
         why = "no file name";
         return false;
     }
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeSnapshotRead(std::string_view file, net::NetMessage& out) {
@@ -129,7 +117,7 @@ void encodeSnapshotRead(std::string_view file, net::NetMessage& out) {
 bool decodeSnapshotRead(const net::NetMessage& m, std::string& file, std::string& why) {
     net::MessageReader r(m);
     file = r.text(kMaxFileName + 1);
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeStroke(net::MessageTag tag, std::string_view path, const std::vector<StrokePoint>& points,
@@ -156,7 +144,7 @@ bool decodeStroke(const net::NetMessage& m, std::string& path, std::vector<Strok
         p.pressure = r.u8();
         points.push_back(p);
     }
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeErased(std::string_view path, net::NetMessage& out) {
@@ -166,7 +154,7 @@ void encodeErased(std::string_view path, net::NetMessage& out) {
 
 bool decodeErased(const net::NetMessage& m, std::string& path, std::string& why) {
     net::MessageReader r(m);
-    return readPath(r, path, why) && finish(r, why);
+    return readPath(r, path, why) && r.finish(why);
 }
 
 size_t polygonCapacity(size_t pathLength) { return (kMapBodyLimit - pathLength - 1 - 4) / 4; }

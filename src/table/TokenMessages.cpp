@@ -8,18 +8,6 @@ namespace lh::table {
 
 namespace {
 
-bool finish(net::MessageReader& r, std::string& why) {
-    if (!r.ok()) {
-        why = r.error();
-        return false;
-    }
-    if (r.remaining() != 0) {
-        why = "bytes after the end of the body";
-        return false;
-    }
-    return true;
-}
-
 void writeWindow(net::MessageWriter& w, const WindowKey& k) { w.text(k.className).text(k.recordName); }
 
 void readWindow(net::MessageReader& r, WindowKey& k) {
@@ -47,7 +35,7 @@ void encodeLibraryEntry(std::string_view name, net::NetMessage& out) {
 bool decodeLibraryEntry(const net::NetMessage& m, std::string& name, std::string& why) {
     net::MessageReader r(m);
     name = r.text(kMaxTokenName + 1);
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeTokenAdd(net::MessageTag tag, const TokenAdd& a, net::NetMessage& out) {
@@ -72,7 +60,7 @@ bool decodeTokenAdd(const net::NetMessage& m, TokenAdd& a, std::string& why) {
         a.id = r.u32();
         if (!readFlag(r, a.hostOnly, "host-only", why)) return false;
     }
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeTokenDelete(net::MessageTag tag, const TokenRef& d, net::NetMessage& out) {
@@ -86,7 +74,7 @@ bool decodeTokenDelete(const net::NetMessage& m, TokenRef& d, std::string& why) 
     net::MessageReader r(m);
     readWindow(r, d.window);
     d.id = r.u32();
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeTokenMove(net::MessageTag tag, const TokenMove& p, net::NetMessage& out) {
@@ -104,7 +92,7 @@ bool decodeTokenMove(const net::NetMessage& m, TokenMove& p, std::string& why) {
     p.y = r.i32();
     if (!readFlag(r, p.proposal, "proposal", why)) return false;
     p.id = r.u32();
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeTokenTurn(net::MessageTag tag, const TokenTurn& o, net::NetMessage& out) {
@@ -119,7 +107,7 @@ bool decodeTokenTurn(const net::NetMessage& m, TokenTurn& o, std::string& why) {
     readWindow(r, o.window);
     o.id = r.u32();
     o.rotation = int8_t(r.u8());
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodeTokenLock(const TokenLock& l, net::NetMessage& out) {
@@ -134,7 +122,7 @@ bool decodeTokenLock(const net::NetMessage& m, TokenLock& l, std::string& why) {
     readWindow(r, l.window);
     l.id = r.u32();
     if (!readFlag(r, l.locked, "locked", why)) return false;
-    return finish(r, why);
+    return r.finish(why);
 }
 
 void encodePointer(net::MessageTag tag, const PointerBody& p, net::NetMessage& out) {
@@ -153,7 +141,7 @@ bool decodePointer(const net::NetMessage& m, PointerBody& p, std::string& why) {
     p.start = r.u32();
     p.end = r.u32();
     p.color = r.u32();
-    return finish(r, why);
+    return r.finish(why);
 }
 
 bool isSafeTokenName(std::string_view name) {

@@ -53,6 +53,14 @@ std::string readFile(const fs::path& path) {
 
 std::string builtProgram(const std::string& name) { return std::string(LOREHAVEN_BINARY_DIR) + "/" + name; }
 
+std::string newCharacterSteps(const std::string& name) {
+    return "await window opened identityselection\n"
+           "click left 420 290\n"  // the row that makes a new character
+           "text " + name + "\n"
+           "key Return\n"
+           "await identity chosen " + name + "\n";
+}
+
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& args,
                            const std::vector<std::string>& extraEnv) {
     std::string outPath = (logs.path() / "stdout").string();

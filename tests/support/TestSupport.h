@@ -57,4 +57,8 @@ private:
 // A TCP port on loopback that nothing listens on at the moment of asking.
 uint16_t freeTcpPort();
 
+// Script steps by which a joining player, whom the Desktop keeps waiting on
+// the choice of character, makes a new character `name` and takes it.
+std::string newCharacterSteps(const std::string& name);
+
 }  // namespace lh::test

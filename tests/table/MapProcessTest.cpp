@@ -91,11 +91,7 @@ TEST(MapProcess, FetchMaskRevealDrawAndAgreeOnBothSides) {
     // The player first takes a character of his own: the Desktop waits on
     // that choice before the map takes any input.
     writeFile(clientDir.path() / "client.txt",
-              "await window opened identityselection\n"
-              "click left 420 290\n"
-              "text Ann\n"
-              "key Return\n"
-              "await identity chosen Ann\n"
+              lh::test::newCharacterSteps("Ann") +
               "await map image.00001.image arrived\n"
               "await map image.00001.image polygon\n"
               "wait 300\n"

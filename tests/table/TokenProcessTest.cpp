@@ -124,11 +124,7 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
                   "wait 2000\n"
                   "quit 0\n");
     writeFile(clientDir.path() / "client.txt",
-              "await window opened identityselection\n"
-              "click left 420 290\n"
-              "text Ann\n"
-              "key Return\n"
-              "await identity chosen Ann\n"
+              lh::test::newCharacterSteps("Ann") +
               "await map image.00001.image arrived\n"
               "click left 976 264\n"  // the token bag
               "await window opened tokenbag\n"

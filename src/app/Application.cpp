@@ -36,6 +36,7 @@
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "ui/Desktop.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/Lights.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
@@ -426,6 +427,10 @@ int runMain(int argc, char** argv) {
         return -1;
     }
     int code = runMainLoop();
+    // Leaving is like clicking elsewhere: the field that has the keyboard
+    // sends what was typed while the session is still up, before the save,
+    // and no window is left to send from when the statics go.
+    ui::SetKeyboardFocus(nullptr);
     runExitPath();
     // Subsystems let go of their windows, textures and handlers while the
     // device and the session are still there.

@@ -197,7 +197,8 @@ void DieBody::fitOrientation() const {
     Vec3 b0p = normalized(b0 - dot(a1, b0) * u);
     Vec3 b1p = normalized(b1 - dot(a1, b1) * u);
     float s = 0.0f;
-    if (dot(u, u) > 0.0f && turnBetween(b0p, b1p, u, c, s)) turn = multiply(turn, rotationAxisCosSin(u, c, s));
+    if (dot(u, u) > 0.0f && turnBetween(b0p, b1p, u, c, s))
+        turn = multiply(turn, rotationAxisCosSin(u, c, s));
     fittedOrientation = turn;
 }
 
@@ -327,7 +328,8 @@ struct LaneCursor {
 template <bool SkipCoinciding, int Width>
 void sweepRun(LaneCursor* lanes, size_t run) {
     for (size_t s = 0; s < run; ++s)
-        for (int d = 0; d < Width; ++d) applyPair<SkipCoinciding>(lanes[d].vel, *lanes[d].terms, lanes[d].slot[s]);
+        for (int d = 0; d < Width; ++d)
+            applyPair<SkipCoinciding>(lanes[d].vel, *lanes[d].terms, lanes[d].slot[s]);
     for (int d = 0; d < Width; ++d) lanes[d].slot += run, lanes[d].left -= run;
 }
 
@@ -432,7 +434,8 @@ void DieBody::SolvePairs(DieBody* const* dice, int count, PairVelocities* out) {
     }
 
     for (int d = 0; d < count; ++d)
-        for (int i = 0; i < dice[d]->vertexCount; ++i) out[d][i] = Vec3{vel[d][i][0], vel[d][i][1], vel[d][i][2]};
+        for (int i = 0; i < dice[d]->vertexCount; ++i)
+            out[d][i] = Vec3{vel[d][i][0], vel[d][i][1], vel[d][i][2]};
 }
 
 int DieBody::collide(int vertex, float f, const Bounds& b) {

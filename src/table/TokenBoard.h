@@ -111,6 +111,8 @@ public:
     // Lookups for drawing, input and tests.
     std::vector<std::unique_ptr<Token>>* tokensOf(const WindowKey& key);
     Token* find(const WindowKey& key, uint32_t id);
+    // The token kept for a window that is not open here.
+    const Token* findStored(const WindowKey& key, uint32_t id) { return storeFind(key, id); }
     TokenPlace* placeOf(const WindowKey& key);
     bool windowLocked(const WindowKey& key) const;
     const std::map<std::string, std::vector<std::unique_ptr<Token>>>& store() const { return stored; }

@@ -73,14 +73,18 @@ TokenDesk* tokenDesk() { return current(); }
 // and tests on two machines can see that they agree.
 
 void TokenDesk::traceToken(const char* what, const WindowKey& key, uint32_t id) {
+    // Only the board is asked: a window that is opening is not yet on the
+    // Desktop's list, but its tokens stand.
     Token* t = tokens.find(key, id);
-    if (!t || !windowOf(key)) {
-        platform::trace("token %s %s %s id %u gone", what, key.className.c_str(), key.recordName.c_str(), id);
+    if (!t) {
+        const char* where = tokens.findStored(key, id) ? "stored" : "gone";
+        platform::trace("token %s %s %s id %u %s", what, key.className.c_str(), key.recordName.c_str(), id, where);
         return;
     }
     render::Rect r = desktopRect(key, *t);
-    platform::trace("token %s %s %s id %u at %d %d locked %d pending %d %d", what, key.className.c_str(),
-                    key.recordName.c_str(), id, r.left, r.top, t->locked ? 1 : 0, t->pendingX, t->pendingY);
+    platform::trace("token %s %s %s id %u at %d %d locked %d pending %d %d turned %d", what,
+                    key.className.c_str(), key.recordName.c_str(), id, r.left, r.top, t->locked ? 1 : 0, t->pendingX,
+                    t->pendingY, t->rotation);
 }
 
 void TokenDesk::traceMessage(const net::NetMessage& m) {
@@ -200,6 +204,9 @@ void TokenDesk::opened(ui::Window& window) {
     auto& place = places[key];
     place = std::make_unique<WindowPlace>(window);
     tokens.Open(key, *place);
+    // The tokens the store gave back, as they stand now.
+    if (auto* list = tokens.tokensOf(key))
+        for (const auto& t : *list) traceToken("restored", key, t->id);
     glide.wake();
 }
 

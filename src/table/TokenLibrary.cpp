@@ -10,6 +10,7 @@
 #include "table/TokenMessages.h"
 #include "ui/PictureDecoder.h"
 #include "ui/ResourceFile.h"
+#include "ui/RulesetFiles.h"
 
 namespace lh::table {
 
@@ -120,6 +121,9 @@ void TokenLibrary::LoadFolder(std::string_view folder, bool hostOnly) {
         def->name = name;
         def->hostOnly = hostOnly;
         if (load(*def) < 0) continue;
+        // A shared picture goes with the Ruleset's files to a joining
+        // player, so that he has it before any token of it arrives.
+        if (!hostOnly) ui::NoteRulesetFile(path);
         defs.emplace(name, std::move(def));
     }
 }

@@ -10,6 +10,7 @@
 #include "net/FileFetch.h"
 #include "net/FileStamp.h"
 #include "net/Session.h"
+#include "platform/Trace.h"
 #include "render/GraphicsDevice.h"
 #include "table/TokenBag.h"
 #include "table/TokenDesk.h"
@@ -30,11 +31,16 @@ void loadLibrary(bool host, net::FileExchange* files) {
     library.setHost(host);
     if (files) {
         library.setFetcher([files](const std::string& name) {
+            platform::trace("token picture %s fetch", name.c_str());
             return files->fetchFromHost(tokenPathOf(name), net::FetchKind::TokenBitmap, net::FileTime{}, name);
         });
         files->setEndHandler(net::FetchKind::TokenBitmap, [](net::FileFetch& fetch, int result) {
-            if (result <= 0) return;
+            if (result <= 0) {
+                platform::trace("token picture %s failed", fetch.nodePath.c_str());
+                return;
+            }
             tokenLibrary().pictureArrived(fetch.nodePath, fetch.buffer().data(), fetch.buffer().size());
+            platform::trace("token picture %s arrived", fetch.nodePath.c_str());
             render::GraphicsDevice::Get().Invalidate(nullptr);
         });
     }

@@ -1,19 +1,27 @@
-// Tokens between a host and a client as real processes, driven by scripts
-// and read back from their traces: tokens dragged out of the bag onto a
-// shared map stand at the same place on both screens (the player's only
-// after the host's answer), a free token moved by the player moves on the
-// host, a locked one only shows his proposal until the Gamemaster accepts
-// it, and a token dragged off the map is gone for both.
+// Tokens and pointers between a host and a client as real processes, driven
+// by scripts and read back from their traces and screenshots. Every test
+// shares the set-up below: the host opens the first map and shares it, the
+// player takes a character and receives the map, and both open the bag.
+//  - Drops, moves, proposals, "Accept Move" and drags off the map agree.
+//  - Turns agree (the wrap from 7 to 0 included), and a map closed for all
+//    and opened again gives its tokens back, turned and in place, on both.
+//  - A player who joins late gets the tokens of a map he has not seen,
+//    fetches the picture he lacks and draws it where the host does.
+//  - A circle pointer lights the same squares on both screens; a click
+//    without a move and "Remove Pointer" take pointers away for everybody.
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
 #include <filesystem>
+#include <memory>
 #include <regex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "support/TestSupport.h"
+#include "ui/PictureDecoder.h"
 
 using lh::test::ChildProcess;
 using lh::test::TempDir;
@@ -37,18 +45,19 @@ bool waitForFile(const fs::path& file, const std::string& text, ChildProcess& pr
 }
 
 // A token line of a trace: what happened, the token's id, where it stands
-// on the Desktop, whether it is locked and its proposal.
+// on the Desktop, whether it is locked, its proposal and its turn.
 struct TokenLine {
     std::string what;
     unsigned id = 0;
-    bool gone = false;
-    int x = 0, y = 0, locked = 0, px = 0, py = 0;
+    bool gone = false, stored = false;
+    int x = 0, y = 0, locked = 0, px = 0, py = 0, turned = 0;
 };
 
 std::vector<TokenLine> tokenLines(const std::string& trace) {
     std::vector<TokenLine> lines;
-    static const std::regex at(R"(token (\w+) imagewindow \S* id (\d+) at (-?\d+) (-?\d+) locked (\d) pending (-?\d+) (-?\d+))");
-    static const std::regex gone(R"(token ([\w ]+?) imagewindow \S* id (\d+) gone)");
+    static const std::regex at(
+        R"(token (\w+) imagewindow \S* id (\d+) at (-?\d+) (-?\d+) locked (\d) pending (-?\d+) (-?\d+) turned (\d))");
+    static const std::regex away(R"(token ([\w ]+?) imagewindow \S* id (\d+) (gone|stored))");
     std::smatch m;
     size_t from = 0;
     while (from < trace.size()) {
@@ -65,10 +74,12 @@ std::vector<TokenLine> tokenLines(const std::string& trace) {
             t.locked = std::stoi(m[5]);
             t.px = std::stoi(m[6]);
             t.py = std::stoi(m[7]);
-        } else if (std::regex_search(line, m, gone)) {
+            t.turned = std::stoi(m[8]);
+        } else if (std::regex_search(line, m, away)) {
             t.what = m[1];
             t.id = unsigned(std::stoul(m[2]));
-            t.gone = true;
+            t.gone = m[3] == "gone";
+            t.stored = !t.gone;
         } else {
             continue;
         }
@@ -97,66 +108,126 @@ std::string drag(int x0, int y0, int x1, int y1) {
 // the bag's fixed seed the skeleton lies on top of the heap, here.
 const char* kBagTop = "tokenbag top data/tokens/monsters/skeleton.png at 211 132";
 
+// The set-up every test starts from. The host opens the first map (the
+// window opens centred: its picture starts at (256, 206) of the 1024 x 768
+// client area) once the player is in, and shares it.
+const std::string kHostOpensMap = "click left 976 334\nwait 300\n";
+const std::string kHostSharesMap = "await received IDLSQ\n" + kHostOpensMap +
+                                   "menu 500 400 Share Sheet\n"
+                                   "await received IMGAR\n";
+const std::string kHostOpensBag = "click left 976 474\nawait window opened tokenbag\n";
+const std::string kClientOpensBag = "click left 976 264\nawait window opened tokenbag\n";
+std::string clientTakesMap() { return lh::test::newCharacterSteps("Ann") + "await map image.00001.image arrived\n"; }
+
+// The host "Boss" and the player "Ann", each in a working directory of its
+// own, playing their scripts; then their traces.
+class Table {
+public:
+    TempDir hostDir, clientDir;
+
+    // The host starts at once; the player once the host's trace holds
+    // `clientAfter` (its first frame by default).
+    void play(const std::string& hostScript, const std::string& clientScript,
+              const std::string& clientAfter = " frame") {
+        const uint16_t port = lh::test::freeTcpPort();
+        const fs::path hostTrace = hostDir.path() / "trace.txt", clientTrace = clientDir.path() / "trace.txt";
+        writeFile(hostDir.path() / "host.txt", hostScript);
+        writeFile(clientDir.path() / "client.txt", clientScript);
+        ChildProcess host(program(),
+                          {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user",
+                           "Boss", "p" + std::to_string(port), "--script", (hostDir.path() / "host.txt").string()},
+                          {"LOREHAVEN_TRACE=" + hostTrace.string()});
+        ASSERT_TRUE(waitForFile(hostTrace, clientAfter, host)) << host.errors() << readFile(hostTrace);
+        ChildProcess client(program(),
+                            {"--workdir", clientDir.str(), "--join", "127.0.0.1", "--user", "Ann",
+                             "p" + std::to_string(port), "--script", (clientDir.path() / "client.txt").string()},
+                            {"LOREHAVEN_TRACE=" + clientTrace.string()});
+        EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(clientTrace);
+        EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
+        hostText = readFile(hostTrace);
+        clientText = readFile(clientTrace);
+        h = tokenLines(hostText);
+        c = tokenLines(clientText);
+    }
+
+    lh::ui::PixelImage hostShot(const std::string& name) const { return shot(hostDir.path() / (name + ".png")); }
+    lh::ui::PixelImage clientShot(const std::string& name) const { return shot(clientDir.path() / (name + ".png")); }
+
+    std::string hostText, clientText;
+    std::vector<TokenLine> h, c;
+
+private:
+    static lh::ui::PixelImage shot(const fs::path& file) {
+        lh::ui::PixelImage picture;
+        std::string png = readFile(file);
+        EXPECT_TRUE(lh::ui::decodePicture(png.data(), png.size(), picture)) << file;
+        return picture;
+    }
+};
+
+uint32_t at(const lh::ui::PixelImage& p, int x, int y) {
+    return x >= 0 && y >= 0 && uint32_t(x) < p.width && uint32_t(y) < p.height
+               ? p.pixels[size_t(y) * p.width + size_t(x)] & 0xFFFFFF
+               : 0xDEAD;
+}
+
+int brightness(uint32_t rgb) { return int(rgb & 0xFF) + int((rgb >> 8) & 0xFF) + int((rgb >> 16) & 0xFF); }
+
+// A 48 x 48 picture in one colour (0xRRGGBB), as a Windows bitmap file.
+std::string bitmapFile(uint32_t rgb) {
+    const uint32_t side = 48, rowBytes = side * 3, size = 54 + rowBytes * side;
+    std::string f(size, '\0');
+    auto put = [&f](size_t at, uint32_t v, int bytes) {
+        for (int i = 0; i < bytes; ++i) f[at + size_t(i)] = char((v >> (8 * i)) & 0xFF);
+    };
+    f[0] = 'B', f[1] = 'M';
+    put(2, size, 4);
+    put(10, 54, 4);
+    put(14, 40, 4);
+    put(18, side, 4);
+    put(22, side, 4);
+    put(26, 1, 2);
+    put(28, 24, 2);
+    put(34, rowBytes * side, 4);
+    for (size_t p = 54; p < size; p += 3) put(p, rgb, 3);  // B, G, R in memory
+    return f;
+}
+
 }  // namespace
 
 TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
-    TempDir hostDir, clientDir;
-    uint16_t port = lh::test::freeTcpPort();
-    fs::path hostTrace = hostDir.path() / "trace.txt", clientTrace = clientDir.path() / "trace.txt";
-    writeFile(hostDir.path() / "host.txt",
-              "await received IDLSQ\n"
-              "click left 976 334\n"  // the first map
-              "wait 300\n"
-              "menu 500 400 Share Sheet\n"
-              "await received IMGAR\n"
-              "click left 976 474\n"  // the token bag
-              "await window opened tokenbag\n" +
-                  drag(211, 132, 450, 350) +
-                  "await token TOKAQ\n"  // the player's drop
-                  "await token TOKPQ\n"  // the player moves the free token
-                  "menu 510 390 Lock Tokens\n"
-                  "await token TOKPQ\n"  // now he can only propose
-                  "menu 510 390 Accept Move\n"
-                  "wait 300\n" +
-                  drag(600, 450, 880, 700) +  // the player's token off the map
-                  "wait 300\n"
-                  "menu 500 450 Close For All\n"
-                  "wait 2000\n"
-                  "quit 0\n");
-    writeFile(clientDir.path() / "client.txt",
-              lh::test::newCharacterSteps("Ann") +
-              "await map image.00001.image arrived\n"
-              "click left 976 264\n"  // the token bag
-              "await window opened tokenbag\n"
-              "await token TOKAR\n" +  // the host's token
-                  drag(211, 132, 600, 450) +
-                  "await token TOKAR\n" +  // its own, once the host answered
-                  drag(450, 350, 510, 390) +
-                  "await token TOKPR\n"
-                  "await token TOKLR\n"
-                  "await token TOKLR\n" +
-                  drag(510, 390, 560, 300) +
-                  "await token TOKPR\n"  // the proposal comes back
-                  "await token TOKPR\n"  // and is accepted
-                  "await token TOKDR\n"
-                  "await window closed imagewindow\n"
-                  "quit 0\n");
-    ChildProcess host(program(),
-                      {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
-                       "p" + std::to_string(port), "--script", (hostDir.path() / "host.txt").string()},
-                      {"LOREHAVEN_TRACE=" + hostTrace.string()});
-    ASSERT_TRUE(waitForFile(hostTrace, " frame", host)) << host.errors();
-    ChildProcess client(program(),
-                        {"--workdir", clientDir.str(), "--join", "127.0.0.1", "--user", "Ann",
-                         "p" + std::to_string(port), "--script", (clientDir.path() / "client.txt").string()},
-                        {"LOREHAVEN_TRACE=" + clientTrace.string()});
-    EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(clientTrace);
-    EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
-
-    const std::string hostText = readFile(hostTrace), clientText = readFile(clientTrace);
+    Table table;
+    table.play(kHostSharesMap + kHostOpensBag + drag(211, 132, 450, 350) +
+                   "await token TOKAQ\n"  // the player's drop
+                   "await token TOKPQ\n"  // the player moves the free token
+                   "menu 510 390 Lock Tokens\n"
+                   "await token TOKPQ\n"  // now he can only propose
+                   "menu 510 390 Accept Move\n"
+                   "wait 300\n" +
+                   drag(600, 450, 880, 700) +  // the player's token off the map
+                   "wait 300\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() + kClientOpensBag +
+                   "await token TOKAR\n" +  // the host's token
+                   drag(211, 132, 600, 450) +
+                   "await token TOKAR\n" +  // its own, once the host answered
+                   drag(450, 350, 510, 390) +
+                   "await token TOKPR\n"
+                   "await token TOKLR\n"
+                   "await token TOKLR\n" +
+                   drag(510, 390, 560, 300) +
+                   "await token TOKPR\n"  // the proposal comes back
+                   "await token TOKPR\n"  // and is accepted
+                   "await token TOKDR\n"
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    const std::string& hostText = table.hostText;
+    const std::string& clientText = table.clientText;
     ASSERT_NE(hostText.find(kBagTop), std::string::npos) << "the bag's heap changed: the scripts grab elsewhere";
     ASSERT_NE(clientText.find(kBagTop), std::string::npos);
-    auto h = tokenLines(hostText), c = tokenLines(clientText);
+    const auto &h = table.h, &c = table.c;
 
     // The host's drop: made at once, centred under the mouse, and the same
     // on the client.
@@ -174,7 +245,7 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
     // place on both.
     const size_t asked = clientText.find("token asked imagewindow");
     ASSERT_NE(asked, std::string::npos);
-    EXPECT_LT(asked, clientText.find("token TOKAR imagewindow image.00001 id 2"));
+    EXPECT_LT(asked, clientText.find("token TOKAR imagewindow 00001 id 2"));
     auto hostsTwo = about(h, "TOKAQ", 2), clientsTwo = about(c, "TOKAR", 2);
     ASSERT_EQ(hostsTwo.size(), 1u) << hostText;
     ASSERT_EQ(clientsTwo.size(), 1u);
@@ -218,4 +289,204 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
     auto deleted = about(c, "TOKDR", 2);
     ASSERT_EQ(deleted.size(), 1u) << clientText;
     EXPECT_TRUE(deleted[0].gone);
+}
+
+TEST(TokenProcess, TurnsAgreeAndAReopenedMapGivesItsTokensBack) {
+    Table table;
+    table.play(kHostSharesMap + kHostOpensBag + drag(211, 132, 450, 350) +
+                   "await token TOKAQ\n"  // the player's drop
+                   "menu 450 350 Rotate Left\n"
+                   "await token TOKOQ\n"  // the player turns the host's token
+                   "await token TOKOQ\n"  // and his own
+                   "wait 300\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 500\n" +
+                   kHostOpensMap + "menu 500 400 Share Sheet\n" +
+                   "await token TOKOQ\n"  // the player turns a token given back
+                   "wait 300\n"
+                   "screenshot host\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() + kClientOpensBag +
+                   "await token TOKAR\n" +  // the host's token
+                   drag(211, 132, 600, 450) +
+                   "await token TOKAR\n"
+                   "await token TOKOR\n"  // the host's turn to the left
+                   "menu 450 350 Rotate Right\n"
+                   "await token TOKOR\n"
+                   "move 600 450\n"
+                   "wheel -2\n"
+                   "await token TOKOR\n"
+                   "await window closed imagewindow\n"
+                   "await token restored imagewindow 00001 id 2\n"
+                   "menu 600 450 Rotate Right\n"
+                   "await token TOKOR\n"
+                   "wait 300\n"
+                   "screenshot client\n"
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    const auto &h = table.h, &c = table.c;
+
+    // Turned left from 0, the host's token stands at step 7 on both; turned
+    // right from there the wire says 8, and both keep 0.
+    auto left = about(h, "chosen", 1);
+    ASSERT_EQ(left.size(), 1u) << table.hostText;
+    EXPECT_EQ(left[0].turned, 7);
+    auto turns = about(c, "TOKOR", 1);
+    ASSERT_EQ(turns.size(), 2u) << table.clientText;
+    EXPECT_EQ(turns[0].turned, 7);
+    EXPECT_EQ(turns[1].turned, 0);
+    auto asked = about(h, "TOKOQ", 1);
+    ASSERT_EQ(asked.size(), 1u) << table.hostText;
+    EXPECT_EQ(asked[0].turned, 0);
+    // The wheel turns against its notches: two towards the user, two steps.
+    auto wheel = about(h, "TOKOQ", 2);
+    ASSERT_EQ(wheel.size(), 2u) << table.hostText;
+    EXPECT_EQ(wheel[0].turned, 2);
+    EXPECT_EQ(about(c, "TOKOR", 2).at(0).turned, 2);
+
+    // Closed for all and opened again, the map has both tokens back, where
+    // and as they stood, on both machines; the player can turn them.
+    for (unsigned id : {1u, 2u}) {
+        auto before = about(h, "TOKOQ", id).at(0);
+        auto hostBack = about(h, "restored", id), clientBack = about(c, "restored", id);
+        ASSERT_EQ(hostBack.size(), 1u) << table.hostText;
+        ASSERT_EQ(clientBack.size(), 1u) << table.clientText;
+        EXPECT_EQ(hostBack[0].x, before.x);
+        EXPECT_EQ(hostBack[0].y, before.y);
+        EXPECT_EQ(hostBack[0].turned, before.turned);
+        EXPECT_EQ(clientBack[0].x, before.x);
+        EXPECT_EQ(clientBack[0].y, before.y);
+        EXPECT_EQ(clientBack[0].turned, before.turned);
+    }
+    EXPECT_EQ(wheel[1].turned, 3);
+    EXPECT_EQ(about(c, "TOKOR", 2).at(1).turned, 3);
+
+    // The turned copies are drawn alike on both screens.
+    auto hs = table.hostShot("host"), cs = table.clientShot("client");
+    const int x = wheel[1].x, y = wheel[1].y;
+    int differ = 0;
+    for (int dy = -8; dy < 56; dy += 4)
+        for (int dx = -8; dx < 56; dx += 4) differ += at(hs, x + dx, y + dy) != at(cs, x + dx, y + dy);
+    EXPECT_EQ(differ, 0);
+}
+
+TEST(TokenProcess, ALateJoinerGetsTheTokensAndFetchesAPictureItLacks) {
+    Table table;
+    // A picture of the Campaign's own: host-only, so the player has no copy.
+    const std::string name = "campaigns/Saga/tokens/banner.bmp";
+    writeFile(table.hostDir.path() / name, bitmapFile(0x20C040));
+    // The bag's fixed seed brings the banner to the top at the twelfth shake.
+    std::string shakes;
+    for (int i = 0; i < 12; ++i) shakes += "click middle 150 150\n";
+    const std::string bannerTop = "tokenbag top " + name + " at 135 96";
+    table.play(kHostOpensMap + kHostOpensBag + shakes + drag(135, 96, 450, 350) +
+                   "menu 450 350 Lock Tokens\n"
+                   "await received IDLSQ\n"
+                   "menu 500 400 Share Sheet\n"
+                   "await received IMGAR\n"
+                   "wait 300\n"
+                   "screenshot host\n"
+                   "await pointer Ann kind 1\n"  // the player is done
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() +
+                   "await token restored imagewindow 00001 id 1\n"
+                   "await token picture " + name + " arrived\n"
+                   "wait 300\n"
+                   "screenshot client\n"
+                   "menu 500 400 Pointers/Draw Arrow\n" +
+                   drag(300, 450, 350, 450) +
+                   "await window closed imagewindow\n"
+                   "quit 0\n",
+               "token chosen");
+    ASSERT_NE(table.hostText.find(bannerTop), std::string::npos) << "the bag's heap changed: the script grabs elsewhere";
+    const auto &h = table.h, &c = table.c;
+    auto placed = about(h, "dropped", 1);
+    ASSERT_EQ(placed.size(), 1u) << table.hostText;
+
+    // At the join the token and its lock came for a map not open there: the
+    // store kept them, and the map's opening gave them back, locked, where
+    // the host has it.
+    auto came = about(c, "TOKAR", 1), lock = about(c, "TOKLR", 1), back = about(c, "restored", 1);
+    ASSERT_EQ(came.size(), 1u) << table.clientText;
+    EXPECT_TRUE(came[0].stored);
+    ASSERT_EQ(lock.size(), 1u);
+    EXPECT_TRUE(lock[0].stored);
+    ASSERT_EQ(back.size(), 1u);
+    EXPECT_EQ(back[0].x, placed[0].x);
+    EXPECT_EQ(back[0].y, placed[0].y);
+    EXPECT_EQ(back[0].locked, 1);
+
+    // The picture was fetched, once, and is drawn as the host draws it.
+    const std::string fetch = "token picture " + name + " fetch";
+    const size_t first = table.clientText.find(fetch);
+    ASSERT_NE(first, std::string::npos) << table.clientText;
+    EXPECT_EQ(table.clientText.find(fetch, first + 1), std::string::npos);
+    auto hs = table.hostShot("host"), cs = table.clientShot("client");
+    const int cx = placed[0].x + 24, cy = placed[0].y + 24;
+    const uint32_t centre = at(cs, cx, cy);
+    EXPECT_EQ(centre, at(hs, cx, cy));
+    EXPECT_GT((centre >> 8) & 0xFF, (centre >> 16) & 0xFF) << std::hex << centre;  // green over red
+    EXPECT_GT((centre >> 8) & 0xFF, centre & 0xFF);                               // and over blue
+    for (int d : {4, 20, 40}) EXPECT_EQ(at(cs, placed[0].x + d, placed[0].y + d), at(hs, placed[0].x + d, placed[0].y + d));
+
+}
+
+TEST(TokenProcess, PointersLightTheSameSquaresOnBothAndGoAway) {
+    Table table;
+    // A grid of 40 pixels from (300, 250); the host's circle from the corner
+    // of a square at (420, 330) with a radius of two squares.
+    table.play(kHostSharesMap + "menu 500 400 Layers/Set Grid\n" + drag(300, 250, 340, 250) +
+                   "wait 300\n"
+                   "menu 500 400 Pointers/Draw Circle\n" +
+                   drag(420, 330, 500, 330) +
+                   "await pointer Ann kind 4\n"  // the player's square
+                   "wait 300\n"
+                   "screenshot host\n"
+                   "menu 500 400 Pointers/Draw Arrow\n"
+                   "click left 420 330\n"  // a click without a move
+                   "await pointer Ann kind 0\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() +
+                   "await pointer Boss kind 2\n"
+                   "wait 300\n"
+                   "screenshot lit\n"
+                   "menu 500 400 Pointers/Draw Square\n" +
+                   drag(600, 500, 630, 500) +
+                   "await pointer Boss kind 0\n"
+                   "wait 300\n"
+                   "screenshot unlit\n"
+                   "menu 500 400 Pointers/Remove Pointer\n"
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    // The same squares lit and the same label on both: 80 pixels are 2.0
+    // squares.
+    std::smatch m;
+    static const std::regex lit(R"(pointer lit (\d+) label 2\.0)");
+    ASSERT_TRUE(std::regex_search(table.clientText, m, lit)) << table.clientText;
+    const std::string clientLit = m[1];
+    ASSERT_TRUE(std::regex_search(table.hostText, m, lit)) << table.hostText;
+    EXPECT_EQ(clientLit, m[1].str());
+    EXPECT_NE(clientLit, "0");
+
+    // Pixel probes inside the circle, clear of its outline and its label:
+    // lit alike on both, darker than when the pointer is gone; far outside
+    // nothing changes.
+    auto hs = table.hostShot("host"), on = table.clientShot("lit"), off = table.clientShot("unlit");
+    for (auto [x, y] : {std::pair{390, 300}, {450, 370}, {460, 300}, {380, 360}}) {
+        EXPECT_EQ(at(on, x, y), at(hs, x, y)) << x << "," << y;
+        EXPECT_LT(brightness(at(on, x, y)), brightness(at(off, x, y))) << x << "," << y;
+    }
+    EXPECT_EQ(at(on, 300, 500), at(off, 300, 500));
+
+    // Taken away: the host's by a click without a move, the player's by
+    // "Remove Pointer"; each goes on the other side too.
+    EXPECT_NE(table.clientText.find("pointer Boss kind 0 on"), std::string::npos);
+    EXPECT_NE(table.hostText.find("pointer Ann kind 4 on imagewindow 00001"), std::string::npos);
+    EXPECT_NE(table.hostText.find("pointer Ann kind 0 on"), std::string::npos);
 }

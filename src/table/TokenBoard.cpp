@@ -294,7 +294,7 @@ void TokenBoard::Glide() {
 
 void TokenBoard::SendAll(const std::string& user) {
     if (role != BoardRole::Host || !out.toUser) return;
-    for (const auto& [name, def] : library.entries()) {
+    for (const auto& [name, def] : lib.entries()) {
         if (def->hostOnly || def->builtIn) continue;
         net::NetMessage m;
         encodeLibraryEntry(name, m);
@@ -323,7 +323,7 @@ bool TokenBoard::handle(const net::NetMessage& m, const std::string& fromUser, s
     if (m.tag == tags::TLIBR) {
         std::string name;
         if (!decodeLibraryEntry(m, name, why)) return false;
-        if (role == BoardRole::Client && !name.empty()) library.obtain(name, false);
+        if (role == BoardRole::Client && !name.empty()) lib.obtain(name, false);
         return true;
     }
     if (m.tag == tags::TOKAQ || m.tag == tags::TOKAR) return handleAdd(m, why);
@@ -344,7 +344,7 @@ bool TokenBoard::handleAdd(const net::NetMessage& m, std::string& why) {
     if (a.anchorIndex < 0) a.anchorIndex = 0;
     OpenWindow* w = openWindow(a.window);
     if (request) {
-        TokenDef* def = library.find(a.name);
+        TokenDef* def = lib.find(a.name);
         if (!def) return true;
         if (w) {
             AddToken(a.window, *def, a.x, a.y, a.anchorIndex);
@@ -363,7 +363,7 @@ bool TokenBoard::handleAdd(const net::NetMessage& m, std::string& why) {
         sendAdd(tags::TOKAR, *def, a.window, kept, nullptr);
         return true;
     }
-    TokenDef* def = library.obtain(a.name, a.hostOnly);
+    TokenDef* def = lib.obtain(a.name, a.hostOnly);
     if (!def) return true;
     if (w) {
         if (find(a.window, a.id)) return true;  // the same token twice

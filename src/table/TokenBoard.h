@@ -74,8 +74,9 @@ public:
         std::function<void(const net::NetMessage&, const std::string& user)> toUser;
     };
 
-    explicit TokenBoard(TokenLibrary& library) : library(library) {}
+    explicit TokenBoard(TokenLibrary& library) : lib(library) {}
 
+    TokenLibrary& library() { return lib; }
     void setRole(BoardRole r) { role = r; }
     BoardRole currentRole() const { return role; }
     void setOutbox(Outbox o) { out = std::move(o); }
@@ -148,7 +149,7 @@ private:
     std::vector<std::unique_ptr<Token>>& storeList(const WindowKey& key) { return stored[key.storeKey()]; }
     Token* storeFind(const WindowKey& key, uint32_t id);
 
-    TokenLibrary& library;
+    TokenLibrary& lib;
     BoardRole role = BoardRole::Alone;
     Outbox out;
     std::map<WindowKey, OpenWindow> open;

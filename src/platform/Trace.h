@@ -31,6 +31,7 @@ bool traceOn();
 //   window opened CLASS RECORD     (also closed, shared, minimized, restored)
 //   menu opened X Y                a radial menu opened with its anchor there
 //   menu chosen ID                 its choice (0: none)
+//   cursor ID                      the mouse cursor shown changed
 //   drag started X Y               a press there became a drag
 //   bookmark stored N CLASS RECORD a pad key stored the top window (recalled)
 //   menu LABEL ID                  a script's menu step chose this entry

@@ -3,6 +3,8 @@
 
 #include <SDL.h>
 
+#include <cstdint>
+
 #include "platform/PixelScale.h"
 
 namespace lh::platform {
@@ -61,13 +63,43 @@ void Window::clientSize(int& w, int& h) const { SDL_GetWindowSize(sdl(handle), &
 
 void Window::drawableSize(int& w, int& h) const { SDL_GL_GetDrawableSize(sdl(handle), &w, &h); }
 
+namespace {
+
+// The pen of drawing mode, its tip the hot spot: 'X' black, '.' white.
+constexpr const char* kPen[16] = {
+    "           XXX  ", "          X.XXX ", "         X.XXXXX", "        X...XXX ",
+    "       X...X.X  ", "      X...X.X   ", "     X...X.X    ", "    X...X.X     ",
+    "   X...X.X      ", "  XX..X.X       ", "  X.XX.X        ", " X...XX         ",
+    " X..XX          ", "X.XX            ", "XX              ", "X               ",
+};
+
+SDL_Cursor* makePen() {
+    uint8_t data[32] = {}, mask[32] = {};
+    for (int y = 0; y < 16; ++y) {
+        for (int x = 0; x < 16; ++x) {
+            const char c = kPen[y][x];
+            const uint8_t bit = uint8_t(0x80 >> (x % 8));
+            if (c != ' ') mask[y * 2 + x / 8] |= bit;
+            if (c == 'X') data[y * 2 + x / 8] |= bit;
+        }
+    }
+    return SDL_CreateCursor(data, mask, 16, 16, 0, 15);
+}
+
+}  // namespace
+
 void Window::setCursor(int id) {
-    // The three cursors, made once from the system's shapes.
-    const int index = id == 156 ? 1 : id == 157 ? 2 : 0;
+    // Made once, from the system's shapes and the pen above.
+    static constexpr int kIds[6] = {155, 156, 157, 163, 164, 165};
+    int index = 0;
+    for (int i = 0; i < 6; ++i)
+        if (kIds[i] == id) index = i;
     if (!cursors[index]) {
-        static constexpr SDL_SystemCursor kShapes[3] = {SDL_SYSTEM_CURSOR_ARROW, SDL_SYSTEM_CURSOR_HAND,
-                                                        SDL_SYSTEM_CURSOR_SIZEALL};
-        cursors[index] = SDL_CreateSystemCursor(kShapes[index]);
+        static constexpr SDL_SystemCursor kShapes[6] = {SDL_SYSTEM_CURSOR_ARROW,     SDL_SYSTEM_CURSOR_HAND,
+                                                        SDL_SYSTEM_CURSOR_SIZEALL,   SDL_SYSTEM_CURSOR_CROSSHAIR,
+                                                        SDL_SYSTEM_CURSOR_SIZENWSE,  SDL_SYSTEM_CURSOR_CROSSHAIR};
+        cursors[index] = kIds[index] == 163 ? makePen() : nullptr;
+        if (!cursors[index]) cursors[index] = SDL_CreateSystemCursor(kShapes[index]);
     }
     if (cursors[index]) SDL_SetCursor(static_cast<SDL_Cursor*>(cursors[index]));
 }

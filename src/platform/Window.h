@@ -33,7 +33,8 @@ public:
     void clientSize(int& w, int& h) const;
     void drawableSize(int& w, int& h) const;   // pixels, for the graphics device
     // The mouse cursor by the program's id: 155 the arrow, 156 over
-    // something that can be picked up, 157 while carrying it.
+    // something that can be picked up, 157 while carrying it; on a map 163
+    // the pen, 164 measuring the grid, 165 outlining what a mask reveals.
     void setCursor(int id);
     // Moves the mouse cursor to a point of the client area, in drawable pixels.
     void warpMouse(int x, int y);
@@ -44,7 +45,7 @@ public:
 private:
     explicit Window(void* h) : handle(h) {}
     void* handle;
-    void* cursors[3] = {};  // SDL cursors for 155, 156, 157, made on first use
+    void* cursors[6] = {};  // SDL cursors for 155..157 and 163..165, made on first use
 };
 
 // A small window that stands while the content loads. The main thread creates

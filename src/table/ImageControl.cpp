@@ -7,6 +7,7 @@
 #include "render/RenderContext.h"
 #include "table/MapNetwork.h"
 #include "table/TabletInput.h"
+#include "ui/InputState.h"
 #include "ui/ControlFactory.h"
 #include "ui/Lights.h"
 #include "ui/MenuModel.h"
@@ -245,6 +246,14 @@ int ImageControl::MouseButton(int message, uint32_t flags, uint32_t position) {
     (void)flags;
     (void)position;
     return ui::kPass;
+}
+
+int ImageControl::CursorAt(uint32_t) {
+    if (drawingMode) return ui::cursor::kDrawing;
+    if (settingGrid) return ui::cursor::kGrid;
+    ImageValue* v = value();
+    if (maskMode && db::isHost() && v && v->hasMask()) return ui::cursor::kMask;
+    return ui::cursor::kDefault;
 }
 
 void ImageControl::endStroke() {

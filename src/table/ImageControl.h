@@ -63,6 +63,9 @@ public:
     int MouseDrag(int message, uint32_t flags, uint32_t startPosition, uint32_t position) override;
     std::unique_ptr<ui::MenuModel> BuildMenu() override;
     void MenuSelected(int id) override;
+    // The pen while drawing, the grid's measure while it is being set, the
+    // outline on a host in mask mode with a mask; the arrow otherwise.
+    int CursorAt(uint32_t position) override;
 
     void LayersChanged() override { Invalidate(); }
 

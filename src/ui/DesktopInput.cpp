@@ -37,9 +37,19 @@ constexpr int kPadFirstScan = 71, kPadLastScan = 82;
 
 void redrawAll() { render::GraphicsDevice::Get().Invalidate(nullptr); }
 
-void showCursor(int id) {
-    inputState().cursor = id;
-    if (DesktopShell* shell = desktopShell()) shell->setCursor(id);
+void showCursor(int id) { setDesktopCursor(id); }
+
+// The hover target's own cursor for the point, if it names one; a cursor
+// it named before and names no longer goes back to the default.
+void askCursor(DesktopObject& target, uint32_t position) {
+    InputState& s = inputState();
+    const int id = target.CursorAt(position);
+    if (id) {
+        if (id != s.cursor) showCursor(id);
+        s.cursorNamed = true;
+    } else if (s.cursorNamed) {
+        showCursor(cursor::kDefault);
+    }
 }
 
 void captureMouse(bool on) {
@@ -326,10 +336,14 @@ void Desktop::MouseMove(uint32_t flags, int32_t x, int32_t y) {
                     s.hoverTarget = nullptr;
                     old->HoverChanged(false);
                 }
+                // What the old target named is not the new one's.
+                if (s.cursorNamed) showCursor(cursor::kDefault);
                 s.hoverTarget = hit;
                 hit->HoverChanged(true);
+                if (s.hoverTarget == hit) askCursor(*hit, position);
             } else {
                 hit->HoverMove(position);
+                if (s.hoverTarget == hit) askCursor(*hit, position);
             }
         }
     }
@@ -473,6 +487,9 @@ void Desktop::ChooseMenu(int id) {
         }
     } else if (owner) {
         owner->MenuSelected(id);
+        // The choice may have changed what the object under the mouse
+        // does there (a map put in drawing mode): its cursor says so now.
+        if (s.hoverTarget && !s.carryingDie && currentDragKind(*this) == 0) askCursor(*s.hoverTarget, s.lastMousePosition);
     } else {
         HandleMenuChoice(id);
     }

@@ -30,5 +30,6 @@ void DesktopObject::MenuSelected(int) {}
 std::unique_ptr<MenuModel> DesktopObject::BuildMenu() { return nullptr; }
 void DesktopObject::HoverChanged(bool entered) { hovered = entered; }
 void DesktopObject::HoverMove(uint32_t) {}
+int DesktopObject::CursorAt(uint32_t) { return 0; }
 
 }  // namespace lh::ui

@@ -66,6 +66,12 @@ public:
     virtual void BringToFront() {}
     virtual void HoverChanged(bool entered);
     virtual void HoverMove(uint32_t position);
+    // The cursor this object wants at the point under the mouse (packed,
+    // Desktop coordinates), asked after HoverChanged(true) and each
+    // HoverMove, and again after one of its menu entries was chosen. 0
+    // names none: what HoverChanged showed stays, and a cursor named
+    // before goes back to the default.
+    virtual int CursorAt(uint32_t position);
 
     std::vector<DesktopObject*> children;  // not owned; hit testing descends into them
     render::Rect rect;

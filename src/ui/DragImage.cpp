@@ -6,6 +6,7 @@
 
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
+#include "platform/Trace.h"
 #include "render/RenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
@@ -34,7 +35,10 @@ RulesetFont* imageFont() { return findFont("diemod"); }
 }  // namespace
 
 void setDesktopCursor(int id) {
-    inputState().cursor = id;
+    InputState& s = inputState();
+    if (s.cursor != id) platform::trace("cursor %d", id);
+    s.cursor = id;
+    s.cursorNamed = false;
     if (DesktopShell* shell = desktopShell()) shell->setCursor(id);
 }
 

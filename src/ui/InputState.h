@@ -16,6 +16,8 @@ class DesktopObject;
 
 namespace cursor {
 constexpr int kDefault = 155, kDraggable = 156, kCarrying = 157;
+// The map's own: drawing, measuring the grid, outlining in mask mode.
+constexpr int kDrawing = 163, kGrid = 164, kMask = 165;
 }
 
 struct InputState {
@@ -43,6 +45,9 @@ struct InputState {
     int keyTaken = 0;       // a key a shortcut took, ignored up to its release
     bool bookmarkStored = false;
     int cursor = cursor::kDefault;
+    // The cursor shown is one the hover target named (CursorAt): it goes
+    // when the mouse leaves that target or the target names none.
+    bool cursorNamed = false;
     // Every list of input targets alive (one per Desktop): a dying object
     // leaves each.
     std::vector<std::vector<DesktopObject*>*> targetLists;

@@ -2,7 +2,8 @@
 // own, driven by scripts: the client fetches the map, the host's mask
 // hides it and a polygon reveals the same pixels on both screens, the
 // client's stroke reaches the host with no double ink, the layer files
-// come out byte-equal, and a second run of the client fetches nothing.
+// come out byte-equal, the cursor shows the mode, and a second run of the
+// client fetches nothing.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -145,6 +146,10 @@ TEST(MapProcess, FetchMaskRevealDrawAndAgreeOnBothSides) {
     EXPECT_EQ(readFile(hostDrawing), readFile(clientDrawing));
     // The snapshot the client read is gone from "temp".
     EXPECT_TRUE(fs::is_empty(hostDir.path() / "temp"));
+    // Over the map the cursor tells the mode: the outline of mask mode on
+    // the host, the pen of drawing mode on the player's side.
+    EXPECT_NE(readFile(hostTrace).find(" cursor 165\n"), std::string::npos);
+    EXPECT_NE(readFile(clientTrace).find(" cursor 163\n"), std::string::npos);
 }
 
 TEST(MapProcess, ALateClientGetsSnapshotsAndAKnownFileIsNotFetchedAgain) {

@@ -36,6 +36,8 @@ struct Probe : ui::DesktopObject {
     std::vector<int> buttons;
     int drags = 0, drops = 0, cancels = 0, fronts = 0, chosen = -1;
     bool offersMenu = false;
+    int namedCursor = 0;  // the cursor it names left of x 40; none right of it
+    int CursorAt(uint32_t position) override { return xOf(position) < 40 ? namedCursor : 0; }
     int MouseButton(int message, uint32_t, uint32_t) override {
         buttons.push_back(message);
         return buttonResult;
@@ -50,7 +52,10 @@ struct Probe : ui::DesktopObject {
     }
     void CancelDrag() override { ++cancels; }
     void BringToFront() override { ++fronts; }
-    void MenuSelected(int id) override { chosen = id; }
+    void MenuSelected(int id) override {
+        chosen = id;
+        if (id == 42) namedCursor = ui::cursor::kDrawing;
+    }
     std::unique_ptr<ui::MenuModel> BuildMenu() override {
         if (!offersMenu) return nullptr;
         auto m = std::make_unique<ui::MenuModel>("menuhub");
@@ -460,6 +465,33 @@ TEST_F(DesktopInput, CursorsFollowDiceAndDrags) {
     desk->MouseRelease(kLeftUp, 0, 500, 500);
     EXPECT_EQ(s.cursor, ui::cursor::kDefault);
     EXPECT_EQ(desk->dragPayload.kind, 0);
+}
+
+TEST_F(DesktopInput, AnObjectNamesItsCursorForThePointUnderTheMouse) {
+    addPair();
+    ui::InputState& s = ui::inputState();
+    child.namedCursor = ui::cursor::kMask;
+    desk->MouseMove(0, 30, 30);
+    EXPECT_EQ(s.cursor, ui::cursor::kMask);
+    // Where it names none, the arrow comes back; the next point names it again.
+    desk->MouseMove(0, 50, 30);
+    EXPECT_EQ(s.cursor, ui::cursor::kDefault);
+    desk->MouseMove(0, 31, 30);
+    EXPECT_EQ(s.cursor, ui::cursor::kMask);
+    // Leaving for an object that names nothing takes it away too.
+    desk->MouseMove(0, 15, 15);
+    EXPECT_EQ(s.cursor, ui::cursor::kDefault);
+    // A menu choice that changes what the object does there shows at once,
+    // without a move: the menu's own arrow gives way to the named cursor.
+    parent.offersMenu = true;
+    parent.namedCursor = 0;
+    rightClick(15, 16);
+    ASSERT_NE(desk->activeMenu, nullptr);
+    EXPECT_EQ(s.cursor, ui::cursor::kDefault);
+    desk->ChooseMenu(42);
+    EXPECT_EQ(parent.chosen, 42);
+    EXPECT_EQ(s.cursor, ui::cursor::kDrawing);
+    EXPECT_EQ(shell.cursors.back(), ui::cursor::kDrawing);
 }
 
 TEST_F(DesktopInput, KeysGoToHotKeysBookmarksShortcutsAndTheFocus) {

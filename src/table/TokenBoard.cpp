@@ -281,14 +281,29 @@ void TokenBoard::RotateToken(const WindowKey& key, uint32_t id, int rotation) {
     if (out.toAll) out.toAll(m);
 }
 
+render::Rect TokenBoard::shownArea(const WindowKey& key, const Token& t) {
+    int32_t x = 0, y = 0;
+    anchorOrigin(key, t, x, y);
+    x += t.shownX;
+    y += t.shownY;
+    int32_t w = t.def ? t.def->width() : 0, h = t.def ? t.def->height() : 0;
+    if (t.rotated) {
+        x -= (int32_t(t.rotated->GetWidth()) - w) / 2;
+        y -= (int32_t(t.rotated->GetHeight()) - h) / 2;
+        w = int32_t(t.rotated->GetWidth());
+        h = int32_t(t.rotated->GetHeight());
+    }
+    return render::Rect{x, y, x + w + 1, y + h + 2};  // the shadow lies (1, 2) off
+}
+
 void TokenBoard::Glide() {
     for (auto& [key, w] : open) {
-        bool stepped = false;
         for (auto& t : w.tokens) {
-            if (t->dragging) continue;
-            stepped |= glideStep(t->shownX, t->shownY, t->rect.left, t->rect.top);
+            if (t->dragging || (t->shownX == t->rect.left && t->shownY == t->rect.top)) continue;
+            const render::Rect before = shownArea(key, *t);
+            glideStep(t->shownX, t->shownY, t->rect.left, t->rect.top);
+            w.place->changedArea(render::unite(before, shownArea(key, *t)));
         }
-        if (stepped) w.place->changed();
     }
 }
 

@@ -42,6 +42,8 @@ public:
     virtual void origin(int32_t index, int32_t& x, int32_t& y) const = 0;
     // Something the tokens show changed: draw the window again.
     virtual void changed() = 0;
+    // Only this part (Desktop coordinates) shows something new.
+    virtual void changedArea(const render::Rect&) { changed(); }
 };
 
 struct Token {
@@ -106,7 +108,8 @@ public:
     // every token of the store and of the open windows, to him alone.
     void SendAll(const std::string& user);
 
-    // One 30 ms tick of gliding; windows whose tokens stepped are told.
+    // One 30 ms tick of gliding; windows are told of the parts where
+    // tokens stepped.
     void Glide();
 
     // Lookups for drawing, input and tests.
@@ -121,6 +124,9 @@ public:
     // Tokens still to be drawn in the window's frame: origin of the token's
     // anchor (or of the window).
     void anchorOrigin(const WindowKey& key, const Token& t, int32_t& x, int32_t& y);
+    // Where the token's picture and shadow cover the Desktop at its shown
+    // place (a turned copy's margin included).
+    render::Rect shownArea(const WindowKey& key, const Token& t);
 
 private:
     struct OpenWindow {

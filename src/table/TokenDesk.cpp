@@ -8,6 +8,7 @@
 #include "net/Session.h"
 #include "platform/Trace.h"
 #include "render/Bitmap.h"
+#include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "table/ImageControl.h"
 #include "table/PointerGeometry.h"
@@ -54,6 +55,14 @@ public:
         }
     }
     void changed() override { window.Invalidate(); }
+    void changedArea(const render::Rect& area) override {
+        const render::Rect cut = render::intersect(area, window.rect);
+        if (window.minimized) {
+            window.Invalidate();
+        } else if (!cut.isEmpty()) {
+            render::GraphicsDevice::Get().Invalidate(&cut);
+        }
+    }
 
 private:
     ui::Window& window;

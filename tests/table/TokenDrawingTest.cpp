@@ -1,10 +1,15 @@
 // The atlas of token pictures and the drawing of a window's tokens, on a
 // recording context: every packed picture lands whole on one page without
 // overlap; tokens draw from the page (shadow, then picture) in their order,
-// and turned copies and pictures too big to pack draw from their own.
+// and turned copies and pictures too big to pack draw from their own. On
+// the real device: a crowd of tokens costs one draw call per page however
+// many there are, and looks exactly as when each picture is drawn alone.
 #include <gtest/gtest.h>
 
+#include "render/GlFixture.h"
+#include "render/Pipeline2D.h"
 #include "render/RecordingRenderContext.h"
+#include "render/RenderContext.h"
 #include "table/TokenDrawing.h"
 
 using namespace lh::table;
@@ -95,4 +100,118 @@ TEST(TokenDrawing, OnePageHoldsThePicturesAndServesEveryToken) {
     TokenDef& late = picture(lib, 100, 20, 20);
     atlas.refresh(lib);
     EXPECT_NE(atlas.slotOf(late).page, nullptr);
+}
+
+namespace {
+
+// Tokens on the whole 160 x 120 test window.
+class ScreenPlace : public TokenPlace {
+public:
+    bool sharable() const override { return false; }
+    Rect windowRect() const override { return {0, 0, 160, 120}; }
+    int32_t controlCount() const override { return 0; }
+    Rect controlRect(int32_t) const override { return {}; }
+    void origin(int32_t, int32_t& x, int32_t& y) const override { x = y = 0; }
+    void changed() override {}
+};
+
+class TokenDrawingOnDevice : public lh::test::GlTest {
+protected:
+    TokenLibrary lib;
+    TokenBoard board{lib};
+    ScreenPlace place;
+    const WindowKey key{"imagewindow", "crowd"};
+
+    void SetUp() override {
+        GlTest::SetUp();
+        board.Open(key, place);
+    }
+    void TearDown() override {
+        board.Close(key);
+        lib.clear();
+        GlTest::TearDown();
+    }
+
+    // `count` tokens of the pictures in turn, scattered over the window.
+    void scatter(const std::vector<TokenDef*>& defs, int count) {
+        for (int i = 0; i < count; ++i)
+            board.AddToken(key, *defs[size_t(i) % defs.size()], (i * 37) % (kWidth - 8), (i * 53) % (kHeight - 8), 0);
+    }
+
+    // One frame of the window's tokens; the draw calls they took.
+    uint64_t drawTokens(TokenAtlas& atlas) {
+        auto& device = lh::render::GraphicsDevice::Get();
+        const Rect all{0, 0, kWidth, kHeight};
+        uint64_t draws = 0;
+        device.BeginFrame(all);
+        {
+            lh::render::RenderContext context(false, kWidth, kHeight);
+            context.SetClipRect(all);
+            context.BeginScene();
+            device.SetDepthTest(false);
+            device.pipeline().flush();
+            const uint64_t before = device.pipeline().drawCalls();
+            drawWindowTokens(board, key, atlas, context, 0xFFFFFFFF);
+            device.pipeline().flush();
+            draws = device.pipeline().drawCalls() - before;
+            context.EndScene();
+        }
+        device.Present(all);
+        return draws;
+    }
+};
+
+}  // namespace
+
+TEST_F(TokenDrawingOnDevice, ACrowdCostsADrawPerPageAndLooksAsEachPictureAlone) {
+    // Two dozen figures, each its own colour with clear corners.
+    std::vector<TokenDef*> defs;
+    for (int n = 0; n < 24; ++n) {
+        std::vector<uint32_t> px(12 * 12);
+        for (int i = 0; i < 144; ++i) {
+            const int x = i % 12, y = i / 12;
+            const bool corner = (x < 2 || x > 9) && (y < 2 || y > 9);
+            px[size_t(i)] = corner ? 0 : 0xFF000000u | (uint32_t(n * 0x0A3B17 + i * 0x010203) & 0xFFFFFFu);
+        }
+        auto b = std::make_unique<lh::render::Bitmap>();
+        b->LoadFromPixels(12, 12, px.data());
+        defs.push_back(&lib.insert("data/tokens/f" + std::to_string(n) + ".png", std::move(b), false, true));
+    }
+    TokenAtlas packed, unpacked;  // the second stays empty: each picture alone
+    packed.refresh(lib);
+    ASSERT_EQ(packed.pageCount(), 1u);
+
+    scatter(defs, 500);
+    EXPECT_EQ(drawTokens(packed), 1u);
+    const auto fromAtlas = screen();
+    EXPECT_GE(drawTokens(unpacked), 500u);
+    EXPECT_EQ(screen(), fromAtlas);
+
+    // Four times the tokens, still one draw; a turned one in the middle
+    // draws from its own copy between two runs of the page.
+    scatter(defs, 1500);
+    EXPECT_EQ(drawTokens(packed), 1u);
+    board.RotateToken(key, 1000, 2);
+    EXPECT_EQ(drawTokens(packed), 3u);
+    const auto turnedFromAtlas = screen();
+    drawTokens(unpacked);
+    EXPECT_EQ(screen(), turnedFromAtlas);
+}
+
+TEST_F(TokenDrawingOnDevice, PicturesOverManyPagesCostADrawPerPage) {
+    // 250 x 250 pictures: sixteen to a page, so 20 need two.
+    std::vector<TokenDef*> defs;
+    for (int n = 0; n < 20; ++n) {
+        auto b = lh::test::solidBitmap(250, 250, 0xFF000000u | uint32_t(n * 0x0C0B0A));
+        defs.push_back(&lib.insert("data/tokens/big" + std::to_string(n) + ".png", std::move(b), false, true));
+    }
+    TokenAtlas packed;
+    packed.refresh(lib);
+    ASSERT_EQ(packed.pageCount(), 2u);
+    // Stacked page by page: one draw each, however many tokens.
+    for (int round = 0; round < 2; ++round)
+        for (TokenDef* d : defs)
+            if ((packed.slotOf(*d).page == packed.slotOf(*defs[0]).page) == (round == 0))
+                for (int i = 0; i < 10; ++i) board.AddToken(key, *d, i * 7, i * 5, 0);
+    EXPECT_EQ(drawTokens(packed), 2u);
 }

@@ -139,10 +139,30 @@ private:
     // From window-relative (x, y) to the anchor's frame; finds the anchor.
     void findAnchor(OpenWindow& w, int32_t& x, int32_t& y, int32_t& anchorIndex);
     int32_t checkedAnchor(const OpenWindow& w, int32_t anchorIndex) const;
+    static std::unique_ptr<Token> newToken(TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex);
+    // A new token on top of an open window, or kept for a closed one.
     Token& make(OpenWindow& w, TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex);
+    Token& keep(const WindowKey& key, TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex);
     void applyMove(OpenWindow& w, Token& t, int32_t x, int32_t y, bool proposal, int32_t anchorIndex);
     void remove(OpenWindow& w, uint32_t id);
     uint32_t takeId() { return ++nextId; }
+    // Who applies a change of a sharable window's tokens: a client only
+    // asks the host; the host applies it and tells everyone. Other windows
+    // apply everything at home.
+    bool asksHost(const OpenWindow& w) const;
+    bool tellsAll(const OpenWindow& w) const;
+    void sendToHost(const net::NetMessage& m);
+    void sendToAll(const net::NetMessage& m);
+    template <class Body>
+    using Encoder = void (*)(net::MessageTag, const Body&, net::NetMessage&);
+    // A change asked for on an open window: sent to the host as `ask`, or
+    // applied and then told to everyone as `tell`.
+    template <class Body>
+    void change(const OpenWindow& w, Encoder<Body> encode, net::MessageTag ask, net::MessageTag tell, const Body& body,
+                const std::function<void()>& apply);
+    // The host passes on a request it applied to the store.
+    template <class Body>
+    void relay(Encoder<Body> encode, net::MessageTag tag, const Body& body);
     void sendAdd(net::MessageTag tag, const TokenDef& def, const WindowKey& key, const Token& t,
                  const std::string* user);
 

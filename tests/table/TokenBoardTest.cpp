@@ -203,6 +203,15 @@ TEST(TokenBoard, StoreKeepsRestoresAndFeedsALateJoiner) {
     n.mail.emplace_back("host", del);
     n.deliver();
     EXPECT_EQ(n.client.tokensOf(kMap)->size(), 1u);
+    // A turn there reaches everyone; a plain move of a locked token does not.
+    n.client.RotateToken(kMap, 1, 5);
+    n.deliver();
+    EXPECT_EQ(n.host.findStored(kMap, 1)->rotation, 5);
+    EXPECT_EQ(n.client.find(kMap, 1)->rotation, 5);
+    n.client.MoveToken(kMap, 200, 100, 1, false, 0);
+    n.deliver();
+    EXPECT_EQ(n.host.findStored(kMap, 1)->rect.left, 7);
+    EXPECT_EQ(n.client.find(kMap, 1)->rect.left, 7);
 
     // A late joiner gets the library's shared picture and the token, locked.
     n.lateJoined = true;

@@ -17,6 +17,7 @@
 #include "platform/PixelScale.h"
 #include "platform/ScanCodes.h"
 #include "platform/Spine.h"
+#include "platform/Trace.h"
 
 namespace lh::platform {
 
@@ -184,6 +185,9 @@ bool initialize(std::string& error) {
         error = SDL_GetError();
         return false;
     }
+    // From here a stop from outside ends the program as a closed window
+    // would; a watcher waits for this line before it sends one.
+    trace("started");
     wakeEventType = SDL_RegisterEvents(2);
     quitEventType = wakeEventType + 1;
     const char* driver = SDL_GetCurrentVideoDriver();

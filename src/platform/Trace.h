@@ -21,6 +21,7 @@ bool traceOn();
 // line break in the text is written as "\n".
 //
 // Lines that the program writes (after the stamp):
+//   started                        the window system is up: SIGTERM now quits
 //   frame                          the first frame is on the screen
 //   script LINE TEXT               a step of the --script file starts
 //   screenshot FILE                a picture was written (Print Screen or script)

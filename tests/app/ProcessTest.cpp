@@ -16,6 +16,17 @@ namespace {
 
 std::string program() { return lh::test::builtProgram("lorehaven"); }
 
+// True once the process's trace holds `line`; false if it ends first or a
+// minute passes. Each look waits on the process itself, so a loaded machine
+// only makes this slower, never wrong.
+bool awaitTraced(ChildProcess& process, const std::filesystem::path& trace, const std::string& line) {
+    for (int i = 0; i < 1200; ++i) {
+        if (lh::test::readFile(trace).find(" " + line + "\n") != std::string::npos) return true;
+        if (process.wait(50ms) != -1) return false;
+    }
+    return false;
+}
+
 }  // namespace
 
 TEST(Process, HelpAndVersion) {
@@ -51,17 +62,20 @@ TEST(Process, RunsItsLoopAndEndsOnEachQuitPath) {
     EXPECT_FALSE(std::filesystem::exists(work.path() / "errorlog.html"));
 
     // A stop from outside is the main window going away: exit code -1.
-    ChildProcess stopped(program(), {"--workdir", work.str(), "--local", "--ruleset", "Lorehaven"});
-    ASSERT_TRUE(stopped.running());
-    // Let it reach the loop; it must still be running after a few ticks.
-    EXPECT_EQ(stopped.wait(1500ms), -1) << stopped.errors();
+    // It reaches the loop and draws; it must still be running then.
+    const auto trace = work.path() / "trace.txt";
+    ChildProcess stopped(program(), {"--workdir", work.str(), "--local", "--ruleset", "Lorehaven"},
+                         {"LOREHAVEN_TRACE=" + trace.string()});
+    ASSERT_TRUE(awaitTraced(stopped, trace, "frame")) << stopped.errors();
     stopped.signal(SIGTERM);
     EXPECT_EQ(stopped.wait(30s), 255);
 
     // With no way in settled the launcher asks; closing it ends the program
     // with -1 before any main window.
-    ChildProcess cancelled(program(), {"--workdir", work.str()});
-    EXPECT_EQ(cancelled.wait(1500ms), -1) << cancelled.errors();
+    std::filesystem::remove(trace);
+    ChildProcess cancelled(program(), {"--workdir", work.str()}, {"LOREHAVEN_TRACE=" + trace.string()});
+    ASSERT_TRUE(awaitTraced(cancelled, trace, "started")) << cancelled.errors();
+    EXPECT_EQ(cancelled.wait(300ms), -1) << cancelled.errors();
     cancelled.signal(SIGTERM);
     EXPECT_EQ(cancelled.wait(30s), 255);
 }

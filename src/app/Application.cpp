@@ -356,7 +356,10 @@ int runMainLoop() {
         }
         // Idle: step the dice, draw what is dirty unless the last frame was
         // too recent; then sleep until the next event, socket, due timer or
-        // the time the next frame may start.
+        // the time the next frame may start. Before the frame, the sockets:
+        // what input handlers sent (a chat line on Return) leaves now, not
+        // after the frame, and what came meanwhile is in this frame.
+        spine.pollSession.emit();
         spine.stepDice.emit();
         const uint64_t now = realMs();
         const bool paced = lastFrameMs != 0 && now < lastFrameMs + kFrameGapMs;

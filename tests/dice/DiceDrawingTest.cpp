@@ -215,22 +215,8 @@ TEST_F(DiceDrawingTest, AResultBoxDrawsItsTotalInGrey) {
             if ((at(s, x, y) & 0xFFFFFFu) != 0) left = x;
     ASSERT_GE(left, 0) << "nothing drawn";
     const int split = left + font->MeasureText("+2", 2).width;
-    // The brightest pixel of each part: a stroke's middle, where the glyph
-    // covers the pixel fully and the colour shows as it is.
-    auto brightest = [&](int x0, int x1) {
-        uint32_t best = 0;
-        int bestSum = -1;
-        for (int y = 0; y < 40; ++y) {
-            for (int x = x0; x < x1; ++x) {
-                uint32_t p = at(s, x, y);
-                int sum = int(p & 0xFF) + int((p >> 8) & 0xFF) + int((p >> 16) & 0xFF);
-                if (sum > bestSum) bestSum = sum, best = p;
-            }
-        }
-        return best;
-    };
-    EXPECT_TRUE(test::near(brightest(left, split), 0xFFFFFFFFu, 2));
-    EXPECT_TRUE(test::near(brightest(split, kWidth), 0xFFAFAFAFu, 2));
+    EXPECT_TRUE(test::near(test::brightestIn(s, kWidth, left, 0, split, 40), 0xFFFFFFFFu, 2));
+    EXPECT_TRUE(test::near(test::brightestIn(s, kWidth, split, 0, kWidth, 40), 0xFFAFAFAFu, 2));
 }
 
 }  // namespace

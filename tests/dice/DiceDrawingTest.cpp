@@ -11,7 +11,10 @@
 #include "dice/DiceDrawing.h"
 #include "dice/DiceWorld.h"
 #include "dice/DieMeshes.h"
+#include "dice/DieResult.h"
+#include "render/FreeTypeFont.h"
 #include "render/RenderContext.h"
+#include "ui/DieType.h"
 
 namespace lh::dice {
 namespace {
@@ -170,6 +173,50 @@ TEST_F(DiceDrawingTest, ShadowsDarkenTheTableAndAPlayerSeesOnlyTheGamemastersSha
     EXPECT_EQ(render::DiceRenderer::ShadowAlpha(-0.7f), 0.3f);
     EXPECT_NEAR(render::DiceRenderer::ShadowAlpha(-0.2f), 0.075f, 1e-6f);
     EXPECT_EQ(render::DiceRenderer::ShadowAlpha(0.5f), 0.0f);
+}
+
+// A result box in a real frame: in a white font, the modifier shows white
+// and the total after it the grey it stands back in.
+TEST_F(DiceDrawingTest, AResultBoxDrawsItsTotalInGrey) {
+    render::FreeTypeFont::Options options;
+    options.pixelSize = 24;
+    options.color = 0xFFFFFFFFu;
+    auto font = render::FreeTypeFont::Open(options);
+    ASSERT_TRUE(font) << "no system font found";
+    ui::DieType d6;
+    d6.name = "d6";
+    DieResult result;
+    result.AddDie(3, &d6);
+    result.AddDie(4, &d6);
+    result.SetModifier(2);
+    result.SetDisplayMode(ShownValue::Sum);  // "+2 9"
+    DieBoxStyle style;
+    style.modFont = font.get();
+
+    render::GraphicsDevice& device = render::GraphicsDevice::Get();
+    const render::Rect all{0, 0, kWidth, kHeight};
+    device.BeginFrame(all);
+    {
+        render::RenderContext context(false, kWidth, kHeight);
+        context.SetClipRect(all);
+        context.BeginScene();
+        context.DrawRect(0, 0, kWidth, kHeight, 0xFF000000u, true);
+        drawDieResult(result, style, context, render::Rect{0, 0, 100, 40}, all, false);
+        context.EndScene();
+    }
+    device.Present(all);
+    std::vector<uint32_t> s = screen();
+
+    // The modifier's first lit column; the total begins a blank after
+    // the modifier's width from there.
+    int left = -1;
+    for (int x = 0; x < kWidth && left < 0; ++x)
+        for (int y = 0; y < 40 && left < 0; ++y)
+            if ((at(s, x, y) & 0xFFFFFFu) != 0) left = x;
+    ASSERT_GE(left, 0) << "nothing drawn";
+    const int split = left + font->MeasureText("+2", 2).width;
+    EXPECT_TRUE(test::near(test::brightestIn(s, kWidth, left, 0, split, 40), 0xFFFFFFFFu, 2));
+    EXPECT_TRUE(test::near(test::brightestIn(s, kWidth, split, 0, kWidth, 40), 0xFFAFAFAFu, 2));
 }
 
 }  // namespace

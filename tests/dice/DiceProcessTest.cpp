@@ -2,7 +2,8 @@
 // the player throws a die by dragging it into the chat, the Gamemaster does
 // the same later. The thrower alone reads a result (the Gamemaster's a
 // secret one); the other machine plays the same roll, and its die comes to
-// rest at the same place, bit for bit, showing the same face.
+// rest at the same place, bit for bit, showing the same face. Whispers and
+// the Gamemaster's night go between the same two programs.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "support/TestSupport.h"
+#include "ui/PictureDecoder.h"
 
 namespace lh::test {
 namespace {
@@ -53,13 +55,17 @@ bool waitFor(const std::filesystem::path& trace, const std::string& text, ChildP
 }
 
 // The first line of a d20 that stopped after the first line holding
-// `after`, without its time stamp; empty when there is none.
-std::string stopAfter(const std::string& trace, const std::string& after) {
+// `after`, without its time stamp, passing over lines equal to `other`;
+// empty when there is none.
+std::string stopAfter(const std::string& trace, const std::string& after, const std::string& other = {}) {
     size_t at = trace.find(after);
     if (at == std::string::npos) return {};
-    at = trace.find(" die stopped 0 ", at);
-    if (at == std::string::npos) return {};
-    return trace.substr(at, trace.find('\n', at) - at);
+    for (at = trace.find(" die stopped 0 ", at); at != std::string::npos;
+         at = trace.find(" die stopped 0 ", at + 1)) {
+        std::string line = trace.substr(at, trace.find('\n', at) - at);
+        if (line != other) return line;
+    }
+    return {};
 }
 
 // The Gamemaster's program and a player's ("Ann" as "Hero"), each playing
@@ -102,7 +108,10 @@ struct TwoMachines {
 TEST(DiceProcess, ARollLooksAlikeOnBothMachinesAndOnlyTheThrowerReadsIt) {
     TwoMachines m;
     std::string why;
-    ASSERT_TRUE(m.start(std::string("wait 14000\n") + kThrow + "wait 40000\nquit 0\n",
+    // The Gamemaster throws once the player has joined and the player's
+    // result has come in, whatever the load.
+    ASSERT_TRUE(m.start(std::string("await received IDENQ\nawait chat die d20=\n") + kThrow +
+                            "wait 40000\nquit 0\n",
                         std::string("wait 3000\n") + kThrow + "wait 40000\nquit 0\n", why))
         << why;
     const auto &hostTrace = m.hostTrace, &clientTrace = m.clientTrace;
@@ -129,7 +138,9 @@ TEST(DiceProcess, ARollLooksAlikeOnBothMachinesAndOnlyTheThrowerReadsIt) {
     // The Gamemaster's throw: a secret result on the host, only its play on the client.
     ASSERT_TRUE(waitFor(hostTrace, " dice result ?d20=", host)) << readFile(hostTrace);
     ASSERT_TRUE(waitFor(clientTrace, " dice received 1\n", client)) << readFile(clientTrace);
-    std::string secret = stopAfter(readFile(hostTrace), " dice thrown 1\n");
+    // The player's die may still roll on the host when the Gamemaster
+    // throws: its stop is passed over.
+    std::string secret = stopAfter(readFile(hostTrace), " dice thrown 1\n", thrown);
     ASSERT_FALSE(secret.empty());
     EXPECT_TRUE(waitFor(clientTrace, secret + "\n", client)) << secret << readFile(clientTrace);
     EXPECT_EQ(readFile(clientTrace).find(" dice result ?"), std::string::npos);
@@ -183,6 +194,46 @@ TEST(DiceProcess, ThrownAndTypedRollsBecomeOneChatLineOnBothMachines) {
     const std::string gm = chatDieLine(readFile(hostTrace), "d4=");
     EXPECT_TRUE(waitFor(clientTrace, gm + "\n", client)) << gm << readFile(clientTrace);
     EXPECT_NE(readFile(clientTrace).find("] Hit\n"), std::string::npos);
+}
+
+// A screenshot's pixel as 0xRRGGBB; 0 when the picture cannot be read.
+uint32_t shotPixel(const std::filesystem::path& png, uint32_t x, uint32_t y) {
+    const std::string bytes = readFile(png);
+    ui::PixelImage shot;
+    if (!ui::decodePicture(bytes.data(), bytes.size(), shot) || x >= shot.width || y >= shot.height) return 0;
+    return shot.pixels[size_t(y) * shot.width + x] & 0xFFFFFFu;
+}
+
+// Whispers both ways, and the Gamemaster's "/night": the player's Desktop
+// takes the night tint once the fade is over. The player whispers once it
+// has its daylight picture; the Gamemaster answers after calling the night,
+// so the answer comes after the new light on the same connection.
+TEST(DiceProcess, WhispersGoBothWaysAndNightTintsThePlayersDesktop) {
+    TwoMachines m;
+    std::string why;
+    ASSERT_TRUE(m.start("await received IDENQ\nawait chat msgfont [Hero:] psst\ntext /night\nkey Return\n"
+                        "text /whisper Hero hello there\nkey Return\nwait 40000\nquit 0\n",
+                        "await frame\nwait 500\nscreenshot day\ntext /whisper psst\nkey Return\n"
+                        "await chat msgfont [GM:] hello there\nwait 3500\nscreenshot night\nwait 40000\nquit 0\n",
+                        why))
+        << why;
+    ChildProcess &host = *m.hostProgram, &client = *m.clientProgram;
+    EXPECT_TRUE(waitFor(m.hostTrace, " chat msgfont [Hero:] psst\n", host)) << readFile(m.hostTrace);
+    EXPECT_TRUE(waitFor(m.clientTrace, " chat msgfont [GM:] hello there\n", client)) << readFile(m.clientTrace);
+    ASSERT_TRUE(waitFor(m.clientTrace, " screenshot night.png", client)) << readFile(m.clientTrace);
+    // Only the one it was meant for reads a whisper.
+    EXPECT_EQ(readFile(m.hostTrace).find("[GM:] hello there"), std::string::npos);
+    EXPECT_EQ(readFile(m.clientTrace).find("[Hero:] psst"), std::string::npos);
+
+    // A bare spot of the Desktop, right of the chat and below the top bar:
+    // red and green darken by the night colour 0xA4B8FF, blue stays.
+    const uint32_t day = shotPixel(m.c.path() / "day.png", 700, 300);
+    const uint32_t night = shotPixel(m.c.path() / "night.png", 700, 300);
+    ASSERT_NE(day, 0u);
+    const auto channel = [](uint32_t p, int shift) { return int((p >> shift) & 0xFF); };
+    EXPECT_NEAR(channel(night, 16), channel(day, 16) * 0xA4 / 255, 3) << std::hex << day << " " << night;
+    EXPECT_NEAR(channel(night, 8), channel(day, 8) * 0xB8 / 255, 3) << std::hex << day << " " << night;
+    EXPECT_NEAR(channel(night, 0), channel(day, 0), 3) << std::hex << day << " " << night;
 }
 
 }  // namespace

@@ -241,20 +241,7 @@ TEST_F(Drawing, TextDrawsInAGivenColourForThatCallOnly) {
         c.DrawText(10, 90, "MMMM", 4);
     });
     auto s = screen();
-    // The brightest pixel of each line: the middle of a stroke, where the
-    // glyph covers the pixel fully and the colour shows as it is.
-    auto brightest = [&](int y0) {
-        uint32_t best = 0;
-        int bestSum = -1;
-        for (int y = y0; y < y0 + 30; ++y) {
-            for (int x = 0; x < kWidth; ++x) {
-                uint32_t p = at(s, x, y);
-                int sum = int(p & 0xFF) + int((p >> 8) & 0xFF) + int((p >> 16) & 0xFF);
-                if (sum > bestSum) bestSum = sum, best = p;
-            }
-        }
-        return best;
-    };
+    auto brightest = [&](int y0) { return brightestIn(s, kWidth, 0, y0, kWidth, y0 + 30); };
     EXPECT_TRUE(near(brightest(10), 0xFFAFAFAFu, 2));
     EXPECT_TRUE(near(brightest(50), 0xFF20C040u, 2));
     EXPECT_TRUE(near(brightest(90), 0xFFFFFFFFu, 2));

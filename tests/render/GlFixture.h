@@ -64,6 +64,22 @@ inline ::testing::AssertionResult near(uint32_t actual, uint32_t expected, int t
     return ::testing::AssertionSuccess();
 }
 
+// The brightest pixel of a rectangle of `px` (`width` pixels to a row): in
+// text, a stroke's middle, where the glyph covers the pixel fully and the
+// colour shows as it is.
+inline uint32_t brightestIn(const std::vector<uint32_t>& px, int width, int x0, int y0, int x1, int y1) {
+    uint32_t best = 0;
+    int bestSum = -1;
+    for (int y = y0; y < y1; ++y) {
+        for (int x = x0; x < x1; ++x) {
+            uint32_t p = px[size_t(y) * size_t(width) + size_t(x)];
+            int sum = int(p & 0xFF) + int((p >> 8) & 0xFF) + int((p >> 16) & 0xFF);
+            if (sum > bestSum) bestSum = sum, best = p;
+        }
+    }
+    return best;
+}
+
 // A bitmap of one colour, or of a given pixel array.
 inline std::unique_ptr<render::Bitmap> solidBitmap(uint32_t w, uint32_t h, uint32_t argb) {
     auto b = std::make_unique<render::Bitmap>();

@@ -36,7 +36,6 @@
 #include "ui/StringControl.h"
 #include "ui/TextEditor.h"
 #include "ui/Window.h"
-#include "ui/WindowNetwork.h"
 
 namespace lh::test {
 namespace {
@@ -592,15 +591,7 @@ TEST_F(Fields, LinksPressTheirOpenerAndIdentitiesComeFromAControlClick) {
     EXPECT_EQ(made, std::vector<std::string>{"Swords"});
     // Only the host makes Identities so; on a client the click is taken
     // and does nothing.
-    struct ClientSide : ui::WindowNetwork {
-        bool isHost() const override { return false; }
-        void sendToHost(const char*, std::vector<uint8_t>) override {}
-        void sendToAll(const char*, std::vector<uint8_t>) override {}
-        bool sendToUser(const std::string&, const char*, std::vector<uint8_t>) override { return false; }
-        std::vector<std::string> connectedUsers() const override { return {}; }
-        void sendRecord(db::DbNode&, const std::string*) override {}
-        int requestDelete(db::DbNode&) override { return -1; }
-    } client;
+    SilentClientNetwork client;
     desk->network = &client;
     click(link, kLeftDown, kControl);
     desk->network = nullptr;

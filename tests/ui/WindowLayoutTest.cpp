@@ -185,15 +185,7 @@ TEST_F(Layout, DynamicWindowsResizeWithControlDragOthersMove) {
     EXPECT_EQ(plain->rect, (Rect{before.left + 25, before.top + 15, before.right + 25, before.bottom + 15}));
 
     // A host-sized class does not resize on a client.
-    struct ClientNet : ui::WindowNetwork {
-        bool isHost() const override { return false; }
-        void sendToHost(const char*, std::vector<uint8_t>) override {}
-        void sendToAll(const char*, std::vector<uint8_t>) override {}
-        bool sendToUser(const std::string&, const char*, std::vector<uint8_t>) override { return false; }
-        std::vector<std::string> connectedUsers() const override { return {}; }
-        void sendRecord(db::DbNode&, const std::string*) override {}
-        int requestDelete(db::DbNode&) override { return -1; }
-    } client;
+    SilentClientNetwork client;
     Window* hosted = open("hostsized", "");
     desk->network = &client;
     before = hosted->rect;

@@ -8,6 +8,8 @@
 #include "db/DbContext.h"
 #include "db/SessionMode.h"
 #include "db/DbNode.h"
+#include "db/XmlParse.h"
+#include "ui/RulesetLoader.h"
 #include "ui/Desktop.h"
 #include "ui/RulesetData.h"
 #include "ui/Window.h"
@@ -153,6 +155,18 @@ TEST_F(Layout, DesktopWindowsAnchorToTheFarEdges) {
     // Nothing else opens for a way in whose class is missing.
     EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::Join), nullptr);
     EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::LocalCharacters), nullptr);
+    // With their classes there, a player gets his shortcuts and local
+    // characters theirs.
+    ui::LoadRulesetFile(db::parseXmlText(R"(<root>
+      <windowclass name="playershortcuts"><desktopwindow/><defaultsize width="50" height="50"/></windowclass>
+      <windowclass name="localshortcuts"><desktopwindow/><defaultsize width="50" height="50"/></windowclass>
+    </root>)", "shortcuts"), db::SessionMode::Join);
+    for (auto [mode, name] : {std::pair{db::SessionMode::Join, "playershortcuts"},
+                              std::pair{db::SessionMode::LocalCharacters, "localshortcuts"}}) {
+        Window* opened = desk->OpenShortcutWindow(mode);
+        ASSERT_NE(opened, nullptr) << name;
+        EXPECT_EQ(opened->windowClass.name, name);
+    }
 }
 
 TEST_F(Layout, DynamicWindowsResizeWithControlDragOthersMove) {

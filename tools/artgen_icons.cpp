@@ -646,6 +646,19 @@ void mapPicto(Canvas& c, float x, float y, float s, Color col) {
     c.fillPolygon(place({0.65f, 0.22f, 0.9f, 0.14f, 0.9f, 0.8f, 0.65f, 0.88f}, s, x, y), col);
 }
 
+// A figure on its round base, as tokens stand on a map.
+void pawnPicto(Canvas& c, float x, float y, float s, Color col) {
+    c.fillCircle(x + 0.5f * s, y + 0.2f * s, 0.14f * s, col);
+    c.fillPolygon(place({0.41f, 0.34f, 0.59f, 0.34f, 0.7f, 0.76f, 0.3f, 0.76f}, s, x, y), col);
+    Points base;
+    for (int i = 0; i < 24; ++i) {
+        float a = float(i) * kPi / 12;
+        base.push_back(x + s * (0.5f + 0.42f * std::cos(a)));
+        base.push_back(y + s * (0.84f + 0.11f * std::sin(a)));
+    }
+    c.fillPolygon(base, col);
+}
+
 void starPicto(Canvas& c, float x, float y, float s, Color col) {
     Points star;
     for (int i = 0; i < 10; ++i) {
@@ -790,7 +803,7 @@ Named iconPictures() {
     };
     for (const Opener& o : {Opener{"charsheet", personPicto, rgb(0x6A2A1E)}, Opener{"notes", quillPicto, rgb(0x2A4A6A)},
                             Opener{"folio", bookPicto, rgb(0x2A5A3A)}, Opener{"journal", scrollPicto, rgb(0x5A4A2A)},
-                            Opener{"map", mapPicto, rgb(0x3A5A2A)}}) {
+                            Opener{"map", mapPicto, rgb(0x3A5A2A)}, Opener{"tokens", pawnPicto, rgb(0x5A2A4E)}}) {
         out.emplace_back(std::string("button_") + o.name, openerButton(o.picto, o.enamel, false));
         out.emplace_back(std::string("button_") + o.name + "_down", openerButton(o.picto, o.enamel, true));
         out.emplace_back(std::string("seal_") + o.name, waxSeal(o.picto, rgb(0x8E2218)));

@@ -278,6 +278,7 @@ void Pipeline2D::flush() {
     const bool unblended = mode == Mode::OpaqueSprite && glIsEnabled(GL_BLEND);
     if (unblended) glDisable(GL_BLEND);
     glDrawArrays(GL_TRIANGLES, 0, GLsizei(batch.size()));
+    ++draws;
     if (unblended) glEnable(GL_BLEND);
     batch.clear();
 }

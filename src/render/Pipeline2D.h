@@ -54,6 +54,8 @@ public:
     void addFill(float x0, float y0, float x1, float y1, uint32_t argb);
 
     void flush();
+    // Draw calls sent since the pipeline was made (benchmarks count them).
+    uint64_t drawCalls() const { return draws; }
 
 private:
     struct Vertex {
@@ -73,6 +75,7 @@ private:
     Mode mode = Mode::None;
     unsigned boundTexture = 0;
     int targetW = 1, targetH = 1;
+    uint64_t draws = 0;
 };
 
 }  // namespace lh::render

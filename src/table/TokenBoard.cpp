@@ -84,19 +84,63 @@ void TokenBoard::findAnchor(OpenWindow& w, int32_t& x, int32_t& y, int32_t& anch
     y = ay - oy;
 }
 
-Token& TokenBoard::make(OpenWindow& w, TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex) {
+std::unique_ptr<Token> TokenBoard::newToken(TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex) {
     auto t = std::make_unique<Token>();
     t->def = &def;
     t->rect = render::Rect{x, y, x + def.width(), y + def.height()};
     t->shownX = x;
     t->shownY = y;
     t->anchorIndex = anchorIndex;
-    t->locked = w.locked;
     t->id = id;
     t->rotatedFrom = def.generation;
-    w.tokens.push_back(std::move(t));
+    return t;
+}
+
+Token& TokenBoard::make(OpenWindow& w, TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex) {
+    w.tokens.push_back(newToken(def, x, y, id, anchorIndex));
+    w.tokens.back()->locked = w.locked;
     w.place->changed();
     return *w.tokens.back();
+}
+
+Token& TokenBoard::keep(const WindowKey& key, TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex) {
+    auto& list = storeList(key);
+    list.insert(list.begin(), newToken(def, x, y, id, anchorIndex));
+    return *list.front();
+}
+
+bool TokenBoard::asksHost(const OpenWindow& w) const { return role == BoardRole::Client && w.place->sharable(); }
+
+bool TokenBoard::tellsAll(const OpenWindow& w) const { return role == BoardRole::Host && w.place->sharable(); }
+
+void TokenBoard::sendToHost(const net::NetMessage& m) {
+    if (out.toHost) out.toHost(m);
+}
+
+void TokenBoard::sendToAll(const net::NetMessage& m) {
+    if (out.toAll) out.toAll(m);
+}
+
+template <class Body>
+void TokenBoard::change(const OpenWindow& w, Encoder<Body> encode, net::MessageTag ask, net::MessageTag tell,
+                        const Body& body, const std::function<void()>& apply) {
+    net::NetMessage m;
+    if (asksHost(w)) {
+        encode(ask, body, m);
+        sendToHost(m);
+        return;
+    }
+    apply();
+    if (!tellsAll(w)) return;
+    encode(tell, body, m);
+    sendToAll(m);
+}
+
+template <class Body>
+void TokenBoard::relay(Encoder<Body> encode, net::MessageTag tag, const Body& body) {
+    net::NetMessage m;
+    encode(tag, body, m);
+    sendToAll(m);
 }
 
 void TokenBoard::sendAdd(net::MessageTag tag, const TokenDef& def, const WindowKey& key, const Token& t,
@@ -104,10 +148,10 @@ void TokenBoard::sendAdd(net::MessageTag tag, const TokenDef& def, const WindowK
     TokenAdd a{def.name, key, t.anchorIndex, t.rect.left, t.rect.top, t.id, def.hostOnly};
     net::NetMessage m;
     encodeTokenAdd(tag, a, m);
-    if (user) {
-        if (out.toUser) out.toUser(m, *user);
-    } else if (out.toAll) {
-        out.toAll(m);
+    if (!user) {
+        sendToAll(m);
+    } else if (out.toUser) {
+        out.toUser(m, *user);
     }
 }
 
@@ -150,20 +194,20 @@ void TokenBoard::AddToken(const WindowKey& key, TokenDef& def, int32_t x, int32_
     } else {
         anchorIndex = checkedAnchor(*w, anchorIndex);
     }
-    if (role == BoardRole::Client && w->place->sharable()) {
-        net::NetMessage m;
+    // The host's answer carries the id it gives, so a client's drop is a
+    // request of its own kind.
+    net::NetMessage m;
+    if (asksHost(*w)) {
         encodeTokenAdd(tags::TOKAQ, TokenAdd{def.name, key, anchorIndex, x, y, 0, false}, m);
-        if (out.toHost) out.toHost(m);
+        sendToHost(m);
         return;
     }
     Token& t = make(*w, def, x, y, takeId(), anchorIndex);
-    if (role != BoardRole::Host || !w->place->sharable()) return;
+    if (!tellsAll(*w)) return;
     sendAdd(tags::TOKAR, def, key, t, nullptr);
-    if (w->locked) {
-        net::NetMessage m;
-        encodeTokenLock(TokenLock{key, t.id, true}, m);
-        if (out.toAll) out.toAll(m);
-    }
+    if (!w->locked) return;
+    encodeTokenLock(TokenLock{key, t.id, true}, m);
+    sendToAll(m);
 }
 
 void TokenBoard::applyMove(OpenWindow& w, Token& t, int32_t x, int32_t y, bool proposal, int32_t anchorIndex) {
@@ -203,17 +247,8 @@ void TokenBoard::MoveToken(const WindowKey& key, int32_t x, int32_t y, uint32_t 
             anchorIndex = checkedAnchor(*w, anchorIndex);
         }
     }
-    net::NetMessage m;
-    TokenMove body{key, anchorIndex, x, y, proposal, id};
-    if (role == BoardRole::Client && w->place->sharable()) {
-        encodeTokenMove(tags::TOKPQ, body, m);
-        if (out.toHost) out.toHost(m);
-        return;
-    }
-    applyMove(*w, *t, x, y, proposal, anchorIndex);
-    if (role != BoardRole::Host || !w->place->sharable()) return;
-    encodeTokenMove(tags::TOKPR, body, m);
-    if (out.toAll) out.toAll(m);
+    change<TokenMove>(*w, encodeTokenMove, tags::TOKPQ, tags::TOKPR, TokenMove{key, anchorIndex, x, y, proposal, id},
+                      [&] { applyMove(*w, *t, x, y, proposal, anchorIndex); });
 }
 
 void TokenBoard::remove(OpenWindow& w, uint32_t id) {
@@ -226,16 +261,7 @@ void TokenBoard::remove(OpenWindow& w, uint32_t id) {
 void TokenBoard::DeleteToken(const WindowKey& key, uint32_t id) {
     OpenWindow* w = openWindow(key);
     if (!w || !find(key, id)) return;
-    net::NetMessage m;
-    if (role == BoardRole::Client && w->place->sharable()) {
-        encodeTokenDelete(tags::TOKDQ, TokenRef{key, id}, m);
-        if (out.toHost) out.toHost(m);
-        return;
-    }
-    remove(*w, id);
-    if (role != BoardRole::Host || !w->place->sharable()) return;
-    encodeTokenDelete(tags::TOKDR, TokenRef{key, id}, m);
-    if (out.toAll) out.toAll(m);
+    change<TokenRef>(*w, encodeTokenDelete, tags::TOKDQ, tags::TOKDR, TokenRef{key, id}, [&] { remove(*w, id); });
 }
 
 void TokenBoard::DeleteAllTokens(const WindowKey& key) {
@@ -254,10 +280,10 @@ void TokenBoard::LockTokens(const WindowKey& key, bool locked) {
     w->locked = locked;
     for (auto& t : w->tokens) {
         t->locked = locked;
-        if (role != BoardRole::Host || !w->place->sharable()) continue;
+        if (!tellsAll(*w)) continue;
         net::NetMessage m;
         encodeTokenLock(TokenLock{key, t->id, locked}, m);
-        if (out.toAll) out.toAll(m);
+        sendToAll(m);
     }
     w->place->changed();
 }
@@ -266,35 +292,43 @@ void TokenBoard::RotateToken(const WindowKey& key, uint32_t id, int rotation) {
     OpenWindow* w = openWindow(key);
     Token* t = find(key, id);
     if (!w || !t) return;
-    net::NetMessage m;
     // One step out of 0..7 fits the signed byte; a receiver wraps it.
-    TokenTurn body{key, id, int8_t(std::clamp(rotation, -128, 127))};
-    if (role == BoardRole::Client && w->place->sharable()) {
-        encodeTokenTurn(tags::TOKOQ, body, m);
-        if (out.toHost) out.toHost(m);
-        return;
+    change<TokenTurn>(*w, encodeTokenTurn, tags::TOKOQ, tags::TOKOR,
+                      TokenTurn{key, id, int8_t(std::clamp(rotation, -128, 127))}, [&] {
+                          t->SetRotation(rotation);
+                          w->place->changed();
+                      });
+}
+
+render::Rect TokenBoard::shownArea(const WindowKey& key, const Token& t) {
+    int32_t x = 0, y = 0;
+    anchorOrigin(key, t, x, y);
+    x += t.shownX;
+    y += t.shownY;
+    int32_t w = t.def ? t.def->width() : 0, h = t.def ? t.def->height() : 0;
+    if (t.rotated) {
+        x -= (int32_t(t.rotated->GetWidth()) - w) / 2;
+        y -= (int32_t(t.rotated->GetHeight()) - h) / 2;
+        w = int32_t(t.rotated->GetWidth());
+        h = int32_t(t.rotated->GetHeight());
     }
-    t->SetRotation(rotation);
-    w->place->changed();
-    if (role != BoardRole::Host || !w->place->sharable()) return;
-    encodeTokenTurn(tags::TOKOR, body, m);
-    if (out.toAll) out.toAll(m);
+    return render::Rect{x, y, x + w + 1, y + h + 2};  // the shadow lies (1, 2) off
 }
 
 void TokenBoard::Glide() {
     for (auto& [key, w] : open) {
-        bool stepped = false;
         for (auto& t : w.tokens) {
-            if (t->dragging) continue;
-            stepped |= glideStep(t->shownX, t->shownY, t->rect.left, t->rect.top);
+            if (t->dragging || (t->shownX == t->rect.left && t->shownY == t->rect.top)) continue;
+            const render::Rect before = shownArea(key, *t);
+            glideStep(t->shownX, t->shownY, t->rect.left, t->rect.top);
+            w.place->changedArea(render::unite(before, shownArea(key, *t)));
         }
-        if (stepped) w.place->changed();
     }
 }
 
 void TokenBoard::SendAll(const std::string& user) {
     if (role != BoardRole::Host || !out.toUser) return;
-    for (const auto& [name, def] : library.entries()) {
+    for (const auto& [name, def] : lib.entries()) {
         if (def->hostOnly || def->builtIn) continue;
         net::NetMessage m;
         encodeLibraryEntry(name, m);
@@ -323,7 +357,7 @@ bool TokenBoard::handle(const net::NetMessage& m, const std::string& fromUser, s
     if (m.tag == tags::TLIBR) {
         std::string name;
         if (!decodeLibraryEntry(m, name, why)) return false;
-        if (role == BoardRole::Client && !name.empty()) library.obtain(name, false);
+        if (role == BoardRole::Client && !name.empty()) lib.obtain(name, false);
         return true;
     }
     if (m.tag == tags::TOKAQ || m.tag == tags::TOKAR) return handleAdd(m, why);
@@ -344,42 +378,23 @@ bool TokenBoard::handleAdd(const net::NetMessage& m, std::string& why) {
     if (a.anchorIndex < 0) a.anchorIndex = 0;
     OpenWindow* w = openWindow(a.window);
     if (request) {
-        TokenDef* def = library.find(a.name);
+        TokenDef* def = lib.find(a.name);
         if (!def) return true;
         if (w) {
             AddToken(a.window, *def, a.x, a.y, a.anchorIndex);
             return true;
         }
-        auto t = std::make_unique<Token>();
-        t->def = def;
-        t->rect = render::Rect{a.x, a.y, a.x + def->width(), a.y + def->height()};
-        t->shownX = a.x;
-        t->shownY = a.y;
-        t->anchorIndex = a.anchorIndex;
-        t->id = takeId();
-        Token& kept = *t;
-        auto& list = storeList(a.window);
-        list.insert(list.begin(), std::move(t));
-        sendAdd(tags::TOKAR, *def, a.window, kept, nullptr);
+        sendAdd(tags::TOKAR, *def, a.window, keep(a.window, *def, a.x, a.y, takeId(), a.anchorIndex), nullptr);
         return true;
     }
-    TokenDef* def = library.obtain(a.name, a.hostOnly);
+    TokenDef* def = lib.obtain(a.name, a.hostOnly);
     if (!def) return true;
     if (w) {
         if (find(a.window, a.id)) return true;  // the same token twice
         make(*w, *def, a.x, a.y, a.id, checkedAnchor(*w, a.anchorIndex));
         return true;
     }
-    if (storeFind(a.window, a.id)) return true;
-    auto t = std::make_unique<Token>();
-    t->def = def;
-    t->rect = render::Rect{a.x, a.y, a.x + def->width(), a.y + def->height()};
-    t->shownX = a.x;
-    t->shownY = a.y;
-    t->anchorIndex = a.anchorIndex;
-    t->id = a.id;
-    auto& list = storeList(a.window);
-    list.insert(list.begin(), std::move(t));
+    if (!storeFind(a.window, a.id)) keep(a.window, *def, a.x, a.y, a.id, a.anchorIndex);
     return true;
 }
 
@@ -403,11 +418,7 @@ bool TokenBoard::handleDelete(const net::NetMessage& m, std::string& why) {
     if (t == list.end()) return true;
     list.erase(t);
     if (list.empty()) stored.erase(it);
-    if (request && out.toAll) {
-        net::NetMessage r;
-        encodeTokenDelete(tags::TOKDR, d, r);
-        out.toAll(r);
-    }
+    if (request) relay(encodeTokenDelete, tags::TOKDR, d);
     return true;
 }
 
@@ -417,21 +428,21 @@ bool TokenBoard::handleMove(const net::NetMessage& m, std::string& why) {
     const bool request = m.tag == tags::TOKPQ;
     if (request != (role == BoardRole::Host)) return true;
     if (p.anchorIndex < 0) p.anchorIndex = 0;
-    if (OpenWindow* w = openWindow(p.window)) {
-        Token* t = find(p.window, p.id);
-        if (!t) return true;
+    OpenWindow* w = openWindow(p.window);
+    Token* t = w ? find(p.window, p.id) : storeFind(p.window, p.id);
+    if (!t) return true;
+    // A player moves a locked token only by accepting a proposal that
+    // stands; anything else of his is a proposal at most. So too while the
+    // host has the window closed.
+    if (request && t->locked && !p.proposal && !t->hasProposal()) return true;
+    if (w) {
         if (request) {
-            // A player moves a locked token only by accepting a proposal
-            // that stands; anything else of his is a proposal at most.
-            if (t->locked && !p.proposal && !t->hasProposal()) return true;
             MoveToken(p.window, p.x, p.y, p.id, p.proposal, p.anchorIndex);
         } else {
             applyMove(*w, *t, p.x, p.y, p.proposal, p.anchorIndex);
         }
         return true;
     }
-    Token* t = storeFind(p.window, p.id);
-    if (!t) return true;
     if (p.proposal) {
         t->pendingX = p.x;
         t->pendingY = p.y;
@@ -440,11 +451,7 @@ bool TokenBoard::handleMove(const net::NetMessage& m, std::string& why) {
         t->anchorIndex = p.anchorIndex;
         t->pendingX = t->pendingY = 0;
     }
-    if (request && out.toAll) {
-        net::NetMessage r;
-        encodeTokenMove(tags::TOKPR, p, r);
-        out.toAll(r);
-    }
+    if (request) relay(encodeTokenMove, tags::TOKPR, p);
     return true;
 }
 
@@ -462,8 +469,12 @@ bool TokenBoard::handleTurn(const net::NetMessage& m, std::string& why) {
         }
         return true;
     }
-    if (request) return true;
-    if (Token* t = storeFind(o.window, o.id)) t->rotation = wrapRotation(o.rotation);
+    // A turn of a token kept while the host has the window closed: other
+    // machines may have it open.
+    Token* t = storeFind(o.window, o.id);
+    if (!t) return true;
+    t->rotation = wrapRotation(o.rotation);
+    if (request) relay(encodeTokenTurn, tags::TOKOR, o);
     return true;
 }
 

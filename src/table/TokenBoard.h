@@ -42,6 +42,8 @@ public:
     virtual void origin(int32_t index, int32_t& x, int32_t& y) const = 0;
     // Something the tokens show changed: draw the window again.
     virtual void changed() = 0;
+    // Only this part (Desktop coordinates) shows something new.
+    virtual void changedArea(const render::Rect&) { changed(); }
 };
 
 struct Token {
@@ -74,8 +76,9 @@ public:
         std::function<void(const net::NetMessage&, const std::string& user)> toUser;
     };
 
-    explicit TokenBoard(TokenLibrary& library) : library(library) {}
+    explicit TokenBoard(TokenLibrary& library) : lib(library) {}
 
+    TokenLibrary& library() { return lib; }
     void setRole(BoardRole r) { role = r; }
     BoardRole currentRole() const { return role; }
     void setOutbox(Outbox o) { out = std::move(o); }
@@ -105,7 +108,8 @@ public:
     // every token of the store and of the open windows, to him alone.
     void SendAll(const std::string& user);
 
-    // One 30 ms tick of gliding; windows whose tokens stepped are told.
+    // One 30 ms tick of gliding; windows are told of the parts where
+    // tokens stepped.
     void Glide();
 
     // Lookups for drawing, input and tests.
@@ -120,6 +124,9 @@ public:
     // Tokens still to be drawn in the window's frame: origin of the token's
     // anchor (or of the window).
     void anchorOrigin(const WindowKey& key, const Token& t, int32_t& x, int32_t& y);
+    // Where the token's picture and shadow cover the Desktop at its shown
+    // place (a turned copy's margin included).
+    render::Rect shownArea(const WindowKey& key, const Token& t);
 
 private:
     struct OpenWindow {
@@ -132,10 +139,30 @@ private:
     // From window-relative (x, y) to the anchor's frame; finds the anchor.
     void findAnchor(OpenWindow& w, int32_t& x, int32_t& y, int32_t& anchorIndex);
     int32_t checkedAnchor(const OpenWindow& w, int32_t anchorIndex) const;
+    static std::unique_ptr<Token> newToken(TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex);
+    // A new token on top of an open window, or kept for a closed one.
     Token& make(OpenWindow& w, TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex);
+    Token& keep(const WindowKey& key, TokenDef& def, int32_t x, int32_t y, uint32_t id, int32_t anchorIndex);
     void applyMove(OpenWindow& w, Token& t, int32_t x, int32_t y, bool proposal, int32_t anchorIndex);
     void remove(OpenWindow& w, uint32_t id);
     uint32_t takeId() { return ++nextId; }
+    // Who applies a change of a sharable window's tokens: a client only
+    // asks the host; the host applies it and tells everyone. Other windows
+    // apply everything at home.
+    bool asksHost(const OpenWindow& w) const;
+    bool tellsAll(const OpenWindow& w) const;
+    void sendToHost(const net::NetMessage& m);
+    void sendToAll(const net::NetMessage& m);
+    template <class Body>
+    using Encoder = void (*)(net::MessageTag, const Body&, net::NetMessage&);
+    // A change asked for on an open window: sent to the host as `ask`, or
+    // applied and then told to everyone as `tell`.
+    template <class Body>
+    void change(const OpenWindow& w, Encoder<Body> encode, net::MessageTag ask, net::MessageTag tell, const Body& body,
+                const std::function<void()>& apply);
+    // The host passes on a request it applied to the store.
+    template <class Body>
+    void relay(Encoder<Body> encode, net::MessageTag tag, const Body& body);
     void sendAdd(net::MessageTag tag, const TokenDef& def, const WindowKey& key, const Token& t,
                  const std::string* user);
 
@@ -148,7 +175,7 @@ private:
     std::vector<std::unique_ptr<Token>>& storeList(const WindowKey& key) { return stored[key.storeKey()]; }
     Token* storeFind(const WindowKey& key, uint32_t id);
 
-    TokenLibrary& library;
+    TokenLibrary& lib;
     BoardRole role = BoardRole::Alone;
     Outbox out;
     std::map<WindowKey, OpenWindow> open;

@@ -8,9 +8,11 @@
 #include "net/Session.h"
 #include "platform/Trace.h"
 #include "render/Bitmap.h"
+#include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "table/ImageControl.h"
 #include "table/PointerGeometry.h"
+#include "table/TokenDrawing.h"
 #include "table/TokenGrip.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopToken.h"
@@ -53,6 +55,14 @@ public:
         }
     }
     void changed() override { window.Invalidate(); }
+    void changedArea(const render::Rect& area) override {
+        const render::Rect cut = render::intersect(area, window.rect);
+        if (window.minimized) {
+            window.Invalidate();
+        } else if (!cut.isEmpty()) {
+            render::GraphicsDevice::Get().Invalidate(&cut);
+        }
+    }
 
 private:
     ui::Window& window;
@@ -321,43 +331,11 @@ int TokenDesk::AcceptProposal(const WindowKey& key, uint32_t id) {
 
 void TokenDesk::drawTokens(ui::Window& window, render::RenderContext& context) {
     WindowKey key = keyOf(window);
-    auto* list = tokens.tokensOf(key);
-    if (!list || windowOf(key) != &window) return;
-    const uint32_t light = ui::lights().icon;
-    for (const auto& tp : *list) {
-        Token& t = *tp;
-        if (!t.def || !t.def->hasPicture()) continue;
-        // A picture that arrived after the turn was made is turned now.
-        if (t.rotation != 0 && (!t.rotated || t.rotatedFrom != t.def->generation)) t.SetRotation(t.rotation);
-        int32_t ox = 0, oy = 0;
-        tokens.anchorOrigin(key, t, ox, oy);
-        render::Rect visible = window.rect;
-        if (t.anchorIndex > 0) {
-            if (ui::Control* c = window.ControlAt(size_t(t.anchorIndex - 1))) {
-                render::Rect a = c->rect;
-                a = render::Rect{a.left + window.rect.left, a.top + window.rect.top, a.right + window.rect.left,
-                                 a.bottom + window.rect.top};
-                visible = render::intersect(a, window.rect);
-            }
-        }
-        int32_t x = ox + (t.dragging ? t.rect.left : t.shownX);
-        int32_t y = oy + (t.dragging ? t.rect.top : t.shownY);
-        if (!t.dragging && !visible.contains(x, y)) continue;
-        render::Bitmap& picture = *t.def->bitmap;
-        if (t.pendingX != 0 || t.pendingY != 0) {
-            float cx = float(x + int32_t(picture.GetWidth()) / 2), cy = float(y + int32_t(picture.GetHeight()) / 2);
-            context.DrawLine(cx + 1, cy + 1, cx + 1 + float(t.pendingX), cy + 1 + float(t.pendingY), 0x000000, 2);
-            context.DrawLine(cx, cy, cx + float(t.pendingX), cy + float(t.pendingY), 0xFFFFFF, 2);
-        }
-        render::Bitmap* shown = &picture;
-        if (t.rotated) {
-            x -= (int32_t(t.rotated->GetWidth()) - int32_t(picture.GetWidth())) / 2;
-            y -= (int32_t(t.rotated->GetHeight()) - int32_t(picture.GetHeight())) / 2;
-            shown = t.rotated.get();
-        }
-        context.DrawBitmap(*shown, x + 1, y + 2, 0x7F000000);
-        context.DrawBitmap(*shown, x, y, light);
-    }
+    // Another window of the same pair shows nothing of them.
+    if (windowOf(key) != &window) return;
+    TokenAtlas& atlas = tokenAtlas();
+    atlas.refresh(tokens.library());
+    drawWindowTokens(tokens, key, atlas, context, ui::lights().icon);
 }
 
 void TokenDesk::pointerOrigin(ui::Window& window, int32_t& x, int32_t& y, render::Rect& clip) {

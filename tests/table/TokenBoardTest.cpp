@@ -23,6 +23,7 @@ public:
     bool share = true;
     int32_t scroll = -40;
     int changes = 0;
+    std::vector<lh::render::Rect> areas;  // what gliding asked to redraw
     bool sharable() const override { return share; }
     lh::render::Rect windowRect() const override { return {100, 50, 500, 350}; }
     int32_t controlCount() const override { return 1; }
@@ -32,6 +33,7 @@ public:
         y = index == 1 ? 70 : 50;
     }
     void changed() override { ++changes; }
+    void changedArea(const lh::render::Rect& r) override { areas.push_back(r); }
 };
 
 TokenDef& picture(TokenLibrary& lib, const std::string& name, uint32_t w, uint32_t h) {
@@ -109,9 +111,19 @@ TEST(TokenBoard, DropMoveTurnLockDeleteAgree) {
     EXPECT_EQ(ct.anchorIndex, 0);
     EXPECT_EQ(ct.rect.left, 350);
     EXPECT_EQ(ct.shownX, 90 + 70 - 100);  // the old place in the window's frame
+    // Each glide step redraws only where the token was and now is, with its
+    // shadow; once there, nothing.
+    const int32_t fromX = ct.shownX, fromY = ct.shownY;
+    n.client.Glide();
+    ASSERT_EQ(cp.areas.size(), 1u);
+    EXPECT_EQ(cp.areas[0], (lh::render::Rect{100 + fromX, 50 + fromY, 100 + ct.shownX + 33, 50 + ct.shownY + 34}));
     for (int i = 0; i < 100; ++i) n.client.Glide();
     EXPECT_EQ(ct.shownX, 350);
     EXPECT_EQ(ct.shownY, 250);
+    const size_t steps = cp.areas.size();
+    n.client.Glide();
+    EXPECT_EQ(cp.areas.size(), steps);
+    EXPECT_LT(steps, 20u);
 
     // Turned left from 0: 7 everywhere; right from 7: 0.
     n.client.RotateToken(kMap, 1, ct.rotation - 1);
@@ -191,6 +203,15 @@ TEST(TokenBoard, StoreKeepsRestoresAndFeedsALateJoiner) {
     n.mail.emplace_back("host", del);
     n.deliver();
     EXPECT_EQ(n.client.tokensOf(kMap)->size(), 1u);
+    // A turn there reaches everyone; a plain move of a locked token does not.
+    n.client.RotateToken(kMap, 1, 5);
+    n.deliver();
+    EXPECT_EQ(n.host.findStored(kMap, 1)->rotation, 5);
+    EXPECT_EQ(n.client.find(kMap, 1)->rotation, 5);
+    n.client.MoveToken(kMap, 200, 100, 1, false, 0);
+    n.deliver();
+    EXPECT_EQ(n.host.findStored(kMap, 1)->rect.left, 7);
+    EXPECT_EQ(n.client.find(kMap, 1)->rect.left, 7);
 
     // A late joiner gets the library's shared picture and the token, locked.
     n.lateJoined = true;

@@ -17,6 +17,7 @@
 #include "db/SessionMode.h"
 #include "db/XmlParse.h"
 #include "platform/Paths.h"
+#include "render/Bitmap.h"
 #include "support/TestSupport.h"
 #include "ui/ResourceFile.h"
 #include "ui/RulesetData.h"
@@ -246,15 +247,22 @@ TEST_F(DefaultRulesetContent, WhatTheProgramLooksUpByName) {
         EXPECT_TRUE(panel->desktopWindow && panel->hasDefaultSize && panel->hasDefaultPosition) << name;
         EXPECT_LT(panel->defaultX, 0) << name;
     }
-    // The menus of the Desktop, the dice, windows and pointers, and the mark of
-    // a changed minimized window.
+    // The menus of the Desktop, the dice, windows, pointers and tokens, and the
+    // mark of a changed minimized window.
     for (const char* name :
          {"menuhub", "menuback", "closeprogram", "restorewindow", "maximizewindow", "arrangedice", "num2", "num3", "num4",
           "num5", "num10", "num15", "num20", "percent", "close", "closeremote", "minimize", "restore", "delete",
           "broadcast", "pointer", "crossed", "pointer_cone", "pointer_circle", "pointer_square", "edit",
-          "minimized_glow"})
+          "minimized_glow", "deletetoken", "deletealltokens", "rotatecw", "rotateccw", "locktoken", "unlocktoken"})
         EXPECT_NE(findIcon(name), nullptr) << name;
     EXPECT_NE(findFrame("mini_name"), nullptr);
+    // The token bag has an opener and a seal of its own, not the map's.
+    for (const char* which : {"button_", "seal_"}) {
+        const render::Bitmap* bag = findIcon(std::string(which) + "tokens");
+        const render::Bitmap* map = findIcon(std::string(which) + "map");
+        ASSERT_TRUE(bag && map) << which;
+        EXPECT_NE(bag->Pixels(), map->Pixels()) << which;
+    }
     // Fonts of the chat, the menus, the lists, the dice and the controls.
     const char* chatFonts[] = {"chatfont", "dmfont", "npcchatfont", "narratorfont",
                                "emotefont", "oocfont", "msgfont", "systemfont"};

@@ -379,8 +379,11 @@ void NumberControl::Draw(render::RenderContext& context, const render::Rect& cli
     if (font && !text.empty()) {
         context.SetFont(font);
         render::TextSize size = context.MeasureText(text.data(), int32_t(text.size()));
+        // A number wider than its box (typing is not limited) is cut at the
+        // box's sides rather than written over its neighbours.
+        const render::Rect cut = render::intersect(clip, {area.left, clip.top, area.right, clip.bottom});
         context.DrawText(area.left + (area.width() - size.width) / 2, area.top + (area.height() - size.height) / 2 + 1,
-                         text.data(), int32_t(text.size()), &clip);
+                         text.data(), int32_t(text.size()), &cut);
     }
     const db::IntValue& v = value();
     if (v.mode == db::IntValue::modifier && v.base() != 0) {

@@ -45,6 +45,7 @@ TEST(Script, ClicksAndAScreenshotReachTheRealProgramAndItsTrace) {
                         "wheel -2\n"
                         "key Escape\n"
                         "text Hello\n"
+                        "key PrintScreen\n"
                         "wait 1000\n"
                         "screenshot table\n"
                         "quit 7\n");
@@ -57,12 +58,15 @@ TEST(Script, ClicksAndAScreenshotReachTheRealProgramAndItsTrace) {
 
     std::string lines = lh::test::readFile(trace);
     for (const char* want : {" frame\n", " script 2 move 300 200\n", " script 3 click left 512 384\n",
-                             " script 8 screenshot table\n", " quit 7\n"}) {
+                             " script 9 screenshot table\n", " quit 7\n"}) {
         EXPECT_NE(lines.find(want), std::string::npos) << want << "\n" << lines;
     }
     // The manual clock moved only by the script's wait: the screenshot's
     // stamp is exactly 1000.
     EXPECT_NE(lines.find("\n1000 screenshot table.png\n"), std::string::npos) << lines;
+
+    // Print Screen saved the picture under the next free number.
+    EXPECT_TRUE(std::filesystem::exists(work.path() / "screenshot0001.png"));
 
     std::string png = lh::test::readFile(work.path() / "table.png");
     lh::ui::PixelImage picture;

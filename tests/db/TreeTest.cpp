@@ -220,6 +220,13 @@ TEST_F(Tree, IntValueSourcesAccumulateInOrder) {
     EXPECT_EQ(quotient->effective(), INT32_MAX);
     quotient->addSource(*lowest, IntValue::Operation::multiply, {});
     EXPECT_EQ(quotient->sources().size(), 2u);
+    IntValue* product = makeInt(record, "product", -5)->valueAs<IntValue>();
+    product->addSource(*edge, IntValue::Operation::add);
+    product->addSource(*edge, IntValue::Operation::multiply, {});  // refused: edge is there
+    product->addSource(*lowest, IntValue::Operation::multiply);
+    EXPECT_EQ(product->effective(), INT32_MIN);  // MAX * MIN, then -5, at the low end
+    product->addSource(*minusOne, IntValue::Operation::subtract);
+    EXPECT_EQ(product->effective(), INT32_MIN);
 
     // A deleted source leaves its dependants consistent.
     delete record->child("bonus");

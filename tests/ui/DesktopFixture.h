@@ -5,10 +5,13 @@
 // click where the user may edit, and can hold the keyboard.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "ui/Control.h"
 #include "ui/KeyboardFocus.h"
+#include "ui/WindowNetwork.h"
 
 namespace lh::test {
 
@@ -33,6 +36,18 @@ class FallbackTarget final : public ui::KeyboardTarget {
 public:
     void KeyEvent(int, int, int) override { ++keys; }
     int keys = 0;
+};
+
+// A client's side of a session that sends nothing: for what a Desktop
+// does differently when it is not the host.
+struct SilentClientNetwork final : ui::WindowNetwork {
+    bool isHost() const override { return false; }
+    void sendToHost(const char*, std::vector<uint8_t>) override {}
+    void sendToAll(const char*, std::vector<uint8_t>) override {}
+    bool sendToUser(const std::string&, const char*, std::vector<uint8_t>) override { return false; }
+    std::vector<std::string> connectedUsers() const override { return {}; }
+    void sendRecord(db::DbNode&, const std::string*) override {}
+    int requestDelete(db::DbNode&) override { return -1; }
 };
 
 // Registers TESTBOX with the control factory (once).

@@ -27,6 +27,7 @@ const char* kRuleset = R"(<root>
       <numbercontrol name="might"><bounds rect="10,10,40,20"/></numbercontrol>
       <numbercontrol name="bonus"><bounds rect="60,10,40,20"/><dropoperation op="+"/></numbercontrol>
       <stringcontrol name="name"><bounds rect="10,50,150,20"/></stringcontrol>
+      <stringcontrol name="motto"><bounds rect="10,80,150,20"/></stringcontrol>
     </sheetdata>
   </windowclass>
   <windowclass name="playershortcuts">
@@ -54,8 +55,9 @@ const char* kDatabase = R"(<root>
 )";
 
 // The opener of the player's own sheet, then his might (typed), his name
-// (typed, Return sends it), might dragged onto bonus ("+"); then the other
-// sheet, on top of the first, where the same typing does nothing.
+// (typed in UTF-8, Return sends it), the name copied through the clipboard
+// into his motto, might dragged onto bonus ("+"); then the other sheet, on
+// top of the first, where the same typing does nothing.
 const char* kClientScript = R"(await record sheets.00001
 click left 929 25
 wait 300
@@ -63,7 +65,16 @@ click left 130 120
 text 17
 click left 600 600
 click left 180 160
-text Ann the Bold
+text Ann the Bóld
+key Return
+click left 180 160
+keydown Ctrl
+key C
+keyup Ctrl
+click left 180 190
+keydown Ctrl
+key V
+keyup Ctrl
 key Return
 down left 130 120
 move 140 120
@@ -119,11 +130,12 @@ TEST(FieldProcess, APlayersTypingAndDropsReachTheHostAndAStrangersDoNot) {
     ASSERT_EQ(client.wait(120s), 0) << client.errors();
     std::string clientLines = readFile(clientTrace);
     EXPECT_NE(clientLines.find("window opened sheet 00002"), std::string::npos) << clientLines;
-    // Might when the keyboard left it, the name once for all its letters,
-    // bonus after the drop: three values, and nothing for the other sheet.
-    EXPECT_EQ(count(clientLines, "sent DATAR"), 3u) << clientLines;
+    // Might when the keyboard left it, the name once for all its letters
+    // and once more as the keyboard left it after the copy, the motto,
+    // bonus after the drop: five values, and nothing for the other sheet.
+    EXPECT_EQ(count(clientLines, "sent DATAR"), 5u) << clientLines;
 
-    ASSERT_TRUE(waitForCount(hostTrace, "received DATAR", 3)) << readFile(hostTrace);
+    ASSERT_TRUE(waitForCount(hostTrace, "received DATAR", 5)) << readFile(hostTrace);
     host.signal(SIGTERM);
     host.wait(60s);
     std::string db = readFile(hostDir.path() / "campaigns" / "Saga" / "db.xml");
@@ -133,7 +145,10 @@ TEST(FieldProcess, APlayersTypingAndDropsReachTheHostAndAStrangersDoNot) {
     std::string first = db.substr(mine, theirs > mine ? theirs - mine : std::string::npos);
     std::string second = db.substr(theirs, mine > theirs ? mine - theirs : std::string::npos);
     EXPECT_NE(first.find("<intvalue name=\"might\" value=\"17\""), std::string::npos) << db;
-    EXPECT_NE(first.find("<stringvalue name=\"name\" value=\"Ann the Bold\""), std::string::npos) << db;
+    // The typed UTF-8 letter is one Windows-1252 byte inside (0xF3, written
+    // escaped), and went through the platform's clipboard and back whole.
+    EXPECT_NE(first.find("<stringvalue name=\"name\" value=\"Ann the B#f3ld\""), std::string::npos) << db;
+    EXPECT_NE(first.find("<stringvalue name=\"motto\" value=\"Ann the B#f3ld\""), std::string::npos) << db;
     EXPECT_NE(first.find("<intvalue name=\"bonus\" value=\"19\""), std::string::npos) << db;
     EXPECT_NE(second.find("<intvalue name=\"might\" value=\"8\""), std::string::npos) << db;
     EXPECT_EQ(second.find("Nobody"), std::string::npos) << db;

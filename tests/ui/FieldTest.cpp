@@ -456,6 +456,48 @@ TEST(TextEditorTable, MovesWrapsAndLineModes) {
     EXPECT_EQ(e.IndexAtPoint(e.text, 30, -5), 0);
 }
 
+// Drawing keeps the caret in view: a multi-line text moves its first
+// visible line down to the caret's, a single line shifts left until the
+// caret stands at the right edge.
+TEST(TextEditorTable, DrawingKeepsTheCaretInView) {
+    FixedEditor e;
+    e.lineSpacing = 10;
+    e.textRect = {0, 0, 70, 20};  // two lines of ten characters
+    e.text = "one\rtwo\rthree\rfour";
+    e.caret = int32_t(e.text.size());
+    auto draw = [&e] {
+        render::RecordingRenderContext context;
+        e.DrawEditor(context, {0, 0, 1000, 1000}, 100, 200, true);
+        std::vector<render::DrawCall> shown;
+        for (const render::DrawCall& c : context.calls)
+            if (c.kind == render::DrawCall::Text || c.kind == render::DrawCall::Line) shown.push_back(c);
+        return shown;
+    };
+    std::vector<render::DrawCall> shown = draw();
+    ASSERT_EQ(shown.size(), 3u);
+    EXPECT_EQ(shown[0].text, "three");
+    EXPECT_EQ(shown[1].text, "four");
+    EXPECT_EQ(shown[1].y1, 210);
+    EXPECT_EQ(shown[2].x1, 100 + 28);  // the caret after "four"
+    EXPECT_EQ(e.firstVisibleLine, 2);
+    e.caret = 0;  // back up to the first line
+    shown = draw();
+    EXPECT_EQ(shown[0].text, "one");
+    EXPECT_EQ(e.firstVisibleLine, 0);
+
+    e.lineSpacing = 0;
+    e.text = "abcdefghijklmno";  // 105 pixels in 70
+    e.caret = 15;
+    shown = draw();
+    ASSERT_EQ(shown.size(), 2u);
+    EXPECT_EQ(shown[0].x1, 100 - 35);
+    EXPECT_EQ(shown[1].x1, 100 + 70);
+    EXPECT_EQ(e.IndexAtPoint(e.text, 0, 5), 5);  // a click counts from the shifted text
+    e.caret = 3;
+    shown = draw();
+    EXPECT_EQ(shown[0].x1, 100);
+}
+
 TEST_F(Fields, StringFieldsEditSendOnceAndShowTheirStaticAndEmptyTexts) {
     StringControl& title = text(5);
     StringControl& notes = text(6);
@@ -547,6 +589,14 @@ TEST_F(Fields, LinksPressTheirOpenerAndIdentitiesComeFromAControlClick) {
     link.isLink = false;
     click(link, kLeftDown, kControl);
     EXPECT_EQ(made, std::vector<std::string>{"Swords"});
+    // Only the host makes Identities so; on a client the click is taken
+    // and does nothing.
+    SilentClientNetwork client;
+    desk->network = &client;
+    click(link, kLeftDown, kControl);
+    desk->network = nullptr;
+    EXPECT_EQ(made.size(), 1u);
+    EXPECT_EQ(ui::KeyboardFocus(), &chat);
     ui::setIdentityMaker(nullptr);
 }
 

@@ -196,6 +196,15 @@ TEST_F(WindowDraw, FieldsShowTheirFocusGlowModifierTagAndCentredTexts) {
     desk.dragPayload = {};  // put down
     px = frame();
     EXPECT_TRUE(near(at(px, 18, 28), kBlack, 2));
+
+    // A number wider than its field is cut at the field's sides: "123456"
+    // (42 wide, centred in 20..50) would reach from 14 to 56.
+    a.value().set(123456);
+    px = frame();
+    EXPECT_TRUE(near(at(px, 22, 28), kWhite, 2));
+    EXPECT_TRUE(near(at(px, 47, 28), kWhite, 2));
+    EXPECT_TRUE(near(at(px, 17, 28), kBlack, 2));
+    EXPECT_TRUE(near(at(px, 52, 28), kBlack, 2));
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include "db/DbContext.h"
 #include "db/SessionMode.h"
 #include "db/DbNode.h"
+#include "db/XmlParse.h"
+#include "ui/RulesetLoader.h"
 #include "ui/Desktop.h"
 #include "ui/RulesetData.h"
 #include "ui/Window.h"
@@ -153,6 +155,18 @@ TEST_F(Layout, DesktopWindowsAnchorToTheFarEdges) {
     // Nothing else opens for a way in whose class is missing.
     EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::Join), nullptr);
     EXPECT_EQ(desk->OpenShortcutWindow(db::SessionMode::LocalCharacters), nullptr);
+    // With their classes there, a player gets his shortcuts and local
+    // characters theirs.
+    ui::LoadRulesetFile(db::parseXmlText(R"(<root>
+      <windowclass name="playershortcuts"><desktopwindow/><defaultsize width="50" height="50"/></windowclass>
+      <windowclass name="localshortcuts"><desktopwindow/><defaultsize width="50" height="50"/></windowclass>
+    </root>)", "shortcuts"), db::SessionMode::Join);
+    for (auto [mode, name] : {std::pair{db::SessionMode::Join, "playershortcuts"},
+                              std::pair{db::SessionMode::LocalCharacters, "localshortcuts"}}) {
+        Window* opened = desk->OpenShortcutWindow(mode);
+        ASSERT_NE(opened, nullptr) << name;
+        EXPECT_EQ(opened->windowClass.name, name);
+    }
 }
 
 TEST_F(Layout, DynamicWindowsResizeWithControlDragOthersMove) {
@@ -185,15 +199,7 @@ TEST_F(Layout, DynamicWindowsResizeWithControlDragOthersMove) {
     EXPECT_EQ(plain->rect, (Rect{before.left + 25, before.top + 15, before.right + 25, before.bottom + 15}));
 
     // A host-sized class does not resize on a client.
-    struct ClientNet : ui::WindowNetwork {
-        bool isHost() const override { return false; }
-        void sendToHost(const char*, std::vector<uint8_t>) override {}
-        void sendToAll(const char*, std::vector<uint8_t>) override {}
-        bool sendToUser(const std::string&, const char*, std::vector<uint8_t>) override { return false; }
-        std::vector<std::string> connectedUsers() const override { return {}; }
-        void sendRecord(db::DbNode&, const std::string*) override {}
-        int requestDelete(db::DbNode&) override { return -1; }
-    } client;
+    SilentClientNetwork client;
     Window* hosted = open("hostsized", "");
     desk->network = &client;
     before = hosted->rect;

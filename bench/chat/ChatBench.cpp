@@ -1,7 +1,10 @@
 // The chat between real processes on loopback, through the program as host.
 //
 // Latency: a player's line, from the moment its CHATQ leaves his machine to
-// the moment another player's program has painted it into its chat. The
+// the moment another player's program has put it on its screen (the frame
+// that shows it presented). Lines go either back to back, each as soon as
+// the one before is shown, or a pause apart as people type, so that each
+// finds the programs idle rather than still drawing the line before. The
 // host and that other player are the real program, headless; the sender is
 // this process speaking the session protocol with the bytes a player's
 // Return sends. The other player's trace runs into a pipe that this process
@@ -220,7 +223,20 @@ void BM_LineFromPlayerToAnothersScreen(benchmark::State& state) {
     std::vector<double> samples;
     samples.reserve(state.max_iterations);
     int n = 0;
+    const auto pause = std::chrono::milliseconds(state.range(0));
     for (auto _ : state) {
+        if (pause.count() > 0) {
+            state.PauseTiming();
+            const auto until = Clock::now() + pause;
+            for (auto left = pause; left.count() > 0;
+                 left = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now())) {
+                std::vector<platform::WatchedFd> fds;
+                ann.session->collectWatchedFds(fds);
+                platform::waitForSockets(fds, int(left.count()));
+                ann.session->poll();
+            }
+            state.ResumeTiming();
+        }
         const std::string text = "Line " + std::to_string(++n) + " of the bench";
         const auto start = Clock::now();
         ann.say("Ann", text);
@@ -240,7 +256,14 @@ void BM_LineFromPlayerToAnothersScreen(benchmark::State& state) {
     state.counters["p99_us"] = at(0.99);
     state.counters["max_us"] = samples.back();
 }
-BENCHMARK(BM_LineFromPlayerToAnothersScreen)->Iterations(1000)->Unit(benchmark::kMicrosecond)->UseRealTime();
+// The argument: the pause between lines in milliseconds.
+BENCHMARK(BM_LineFromPlayerToAnothersScreen)
+    ->Arg(0)
+    ->Arg(40)
+    ->ArgName("pause_ms")
+    ->Iterations(1000)
+    ->Unit(benchmark::kMicrosecond)
+    ->UseRealTime();
 
 // 16 players each sending `rate` lines a second for `seconds`.
 void BM_SixteenPlayersTalking(benchmark::State& state) {
@@ -248,8 +271,9 @@ void BM_SixteenPlayersTalking(benchmark::State& state) {
     const int rate = int(state.range(0)), seconds = int(state.range(1));
     const int perPlayer = rate * seconds;
     const uint16_t port = freePort();
-    Program host(benchFolder("crowd-host"), {"--host", "--campaign", "Crowd", "--gm", "GM",
-                                             "p" + std::to_string(port)});
+    const bool keep = std::getenv("LOREHAVEN_BENCH_KEEP") != nullptr;
+    Program host(benchFolder("crowd-host"), {"--host", "--campaign", "Crowd", "--gm", "GM", "p" + std::to_string(port)},
+                 keep ? (benchFolder("crowd-host") / "trace.txt").string() : std::string());
     std::filesystem::current_path(benchFolder("crowd"));
     std::vector<std::unique_ptr<Player>> players;
     // For each receiver and sender: the next number expected, and faults.

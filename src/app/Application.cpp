@@ -1,6 +1,8 @@
 // The spine of the program.
 #include "app/Application.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -34,6 +36,7 @@
 #include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "ui/Desktop.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/Lights.h"
 #include "ui/RulesetFiles.h"
 #include "ui/RulesetLoader.h"
@@ -46,6 +49,16 @@ namespace {
 constexpr int kClientWidth = 1024;
 constexpr int kClientHeight = 768;
 constexpr int kKeyPrintScreen = 0x2C;
+// Frames start at most this often (real milliseconds, about a screen's
+// refresh): a burst of changes, such as many players' chat lines at once,
+// costs one frame, while the first change after a quiet spell is drawn at
+// once. Sockets and input are handled at once whatever the pace.
+constexpr uint64_t kFrameGapMs = 16;
+
+uint64_t realMs() {
+    using namespace std::chrono;
+    return uint64_t(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
 
 // The ruleset a new Campaign gets when the command line names none.
 constexpr const char* kDefaultRuleset = "Lorehaven";
@@ -303,6 +316,7 @@ int runMainLoop() {
     platform::Spine& spine = platform::spine();
     int exitCode = 0;
     bool shown = false;
+    uint64_t lastFrameMs = 0;
     // Every frame goes through here, the script's too: the first one shown
     // is what launch timing and watchers wait for.
     auto drawPending = [&spine, &shown, &a] {
@@ -340,11 +354,22 @@ int runMainLoop() {
             }
             continue;
         }
-        // Idle: step the dice, draw what is dirty; with nothing to draw,
-        // sleep until the next event, socket or due timer.
+        // Idle: step the dice, draw what is dirty unless the last frame was
+        // too recent; then sleep until the next event, socket, due timer or
+        // the time the next frame may start.
         spine.stepDice.emit();
-        if (drawPending()) continue;
-        if (platform::waitEvent(e, platform::waitTimeoutMs()) && handleEvent(e, exitCode)) {
+        const uint64_t now = realMs();
+        const bool paced = lastFrameMs != 0 && now < lastFrameMs + kFrameGapMs;
+        if (!paced && drawPending()) {
+            lastFrameMs = now;
+            continue;
+        }
+        int timeout = platform::waitTimeoutMs();
+        if (paced && framePending()) {
+            const int untilFrame = int(lastFrameMs + kFrameGapMs - now);
+            timeout = timeout < 0 ? untilFrame : std::min(timeout, untilFrame);
+        }
+        if (platform::waitEvent(e, timeout) && handleEvent(e, exitCode)) {
             platform::trace("quit %d", exitCode);
             return exitCode;
         }
@@ -402,6 +427,10 @@ int runMain(int argc, char** argv) {
         return -1;
     }
     int code = runMainLoop();
+    // Leaving is like clicking elsewhere: the field that has the keyboard
+    // sends what was typed while the session is still up, before the save,
+    // and no window is left to send from when the statics go.
+    ui::SetKeyboardFocus(nullptr);
     runExitPath();
     // Subsystems let go of their windows, textures and handlers while the
     // device and the session are still there.

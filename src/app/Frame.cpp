@@ -83,6 +83,11 @@ void drawFrameLayers(render::RenderContext& context) {
     run(FrameStep::RadialMenu, context);
 }
 
+bool framePending() {
+    render::GraphicsDevice& device = render::GraphicsDevice::Get();
+    return !device.IsResetting() && device.IsCreated() && !device.DirtyRect().isEmpty();
+}
+
 int DrawFrame() {
     render::GraphicsDevice& device = render::GraphicsDevice::Get();
     const render::Rect dirty = device.DirtyRect();

@@ -30,6 +30,8 @@ void setDesktopImage(render::Bitmap* image);
 // Draws a frame if the dirty rectangle is not empty and the device is not
 // resetting: 1 if it drew, 0 if there was nothing to draw (the loop sleeps).
 int DrawFrame();
+// True when DrawFrame would draw: something is dirty and the device is up.
+bool framePending();
 
 // The layers of a frame into `context` (whose clip rectangle is the dirty
 // rectangle), without the device's clear and present: DrawFrame's middle,

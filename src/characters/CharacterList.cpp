@@ -29,7 +29,8 @@ constexpr uint32_t kBlankPortraitSize = 20;
 
 }  // namespace
 
-CharacterList::CharacterList(ui::Desktop& d, const ui::CharacterListSettings& s) : desktop(d), settings(s) {}
+CharacterList::CharacterList(ui::Desktop& d, const ui::CharacterListSettings& s)
+    : desktop(d), settings(s), painter(s) {}
 
 CharacterList::~CharacterList() = default;
 
@@ -133,6 +134,8 @@ void CharacterList::Draw(render::RenderContext& context) {
         if (e.portrait) {
             context.DrawBitmap(*e.portrait, x + (int32_t(width) - int32_t(e.portrait->GetWidth())) / 2,
                                y + (int32_t(height) - int32_t(e.portrait->GetHeight())) / 2, iconLight);
+        } else {
+            painter.drawBlank(context, e.name, x + int32_t(width) / 2, y + int32_t(height) / 2, nullptr);
         }
         uint32_t bgr = 0;
         if (pointer && hooks.pointerColor && hooks.pointerColor(e.owner, bgr)) {

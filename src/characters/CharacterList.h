@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "characters/PortraitPainter.h"
 #include "ui/DesktopObject.h"
 
 namespace lh::render {
@@ -94,6 +95,8 @@ public:
     void portraitSize(uint32_t& width, uint32_t& height) const;
 
     const std::vector<CharacterListEntry>& items() const { return entries; }
+    // Draws portraits the strip's way, for the other lists of characters.
+    PortraitPainter& portraits() { return painter; }
     int32_t selectedIndex = -1;
     int dragIndex = -1;
     int32_t menuX = 0;
@@ -110,6 +113,7 @@ private:
     ui::FrameDef* frame = nullptr;
     render::Font* nameFont = nullptr;
     render::Font* selectedNameFont = nullptr;
+    PortraitPainter painter;
 };
 
 }  // namespace lh::characters

@@ -24,6 +24,7 @@
 #include "platform/Paths.h"
 #include "platform/Spine.h"
 #include "platform/Trace.h"
+#include "render/GraphicsDevice.h"
 #include "ui/CharacterPort.h"
 #include "ui/ControlFactory.h"
 #include "ui/Desktop.h"
@@ -80,6 +81,11 @@ std::string sheetClass() {
 // Shows a portrait wherever this character is drawn.
 void showPortrait(const std::string& name, const std::string& path) {
     if (name.empty()) return;
+    if (plugin().list) {
+        // The rows of the choice of character read the new file too.
+        plugin().list->portraits().forget(path);
+        render::GraphicsDevice::Get().Invalidate(nullptr);
+    }
     if (plugin().list && plugin().list->setPortrait(name, path))
         platform::trace("portrait %s %s", name.c_str(), path.c_str());
 }
@@ -160,7 +166,18 @@ void fillPort() {
     };
     port.upload = [](const std::string& name) { registry().upload(name); };
     port.isPlayed = [](const std::string& name) { return !registry().findUserOf(name).empty(); };
-    port.deleteCharacter = [](const std::string& name) { registry().deleteCharacter(name); };
+    port.deleteCharacter = [](const std::string& name) { return registry().deleteCharacter(name); };
+    port.drawPortrait = [](render::RenderContext& context, const ui::CharacterChoice& who, int32_t x, int32_t y,
+                           const render::Rect& clip) {
+        if (!plugin().list) return;
+        std::string path = who.portraitPath;
+        if (path.empty() && (who.flags & kLocalCharacter)) path = localPortraitPath(db::campaign().ruleset.view(), who.name);
+        if (path.empty()) {
+            const std::string campaign = who.campaign.empty() ? std::string(db::campaign().name.view()) : who.campaign;
+            path = campaignPortraitPath(campaign, who.name);
+        }
+        plugin().list->portraits().draw(context, who.name, path, x, y, &clip);
+    };
     port.setState = [](const std::string& name, int state) {
         if (plugin().list) plugin().list->setState(name, state);
     };

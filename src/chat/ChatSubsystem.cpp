@@ -102,8 +102,13 @@ public:
             [this](int32_t x, int32_t y) { return window.frameRect.contains(x, y); }));
         frameHooks.push_back(ui::desktopSignals().chatFrameChanged.subscribe([this](bool over) {
             overChat = over;
-            window.invalidate();
+            window.invalidateFrame();
         }));
+        // The program's frame subscribed first: this runs after it is shown.
+        presented = platform::spine().drawFrame.subscribe([this] {
+            window.framePresented();
+            return 0;
+        });
         ui::setFallbackKeyboardTarget(&entry);
         ui::SetKeyboardFocus(&entry);
         desktop.AddTarget(&entry);
@@ -285,7 +290,7 @@ private:
     ui::Desktop& desktop;
     bool overChat = false;
     uint16_t held = 0, pressed = 0;
-    platform::Subscription keys, idle;
+    platform::Subscription keys, idle, presented;
     std::vector<platform::Subscription> inPlayHooks;
     std::vector<std::string> inPlay;
     std::vector<platform::Subscription> layers, frameHooks;

@@ -126,8 +126,20 @@ void ChatWindow::clear() {
 
 void ChatWindow::invalidate() const {
     dirty = true;
+    // Lines sit inside the area: the frame around it stays as it was.
+    render::Rect r = rect.isEmpty() ? frameRect : rect;
+    render::GraphicsDevice::Get().Invalidate(&r);
+}
+
+void ChatWindow::invalidateFrame() const {
     render::Rect r = render::unite(frameRect, rect);
     render::GraphicsDevice::Get().Invalidate(&r);
+}
+
+void ChatWindow::framePresented() {
+    if (!paintedUnshown) return;
+    paintedUnshown = false;
+    platform::trace("chat drawn %s", paintedNewest.c_str());
 }
 
 // Section: scrolling.
@@ -194,7 +206,8 @@ void ChatWindow::Draw(render::RenderContext& context) {
         }
         dirty = false;
         if (platform::traceOn()) {
-            platform::trace("chat drawn %.200s", lines.empty() ? "" : lines.back()->text.c_str());
+            paintedNewest = lines.empty() ? "" : lines.back()->text.substr(0, 200);
+            paintedUnshown = true;
         }
     }
     context.DrawBitmap(cache, rect.left, rect.top, 0xFFFFFFFF, &clip);

@@ -74,8 +74,14 @@ public:
 
     // The frame (POSITION) that the chat invalidates, and the area.
     render::Rect frameRect;
-    // Paints the lines again at the next draw and invalidates the frame.
+    // Paints the lines again at the next draw and invalidates their area.
     void invalidate() const;
+    // The frame and its highlight changed, not the lines.
+    void invalidateFrame() const;
+    // A frame went to the screen: traces "chat drawn" with the newest line
+    // when the lines were painted for it, so that a watcher sees the moment
+    // a line is on the screen, not merely in the picture.
+    void framePresented();
 
     // Blits the picture of the lines, painting it first when something
     // changed since; a frame that changes nothing in the chat costs a blit.
@@ -130,6 +136,8 @@ private:
     int scrollBottom = -1;
     mutable bool dirty = true;
     uint32_t paints = 0;
+    bool paintedUnshown = false;
+    std::string paintedNewest;
     render::Bitmap cache;
     DeviceWatch deviceWatch{*this};
     bool dragStarted = false;

@@ -54,7 +54,8 @@ JoinContext& join() {
 
 // The choice of character. A joining player may reach nothing else until he
 // has one; the local way in keeps the Desktop open, as its characters may
-// be switched at any time.
+// be switched at any time, and so does the Gamemaster's list of the
+// Campaign's characters.
 void openSelection() {
     JoinContext& c = join();
     const ui::WindowClass* cls = ui::findWindowClass("identityselection");
@@ -180,7 +181,8 @@ IdentitySelection::IdentitySelection(ui::Window& w) : ui::Control(w) {
 void IdentitySelection::addCharacterChoices() {
     const ui::CharacterPort& port = ui::characterPort();
     const db::SessionMode mode = join().mode;
-    if (!port.choices || mode == db::SessionMode::Host) return;
+    if (!port.choices) return;
+    // The Gamemaster's choices are the Campaign's own characters.
     for (const ui::CharacterChoice& choice : port.choices()) {
         // A joining player is offered the host's characters by the host.
         const bool local = choice.flags & 1;
@@ -192,6 +194,7 @@ void IdentitySelection::addCharacterChoices() {
         row.campaign = choice.campaign;
         row.flags = local ? 1 : 2;
         row.description = local ? "(Local character)" : choice.campaign + " (Server character)";
+        row.portraitPath = choice.portraitPath;
         rows.push_back(std::move(row));
     }
     Invalidate();
@@ -263,16 +266,22 @@ void IdentitySelection::Draw(render::RenderContext& context, const render::Rect&
     ui::FrameDef* selection = ui::findFrame(selectionFrameName);
     render::Bitmap* errorIcon = ui::findIcon(errorIconName);
     render::Bitmap* blank = ui::ruleset().settings.characterList.portraitBase.get();
+    const ui::CharacterPort& port = ui::characterPort();
     for (int i = 0; i <= int(rows.size()); ++i) {
         const int32_t top = y + scrollOffset + i * rowHeight;
         if (top >= cut.bottom || top + rowHeight <= cut.top) continue;
         const render::Rect rowRect{area.left, top, area.right, top + rowHeight};
         if (i == selectedRow && selection) selection->Draw(context, rowRect, ui::lights().frame, &cut);
+        const IdentityRow* row = i == 0 ? nullptr : &rows[size_t(i - 1)];
+        const int32_t blankWidth = blank ? int32_t(blank->GetWidth()) : 0;
         if (blank) {
             const int32_t py = top + (rowHeight - int32_t(blank->GetHeight())) / 2;
             context.DrawBitmap(*blank, area.left + portraitMargin, py, ui::lights().icon, &cut);
         }
-        const IdentityRow* row = i == 0 ? nullptr : &rows[size_t(i - 1)];
+        if (row && port.drawPortrait) {
+            ui::CharacterChoice who{row->name, row->campaign, uint32_t(row->flags), row->portraitPath};
+            port.drawPortrait(context, who, area.left + portraitMargin + blankWidth / 2, top + rowHeight / 2, cut);
+        }
         const std::string& rowName = row ? row->name : newName;
         const std::string description = row ? row->description : std::string();
         const int32_t nameHeight = nameFont ? nameFont->LineHeight() : 0;
@@ -298,6 +307,39 @@ void IdentitySelection::Draw(render::RenderContext& context, const render::Rect&
         }
     }
     if (pendingRow) context.DrawRect(area.left, area.top, area.right, area.bottom, 0x7F000000, true);
+}
+
+std::unique_ptr<ui::MenuModel> IdentitySelection::BuildMenu() {
+    std::unique_ptr<ui::MenuModel> menu = window ? window->BuildMenu() : nullptr;
+    menuName.clear();
+    if (join().mode != db::SessionMode::Host || pendingRow) return menu;
+    int32_t x, y;
+    GetOrigin(x, y);
+    const int row = rowAt(ui::mouse::yOf(ui::inputState().lastMousePosition) - y);
+    if (row < 1) return menu;
+    const std::string& rowName = rows[size_t(row - 1)].name;
+    const ui::CharacterPort& port = ui::characterPort();
+    if (!port.deleteCharacter || (port.isPlayed && port.isPlayed(rowName))) return menu;
+    if (!menu) menu = std::make_unique<ui::MenuModel>("menuhub");
+    menuName = rowName;
+    menu->set(2, "Delete character", "delete", kMenuDeleteCharacter);
+    return menu;
+}
+
+void IdentitySelection::MenuSelected(int id) {
+    if (id != kMenuDeleteCharacter) {
+        if (window) window->MenuSelected(id);
+        return;
+    }
+    const std::string chosen = std::move(menuName);
+    menuName.clear();
+    const ui::CharacterPort& port = ui::characterPort();
+    // Whoever took the character on since the menu opened keeps it.
+    if (chosen.empty() || join().mode != db::SessionMode::Host || !port.deleteCharacter) return;
+    if (!port.deleteCharacter(chosen)) return;
+    removeRow(chosen);
+    selectedRow = -1;
+    Invalidate();
 }
 
 int IdentitySelection::MouseButton(int message, uint32_t, uint32_t position) {
@@ -497,6 +539,8 @@ std::unique_ptr<IdentityViews> startIdentityViews(const ui::SubsystemStart& star
         start.desktop.AddTarget(list);
         views->subscriptions.push_back(
             ui::drawOnFrameStep(ui::FrameStep::IdentityList, [list](render::RenderContext& ctx) { list->Draw(ctx); }));
+        // The Campaign's characters, to open, make or delete.
+        views->subscriptions.push_back(ui::addDesktopMenuEntry(4, "Characters", "portrait", openSelection));
         break;
     }
     case db::SessionMode::Join: {

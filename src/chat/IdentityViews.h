@@ -49,6 +49,7 @@ struct IdentityRow {
     std::string name, campaign, description;
     int flags = 2;  // 1 local, 2 server
     bool rejected = false;
+    std::string portraitPath;  // empty: where its kind keeps it
 };
 
 class IdentitySelection : public ui::Control, public ui::KeyboardTarget {
@@ -61,6 +62,10 @@ public:
     int MouseButton(int message, uint32_t flags, uint32_t position) override;
     void KeyEvent(int message, int code, int scanCode) override;
     void TakeFocus() override { ui::SetKeyboardFocus(this); }
+    // The host's menu over a row: "Delete character", unless somebody plays it.
+    std::unique_ptr<ui::MenuModel> BuildMenu() override;
+    void MenuSelected(int id) override;
+    static constexpr int kMenuDeleteCharacter = 66;
 
     // The row that the click at window-relative y hits, or -1.
     int rowAt(int32_t y) const;
@@ -91,6 +96,7 @@ public:
 
 private:
     void finish();
+    std::string menuName;  // the row of the open menu
 };
 
 // The selection that counts, or null.

@@ -11,7 +11,7 @@ std::vector<render::DieDrawItem> drawItemsOf(const DiceWorld& world, bool viewer
     items.reserve(world.dice().size());
     for (const auto& die : world.dice()) {
         render::DieDrawItem item;
-        std::memcpy(item.world, die->worldMatrix.m, sizeof item.world);
+        std::memcpy(item.world, die->worldMatrix().m, sizeof item.world);
         item.mesh = die->shape;
         item.bodyColor = die->bodyColor;
         item.whiteNumerals = (die->colorFlags & kWhiteNumerals) != 0;

@@ -56,7 +56,6 @@ void DiceWorld::Step() {
         DieBody& die = *diceList[i];
         if (die.finished) {
             die.center.z += kSinkPerStep;
-            die.worldMatrix.m[14] = die.center.z + die.info().drawOffsetZ;
             if (die.center.z > kGoneDepth) {
                 diceList.erase(diceList.begin() + static_cast<std::ptrdiff_t>(i));
                 continue;
@@ -96,7 +95,7 @@ DieBody* DiceWorld::AddThrown(const ThrowStart& start) {
 
 ThrowStart DiceWorld::ThrowFromHand(DieBody& die, Vec3 velocity, int32_t mode) {
     die.ClampIntoArea();
-    ThrowStart start{die.shape, die.bodyColor, die.colorFlags, mode, die.orientation, die.center, velocity};
+    ThrowStart start{die.shape, die.bodyColor, die.colorFlags, mode, die.orientation(), die.center, velocity};
     die.Launch(start.orientation, start.center, start.velocity, start.mode);
     SetHeld(die, false);
     return start;

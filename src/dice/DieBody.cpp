@@ -128,7 +128,12 @@ void DieBody::recomputeCenter() {
 }
 
 void DieBody::SetOrientation(float yaw, float pitch, float roll) {
-    orientation = rotationYawPitchRoll(yaw, pitch, roll);
+    SetOrientation(rotationYawPitchRoll(yaw, pitch, roll));
+}
+
+void DieBody::SetOrientation(const Matrix4& rotation) {
+    fittedOrientation = rotation;
+    fitPending = false;
     Rebuild();
     Fit();
 }
@@ -140,26 +145,46 @@ void DieBody::MoveTo(Vec3 point) {
 }
 
 void DieBody::Rebuild() {
+    const Matrix4& turn = orientation();
     for (int i = 0; i < vertexCount; ++i)
-        positions[i] = transformPoint(shapeData->vertices[i], orientation) + center;
+        positions[i] = transformPoint(shapeData->vertices[i], turn) + center;
 }
 
 void DieBody::Fit() {
     recomputeCenter();
-    orientation = Matrix4{};
+    fitCenter = center;
+    fitPending = true;
+}
+
+const Matrix4& DieBody::orientation() const {
+    if (fitPending) fitOrientation();
+    return fittedOrientation;
+}
+
+Matrix4 DieBody::worldMatrix() const {
+    Matrix4 m = orientation();
+    m.m[12] = center.x;
+    m.m[13] = center.y;
+    m.m[14] = center.z + shapeData->drawOffsetZ;
+    return m;
+}
+
+void DieBody::fitOrientation() const {
+    fitPending = false;
+    Matrix4 turn;
 
     // Turn the model so that reference vertex A points where it points now.
     Vec3 a0 = referenceDirectionA;
-    Vec3 a1 = positions[shapeData->referenceA] - center;
+    Vec3 a1 = positions[shapeData->referenceA] - fitCenter;
     Vec3 u = normalized(a1);
     Vec3 axis = cross(a0, u);
     float c = dot(a0, u);
     float axisLength = length(axis);
     if (axisLength > 0.0f) {
         float r = std::sqrt(c * c + axisLength * axisLength);
-        orientation = rotationAxisCosSin(axis * (1.0f / axisLength), c / r, axisLength / r);
+        turn = rotationAxisCosSin(axis * (1.0f / axisLength), c / r, axisLength / r);
     } else if (c < 0.0f) {
-        orientation = rotationAxisCosSin(anyPerpendicular(a0), -1.0f, 0.0f);
+        turn = rotationAxisCosSin(anyPerpendicular(a0), -1.0f, 0.0f);
     }
 
     // Then turn about A's direction until reference vertex B lines up too.
@@ -167,18 +192,14 @@ void DieBody::Fit() {
     // it is, not with its direction: a1 is about one unit long, so what is
     // left is nearly, not exactly, the part at right angles. This is the fit
     // that every copy of the program makes, so it stays as it is.
-    Vec3 b0 = transformPoint(shapeData->vertices[shapeData->referenceB], orientation);
-    Vec3 b1 = positions[shapeData->referenceB] - center;
+    Vec3 b0 = transformPoint(shapeData->vertices[shapeData->referenceB], turn);
+    Vec3 b1 = positions[shapeData->referenceB] - fitCenter;
     Vec3 b0p = normalized(b0 - dot(a1, b0) * u);
     Vec3 b1p = normalized(b1 - dot(a1, b1) * u);
     float s = 0.0f;
     if (dot(u, u) > 0.0f && turnBetween(b0p, b1p, u, c, s))
-        orientation = multiply(orientation, rotationAxisCosSin(u, c, s));
-
-    worldMatrix = orientation;
-    worldMatrix.m[12] = center.x;
-    worldMatrix.m[13] = center.y;
-    worldMatrix.m[14] = center.z + shapeData->drawOffsetZ;
+        turn = multiply(turn, rotationAxisCosSin(u, c, s));
+    fittedOrientation = turn;
 }
 
 void DieBody::ClampIntoArea() {
@@ -220,7 +241,8 @@ void DieBody::Throw(Vec3 v, int32_t mode) {
 }
 
 void DieBody::Launch(const Matrix4& startOrientation, Vec3 startCenter, Vec3 v, int32_t mode) {
-    orientation = startOrientation;
+    fittedOrientation = startOrientation;
+    fitPending = false;
     center = startCenter;
     Rebuild();
     ZeroVelocities();
@@ -293,74 +315,127 @@ void applyPair(Lanes4* vel, const DieBody::PairTerms& t, PairSlot slot) {
     vel[slot.j] += impulse;
 }
 
-// Slots [from, to) of the first `Width` dice, one pair of each in turn.
+// Where one lane of the sweep stands: in the pairs of one die, with `left`
+// of them to go.
+struct LaneCursor {
+    Lanes4* vel;
+    const DieBody::PairTerms* terms;
+    const PairSlot* slot;
+    size_t left;
+};
+
+// The next `run` pairs of the first `Width` lanes, one pair of each in turn.
 template <bool SkipCoinciding, int Width>
-void sweepStage(Lanes4 (*vel)[kMaxVertices], const DieBody::PairTerms* terms,
-                const std::span<const PairSlot>* order, size_t from, size_t to) {
-    for (size_t s = from; s < to; ++s)
-        for (int d = 0; d < Width; ++d) applyPair<SkipCoinciding>(vel[d], terms[d], order[d][s]);
+void sweepRun(LaneCursor* lanes, size_t run) {
+    for (size_t s = 0; s < run; ++s)
+        for (int d = 0; d < Width; ++d)
+            applyPair<SkipCoinciding>(lanes[d].vel, *lanes[d].terms, lanes[d].slot[s]);
+    for (int d = 0; d < Width; ++d) lanes[d].slot += run, lanes[d].left -= run;
 }
 
-// Each die's impulses go in the order of pairOrder, which keeps every
-// vertex's sequence of updates exactly as in the plain i < j loop, so later
-// pairs see the changed velocities. The chain of updates is long and each
-// link waits for the one before; the chains of different dice are
-// independent, so taking one pair of each in turn lets them overlap.
-// `order` lists the dice with the most pairs first.
 template <bool SkipCoinciding>
-void sweepPairs(Lanes4 (*vel)[kMaxVertices], const DieBody::PairTerms* terms,
-                const std::span<const PairSlot>* order, int count) {
-    static_assert(DieBody::kPairGroup == 4);
-    size_t size[4] = {};
-    for (int d = 0; d < count; ++d) size[d] = order[d].size();
-    sweepStage<SkipCoinciding, 4>(vel, terms, order, 0, size[3]);
-    sweepStage<SkipCoinciding, 3>(vel, terms, order, size[3], size[2]);
-    sweepStage<SkipCoinciding, 2>(vel, terms, order, size[2], size[1]);
-    sweepStage<SkipCoinciding, 1>(vel, terms, order, size[1], size[0]);
+void sweepRun(LaneCursor* lanes, int width, size_t run) {
+    switch (width) {
+        case 4:
+            return sweepRun<SkipCoinciding, 4>(lanes, run);
+        case 3:
+            return sweepRun<SkipCoinciding, 3>(lanes, run);
+        case 2:
+            return sweepRun<SkipCoinciding, 2>(lanes, run);
+        default:
+            return sweepRun<SkipCoinciding, 1>(lanes, run);
+    }
 }
 
 }  // namespace
 
 void DieBody::SolvePairs(DieBody* const* dice, int count, PairVelocities* out) {
     assert(count >= 0 && count <= kPairGroup);
-    // The dice with the most pairs first.
-    DieBody* sorted[kPairGroup];
-    int rank[kPairGroup];
+    // Each die's impulses go in the order of pairOrder, which keeps every
+    // vertex's sequence of updates exactly as in the plain i < j loop, so
+    // later pairs see the changed velocities. The chain of updates is long
+    // and each link waits for the one before; the chains of different dice
+    // are independent, so four lanes take one pair each in turn and overlap.
+    // A lane works through its dice one after the other, and the dice are
+    // dealt to the lanes so that their pair counts come out even: the most
+    // pairs first, each to the lane with the fewest so far.
+    constexpr int kLanes = 4;
+    int byPairs[kPairGroup];
     for (int d = 0; d < count; ++d) {
         int r = d;
-        while (r > 0 && sorted[r - 1]->vertexCount < dice[d]->vertexCount) {
-            sorted[r] = sorted[r - 1];
-            rank[r] = rank[r - 1];
+        while (r > 0 && dice[byPairs[r - 1]]->vertexCount < dice[d]->vertexCount) {
+            byPairs[r] = byPairs[r - 1];
             --r;
         }
-        sorted[r] = dice[d];
-        rank[r] = d;
+        byPairs[r] = d;
+    }
+    int laneDice[kLanes][kPairGroup];
+    int laneCount[kLanes] = {};
+    size_t laneLoad[kLanes] = {};
+    for (int k = 0; k < count; ++k) {
+        const int d = byPairs[k];
+        int lane = 0;
+        for (int l = 1; l < kLanes; ++l)
+            if (laneLoad[l] < laneLoad[lane]) lane = l;
+        laneDice[lane][laneCount[lane]++] = d;
+        laneLoad[lane] += pairOrder(dice[d]->vertexCount).size();
     }
 
     PairTerms terms[kPairGroup];
     // Velocities as four-lane vectors: lanes x, y and z take exactly the
     // scalar operations, and the fourth lane only carries zeros.
     Lanes4 vel[kPairGroup][kMaxVertices];
-    std::span<const PairSlot> order[kPairGroup];
     bool anyCoinciding = false;
     for (int d = 0; d < count; ++d) {
-        const DieBody& die = *sorted[d];
+        const DieBody& die = *dice[d];
         anyCoinciding = die.computePairTerms(terms[d]) || anyCoinciding;
         for (int i = 0; i < die.vertexCount; ++i) {
             Vec3 v = die.velocities[i];
             vel[d][i] = Lanes4{v.x, v.y, v.z, 0.0f};
         }
-        order[d] = pairOrder(die.vertexCount);
     }
 
-    if (anyCoinciding)
-        sweepPairs<true>(vel, terms, order, count);
-    else
-        sweepPairs<false>(vel, terms, order, count);
+    // The busy lanes stay at the front of `cursor`; `next` is the place of
+    // a lane's following die in its list.
+    LaneCursor cursor[kLanes];
+    int laneOf[kLanes], next[kLanes];
+    int width = 0;
+    auto start = [&](int slot, int lane) {
+        while (next[lane] < laneCount[lane]) {
+            const int d = laneDice[lane][next[lane]++];
+            std::span<const PairSlot> order = pairOrder(dice[d]->vertexCount);
+            if (order.empty()) continue;
+            cursor[slot] = LaneCursor{vel[d], &terms[d], order.data(), order.size()};
+            laneOf[slot] = lane;
+            return true;
+        }
+        return false;
+    };
+    for (int lane = 0; lane < kLanes; ++lane) {
+        next[lane] = 0;
+        if (start(width, lane)) ++width;
+    }
+    while (width > 0) {
+        size_t run = cursor[0].left;
+        for (int w = 1; w < width; ++w) run = std::min(run, cursor[w].left);
+        if (anyCoinciding)
+            sweepRun<true>(cursor, width, run);
+        else
+            sweepRun<false>(cursor, width, run);
+        for (int w = 0; w < width;) {
+            if (cursor[w].left > 0 || start(w, laneOf[w])) {
+                ++w;
+                continue;
+            }
+            --width;
+            cursor[w] = cursor[width];
+            laneOf[w] = laneOf[width];
+        }
+    }
 
     for (int d = 0; d < count; ++d)
-        for (int i = 0; i < sorted[d]->vertexCount; ++i)
-            out[rank[d]][i] = Vec3{vel[d][i][0], vel[d][i][1], vel[d][i][2]};
+        for (int i = 0; i < dice[d]->vertexCount; ++i)
+            out[d][i] = Vec3{vel[d][i][0], vel[d][i][1], vel[d][i][2]};
 }
 
 int DieBody::collide(int vertex, float f, const Bounds& b) {
@@ -400,7 +475,8 @@ void DieBody::recoverFromNonFinite() {
     // Cannot happen from a validated start; if it ever does, the die lies
     // down in the middle of its area instead of spreading NaN.
     const Bounds& b = collisionBounds();
-    orientation = Matrix4{};
+    fittedOrientation = Matrix4{};
+    fitPending = false;
     center = Vec3{(b.left + b.right) * 0.5f, (b.top + b.bottom) * 0.5f, shapeData->restHeight};
     if (!isFinite(center)) center = Vec3{0.0f, 0.0f, shapeData->restHeight};
     Rebuild();

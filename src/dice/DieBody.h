@@ -2,7 +2,7 @@
 // held in shape by a damped spring between every pair of them. It has no
 // mass and no rotation state; tumbling comes from the vertices' different
 // velocities at a bounce. The orientation is only fitted afterwards, for
-// drawing and for resetting the shape.
+// drawing and for resetting the shape, and only when one of them asks.
 //
 // Units: world units (a die is about 1 across its radius), time in steps of
 // 0.006 s, velocities in world units per step. z = 0 is the table and
@@ -42,11 +42,21 @@ public:
     DieBody& operator=(const DieBody&) = delete;
 
     void SetOrientation(float yaw, float pitch, float roll);
+    // Lays the model out turned by `rotation` around `center`.
+    void SetOrientation(const Matrix4& rotation);
     void MoveTo(Vec3 point);
-    // Back to the exact model shape, turned by `orientation`, around `center`.
+    // Back to the exact model shape, turned by `orientation()`, around `center`.
     void Rebuild();
-    // Recomputes `center`, `orientation` and `worldMatrix` from the vertices.
+    // Recomputes `center` from the vertices, and the orientation from the
+    // vertices as they are now. The orientation is worked out when first
+    // asked for: most steps of a rolling die never need it, and working it
+    // out later from the same vertices gives the same numbers.
     void Fit();
+    // Pure rotation.
+    const Matrix4& orientation() const;
+    // For drawing: the orientation moved to `center`, plus the shape's draw
+    // offset.
+    Matrix4 worldMatrix() const;
     void ClampIntoArea();
     void ZeroVelocities();
     void Throw(Vec3 velocity, int32_t mode);
@@ -66,7 +76,10 @@ public:
     const Bounds& collisionBounds() const;
     Vec3 position(int vertex) const { return positions[vertex]; }
     Vec3 velocity(int vertex) const { return velocities[vertex]; }
-    void setPosition(int vertex, Vec3 p) { positions[vertex] = p; }
+    void setPosition(int vertex, Vec3 p) {
+        orientation();  // a fit asked for before stays the fit of the vertices then
+        positions[vertex] = p;
+    }
     void setVelocity(int vertex, Vec3 v) { velocities[vertex] = v; }
 
     // State that the scene reads and sets directly.
@@ -79,8 +92,6 @@ public:
     bool atRest = false;
     bool finished = false;  // came to rest after a throw and reported
     int32_t stepCount = 0;
-    Matrix4 worldMatrix;  // for drawing; includes the shape's draw offset
-    Matrix4 orientation;  // pure rotation
     bool inRollArea = false;
     uint32_t bodyColor;
     uint32_t colorFlags;
@@ -90,7 +101,7 @@ public:
     // without changing the dice, and stepWithPairsSolved then steps a die
     // with the velocities they gave. Together they give exactly what Step
     // gives, as long as nothing changes the die between the two.
-    static constexpr int kPairGroup = 4;
+    static constexpr int kPairGroup = 12;
     using PairVelocities = std::array<Vec3, kMaxVertices>;
     static void SolvePairs(DieBody* const* dice, int count, PairVelocities* out);
     void stepWithPairsSolved(const PairVelocities* solved);
@@ -104,6 +115,7 @@ private:
     bool restTestPasses() const;
     void recomputeCenter();
     void recoverFromNonFinite();
+    void fitOrientation() const;
 
     const ShapeInfo* shapeData;
     // Fixed for the shape, worked out once: 1 / vertexCount, and the
@@ -112,6 +124,11 @@ private:
     Vec3 referenceDirectionA;
     std::array<Vec3, kMaxVertices> positions{};
     std::array<Vec3, kMaxVertices> velocities{};
+    // The orientation, and whether it must still be fitted to the vertices,
+    // whose mean was then `fitCenter`.
+    mutable Matrix4 fittedOrientation;
+    mutable bool fitPending = false;
+    Vec3 fitCenter;
     // Pairs (0,1), (0,2) ... (1,2) ..., and zeros after them for the lanes
     // that the pair terms work past a row's end.
     static constexpr int kRowPad = 4;

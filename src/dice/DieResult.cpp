@@ -17,6 +17,8 @@ namespace lh::dice {
 
 namespace {
 
+constexpr uint32_t kTotalColor = 0xFFAFAFAFu;
+
 int32_t clamp32(int64_t v) {
     return int32_t(std::clamp<int64_t>(v, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
 }
@@ -260,11 +262,10 @@ render::Rect drawDieResult(const DieResult& r, const DieBoxStyle& style, render:
         const int32_t x = rect.left + style.margin + iconsExtent + l.iconWidth / 2;
         const int32_t y = (rect.top + rect.bottom - style.modFont->LineHeight()) / 2;
         context.DrawText(x, y, l.modifierText.data(), int32_t(l.modifierText.size()), &clip);
-        // FIXME: the total is meant to stand in 0xFFAFAFAF; fonts draw in
-        // their own colour until they can be tinted.
+        // The total stands back from the modifier, in grey.
         if (!l.totalText.empty())
-            context.DrawText(x + textWidthOf(style.modFont, l.modifierText), y, l.totalText.data(),
-                             int32_t(l.totalText.size()), &clip);
+            context.DrawTextInColor(x + textWidthOf(style.modFont, l.modifierText), y, l.totalText.data(),
+                                    int32_t(l.totalText.size()), kTotalColor, &clip);
         context.PopFont();
     }
     return outer;

@@ -39,6 +39,8 @@ void Connection::dropSocket() {
 
 void Connection::reset() {
     dropSocket();
+    lingering = false;
+    sendingEnded = false;
     errorText.clear();
     currentState = ConnectionState::Fresh;
 }
@@ -107,12 +109,29 @@ void Connection::pump(long maxSend, long maxReceive, size_t* sent, size_t* recei
     if (currentState == ConnectionState::Connected || currentState == ConnectionState::Closing) {
         transfer(maxSend, maxReceive, sent, received);
     }
+    if (lingering) return linger();
     if (currentState == ConnectionState::Closing && sendQueue.empty()) {
         // Our half ends here; the peer sees the end of the stream after
         // everything that was queued.
         platform::shutdownSocket(fd);
         currentState = ConnectionState::Closed;
     }
+}
+
+void Connection::linger() {
+    // Nothing the peer sends now is wanted, but it must be taken: unread
+    // bytes at the close would turn it into a reset.
+    receiveQueue.clear();
+    if (currentState == ConnectionState::Closing) {
+        if (sendQueue.empty() && !sendingEnded) {
+            platform::shutdownSending(fd);
+            sendingEnded = true;
+        }
+        return;
+    }
+    // The peer's end came (or the stream failed): nothing is left to wait for.
+    dropSocket();
+    currentState = ConnectionState::Closed;
 }
 
 void Connection::transfer(long maxSend, long maxReceive, size_t* sentOut, size_t* receivedOut) {
@@ -157,7 +176,7 @@ size_t Connection::writeSpace() const {
 }
 
 int Connection::write(const void* data, size_t length) {
-    if (length > writeSpace()) return -1;
+    if (length > writeSpace() || sendingEnded) return -1;
     sendQueue.append(data, length);
     return 0;
 }
@@ -243,6 +262,13 @@ void Connection::close(bool hard) {
     }
     dropSocket();
     currentState = ConnectionState::Closed;
+}
+
+void Connection::finish() {
+    if (currentState != ConnectionState::Connected && currentState != ConnectionState::Closing) return close(true);
+    currentState = ConnectionState::Closing;
+    lingering = true;
+    pump(-1, 0);
 }
 
 void Connection::abort() {

@@ -80,6 +80,15 @@ public:
     int takeLine(std::string& line, size_t maxLength, size_t& scanned, uint64_t* examined = nullptr);
 
     void close(bool hard);
+    // Ends a stream whose peer may still be talking, without losing what
+    // it was sent: what is queued goes out, then our half ends, and what
+    // the peer still sends is read and thrown away until its end arrives
+    // (state Closing until then, Closed after, the socket gone). Closing a
+    // socket with unread input would reset the stream instead, and the peer
+    // would lose whatever it had not read yet. The owner bounds the wait
+    // with close(true).
+    void finish();
+    bool finishing() const { return lingering; }
     // Gives the stream up at once: what waits here or in the kernel is
     // dropped and the peer is reset, even one that reads nothing. State 6.
     void abort();
@@ -101,6 +110,7 @@ private:
     void fail(const char* why);
     void beginConnect();
     void transfer(long maxSend, long maxReceive, size_t* sent, size_t* received);
+    void linger();
 
     std::unique_ptr<Resolver> ownedResolver;
     Resolver* resolver = nullptr;
@@ -115,6 +125,8 @@ private:
     uint16_t remotePort = 0;
     ConnectionState currentState = ConnectionState::Fresh;
     std::string errorText;
+    bool lingering = false;  // finish(): reading to the peer's end
+    bool sendingEnded = false;
 };
 
 }  // namespace lh::net

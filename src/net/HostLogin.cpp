@@ -53,7 +53,7 @@ struct HostLogin {
         session->sendTo(encodeConnectAnswer(answer), *from);
         if (answer.status == kWrongPassword) return HandlerResult::Handled;  // it may try again
         if (answer.status == kNameInUse) {
-            if (from->connection) from->connection->close(false);  // the answer still goes out
+            session->disconnect(*from);  // the answer still goes out
             return HandlerResult::Handled;
         }
         // A returning user gets the record of the earlier visit, so the

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "net/MessageCatalogue.h"
+#include "platform/Clock.h"
 #include "platform/Socket.h"
 #include "platform/Trace.h"
 
@@ -35,6 +36,10 @@ constexpr Relay kRelays[] = {
     {tags::POLLQ, tags::POLLR, true},
 };
 
+// Messages that arrived before the peer's end of the stream are still
+// acted on; those of a failed connection are not.
+bool stillReadable(ConnectionState s) { return s == ConnectionState::Connected || s == ConnectionState::Closed; }
+
 std::string peerLabel(const SessionPeer* peer) {
     if (!peer) return "the host";
     if (!peer->name.empty()) return "'" + peer->name + "'";
@@ -57,6 +62,7 @@ void writeEnvelope(Connection& c, const NetMessage& m) {
 // Section: construction and roles.
 
 Session::Session() : http(std::make_unique<HttpServer>()) {
+    farewellTimer.setHandler([this] { endOverdueFarewells(); });
     systemLine = [](const std::string& line) {
         std::fprintf(stderr, "%s\n", line.c_str());
         std::fflush(stderr);
@@ -118,7 +124,7 @@ void Session::setPairHandler(std::string_view firstFour, MessageHandler handler)
 // Section: sending.
 
 void Session::sendTo(const NetMessage& message, SessionPeer& peer) {
-    if (!peer.connection) return;
+    if (!peer.connection || peer.leaving) return;
     if (message.body.size() > kMaxBodyLength) {
         // Our own bug: no peer could read it.
         systemLine("Did not send a message " + std::string(message.tag.text()) + ": its body is too large");
@@ -187,18 +193,19 @@ void Session::poll() {
         // itself only changes in removeGonePeers().
         for (size_t i = 0; i < peers.size(); ++i) {
             SessionPeer* peer = peers[i].get();
-            if (!peer->connection) continue;
+            if (!peer->connection || peer->leaving) continue;
             peer->connection->pump();
-            if (peer->connection->state() == ConnectionState::Connected) readMessages(peer, *peer->connection);
+            if (stillReadable(peer->connection->state())) readMessages(peer, *peer->connection);
         }
         removeGonePeers();
     } else if (currentRole == SessionRole::Client && host && host->connection) {
         host->connection->pump();
-        if (host->connection->state() == ConnectionState::Connected) readMessages(nullptr, *host->connection);
+        if (stillReadable(host->connection->state())) readMessages(nullptr, *host->connection);
         checkHost();
     }
     for (auto& p : peers) flushQueue(*p);
     if (host) flushQueue(*host);
+    stepFarewells();
     if (currentRole == SessionRole::Host) http->step();
     sendNow();
 }
@@ -217,14 +224,16 @@ bool Session::readMessage(Connection& connection, NetMessage& out, const Session
 
 void Session::readMessages(SessionPeer* from, Connection& connection) {
     NetMessage message;
+    ConnectionState before = connection.state();
     for (;;) {
         // The login may name the peer part-way through a burst.
         bool stranger = currentRole == SessionRole::Host && from && from->name.empty();
         if (!readMessage(connection, message, from, stranger ? kLoginBodyLength : kMaxBodyLength)) return;
         dispatch(from, message);
-        // A handler may have closed or handed the connection over.
-        if (from && !from->connection) return;
-        if (connection.state() != ConnectionState::Connected) return;
+        // A handler may have closed or handed the connection over, or sent
+        // the peer away.
+        if (from && (!from->connection || from->leaving)) return;
+        if (connection.state() != before) return;
     }
 }
 
@@ -232,7 +241,7 @@ void Session::removeGonePeers() {
     for (size_t i = 0; i < peers.size();) {
         SessionPeer& p = *peers[i];
         bool handedOver = !p.connection;
-        bool gone = p.connection && (p.connection->state() == ConnectionState::Failed ||
+        bool gone = p.connection && (p.leaving || p.connection->state() == ConnectionState::Failed ||
                                      p.connection->state() == ConnectionState::Closed);
         if (!handedOver && !gone) {
             ++i;
@@ -243,7 +252,42 @@ void Session::removeGonePeers() {
         if (!gone) continue;
         if (departure) departure(*leaving);
         departedSignal.emit(*leaving);
+        ConnectionState s = leaving->connection->state();
+        if (leaving->leaving && (s == ConnectionState::Connected || s == ConnectionState::Closing)) {
+            leaving->leaveByMs = platform::nowMs() + kFarewellMs;
+            farewells.push_back(std::move(leaving));
+            if (!farewellTimer.running()) farewellTimer.start(kFarewellMs);
+        }
     }
+}
+
+void Session::stepFarewells() {
+    for (size_t i = 0; i < farewells.size();) {
+        SessionPeer& f = *farewells[i];
+        Connection& c = *f.connection;
+        c.pump();
+        c.received().clear();  // nothing it says counts any more
+        flushQueue(f);
+        if (f.queue.empty() && !c.finishing()) {
+            c.finish();
+        } else if (c.pendingSend() > 0) {
+            c.pump(-1, 0);
+        }
+        if (c.state() == ConnectionState::Closed || c.state() == ConnectionState::Failed) {
+            farewells.erase(farewells.begin() + long(i));
+        } else {
+            ++i;
+        }
+    }
+    if (farewells.empty()) farewellTimer.stop();
+}
+
+void Session::endOverdueFarewells() {
+    // A peer that neither reads what it was sent nor ends its side is not
+    // waited for any longer.
+    uint64_t now = platform::nowMs();
+    std::erase_if(farewells, [now](const auto& f) { return f->leaveByMs <= now; });
+    if (!farewells.empty()) farewellTimer.start(uint32_t(farewells.front()->leaveByMs - now));
 }
 
 void Session::checkHost() {
@@ -319,9 +363,7 @@ void Session::reportMalformed(SessionPeer* from, const NetMessage& message, std:
 }
 
 void Session::disconnect(SessionPeer& peer) {
-    if (peer.connection) peer.connection->close(true);
-    peer.queue.clear();
-    peer.queuedBytes = 0;
+    if (peer.connection) peer.leaving = true;
 }
 
 void Session::collectWatchedFds(std::vector<platform::WatchedFd>& out) const {
@@ -330,6 +372,7 @@ void Session::collectWatchedFds(std::vector<platform::WatchedFd>& out) const {
         if (p.connection) p.connection->watch(out, !p.queue.empty());
     };
     for (const auto& p : peers) watch(*p);
+    for (const auto& p : farewells) watch(*p);
     if (host && !lost) watch(*host);
     http->collectWatchedFds(out);
 }

@@ -21,6 +21,7 @@
 #include "net/NetMessage.h"
 #include "net/Resolver.h"
 #include "platform/Platform.h"
+#include "platform/Scheduler.h"
 #include "platform/Signal.h"
 
 namespace lh::net {
@@ -34,6 +35,10 @@ struct SessionPeer {
     std::deque<NetMessage> queue;            // did not fit into the send buffer
     size_t queuedBytes = 0;
     int malformedLines = 0;  // reported so far
+    // Sent away by the host: nothing more is sent or read, and what was
+    // sent before still reaches it (Session::disconnect).
+    bool leaving = false;
+    uint64_t leaveByMs = 0;  // when its connection is given up regardless
 };
 
 enum class SessionRole { Local, Host, Client };
@@ -104,8 +109,14 @@ public:
     // that a flood of garbage cannot flood the chat too.
     static constexpr int kMaxMalformedLines = 20;
     void reportMalformed(SessionPeer* from, const NetMessage& message, std::string_view why);
-    // Closes a peer's connection now; the next poll() runs its departure.
+    // Sends a peer away: the next poll() runs its departure, and nothing
+    // more is sent to it or read from it. What was sent to it before still
+    // reaches it: its connection ends gently (Connection::finish) and is
+    // given up after kFarewellMs at the latest.
+    static constexpr uint32_t kFarewellMs = 4000;
     void disconnect(SessionPeer& peer);
+    // Connections of peers sent away that are still ending.
+    size_t farewellCount() const { return farewells.size(); }
 
     // Where lines for the "systemfont" chat go; standard error until set.
     void setSystemLineSink(std::function<void(const std::string&)> sink) { systemLine = std::move(sink); }
@@ -149,6 +160,8 @@ private:
     void removeGonePeers();
     void checkHost();
     void sendNow();
+    void stepFarewells();
+    void endOverdueFarewells();
 
     SessionRole currentRole = SessionRole::Local;
     Resolver nameResolver;
@@ -157,6 +170,8 @@ private:
     size_t sendLimit = Connection::kDefaultLimit;
     std::unique_ptr<HttpServer> http;
     std::vector<std::unique_ptr<SessionPeer>> peers;
+    std::vector<std::unique_ptr<SessionPeer>> farewells;
+    platform::Timer farewellTimer;
     std::unique_ptr<SessionPeer> host;
     bool lost = false;
     std::string lostReason;

@@ -126,6 +126,10 @@ void shutdownSocket(int fd) {
     if (fd >= 0) ::shutdown(fd, SHUT_RDWR);
 }
 
+void shutdownSending(int fd) {
+    if (fd >= 0) ::shutdown(fd, SHUT_WR);
+}
+
 void closeSocket(int fd) {
     if (fd >= 0) ::close(fd);
 }

@@ -57,6 +57,9 @@ uint16_t boundPort(int fd);
 void capReceiveBuffer(int fd, int bytes);
 
 void shutdownSocket(int fd);
+// Ends our half only: the peer reads to the end of the stream, and we can
+// still read what it sends.
+void shutdownSending(int fd);
 void closeSocket(int fd);
 // Closes at once with a reset: what the kernel still holds to send is
 // dropped. A graceful end would queue behind those bytes, and a peer that

@@ -129,7 +129,8 @@ void FreeTypeFont::DrawText(RenderContext& context, int32_t x, int32_t y, const 
         const Glyph& g = glyphs[static_cast<unsigned char>(text[i])];
         if (!g.present) continue;
         if (!g.atlas.isEmpty())
-            context.DrawBitmapPart(atlasBitmap, g.atlas, x + g.left, baseline - g.top, color, clip);
+            context.DrawBitmapPart(atlasBitmap, g.atlas, x + g.left, baseline - g.top,
+                                   context.GlyphColor(color), clip);
         x += g.advance;
     }
 }

@@ -76,6 +76,12 @@ void RecordingRenderContext::DrawText(int32_t x, int32_t y, const char* text, in
     calls.push_back(c);
 }
 
+void RecordingRenderContext::DrawTextInColor(int32_t x, int32_t y, const char* text, int32_t length,
+                                             uint32_t argb, const render::Rect* clip) {
+    DrawText(x, y, text, length, clip);
+    calls.back().color = argb;
+}
+
 void RecordingRenderContext::drawSegments(const std::vector<PointF>& points, uint32_t bgr, float lineWidth,
                                           const render::Rect* clip, bool) {
     for (size_t i = 0; i + 1 < points.size(); ++i) {

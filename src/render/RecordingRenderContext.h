@@ -46,6 +46,9 @@ public:
                  bool filled) override;
     void DrawText(int32_t x, int32_t y, const char* text, int32_t length,
                   const render::Rect* clip = nullptr) override;
+    // Written down as text with `color` set to `argb`.
+    void DrawTextInColor(int32_t x, int32_t y, const char* text, int32_t length, uint32_t argb,
+                         const render::Rect* clip = nullptr) override;
 
 protected:
     void drawSegments(const std::vector<PointF>& points, uint32_t bgr, float lineWidth,

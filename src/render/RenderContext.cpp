@@ -202,6 +202,14 @@ void RenderContext::DrawText(int32_t x, int32_t y, const char* text, int32_t len
     current->DrawText(*this, x, y, text, length, clip);
 }
 
+void RenderContext::DrawTextInColor(int32_t x, int32_t y, const char* text, int32_t length, uint32_t argb,
+                                    const Rect* clip) {
+    const std::optional<uint32_t> outer = textColor;
+    textColor = argb;
+    DrawText(x, y, text, length, clip);
+    textColor = outer;
+}
+
 TextSize RenderContext::MeasureText(const char* text, int32_t length) const {
     if (!current || !current->IsLoaded() || !text || length <= 0) return {};
     return current->MeasureText(text, length);

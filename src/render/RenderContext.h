@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "render/DeviceResource.h"
@@ -79,6 +80,13 @@ public:
     void PushFont();
     void PopFont();
     virtual void DrawText(int32_t x, int32_t y, const char* text, int32_t length, const Rect* clip = nullptr);
+    // The same in colour `argb` (0xAARRGGBB) instead of the font's own: every
+    // glyph is multiplied by it, as it would be by the font's colour.
+    virtual void DrawTextInColor(int32_t x, int32_t y, const char* text, int32_t length, uint32_t argb,
+                                 const Rect* clip = nullptr);
+    // For a font drawing its glyphs: the colour to multiply them by, which is
+    // the font's own `fontColor` unless the text goes in another colour.
+    uint32_t GlyphColor(uint32_t fontColor) const { return textColor.value_or(fontColor); }
     TextSize MeasureText(const char* text, int32_t length) const;
     int32_t HitTestText(const char* text, int32_t length, int32_t x, int32_t& extent) const;
     // How many characters from the start fit in `maxWidth` pixels.
@@ -102,6 +110,7 @@ private:
     int32_t width = 0, height = 0;
     Rect clipRect;
     Font* current = nullptr;
+    std::optional<uint32_t> textColor;  // during DrawTextInColor
     std::vector<Font*> fontStack;
 };
 

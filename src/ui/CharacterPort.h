@@ -11,6 +11,11 @@
 
 #include "platform/Signal.h"
 
+namespace lh::render {
+class RenderContext;
+struct Rect;
+}  // namespace lh::render
+
 namespace lh::ui {
 
 // A character that may be taken on, as IdentitySelection shows it.
@@ -18,7 +23,7 @@ struct CharacterChoice {
     std::string name;
     std::string campaign;  // of a server character; empty for a local one
     uint32_t flags = 0;    // 1 local, 2 server
-    std::string portraitPath;  // program path of its portrait file
+    std::string portraitPath;  // program path of its portrait file; empty: where its kind keeps it
 };
 
 struct CharacterPortFunctions {
@@ -34,7 +39,14 @@ struct CharacterPortFunctions {
     // The host's selection window: whether a connected user plays the
     // name, and the deletion of a character with its portrait.
     std::function<bool(const std::string& name)> isPlayed;
-    std::function<void(const std::string& name)> deleteCharacter;
+    // False when the character stays (somebody plays it, or not the host).
+    std::function<bool(const std::string& name)> deleteCharacter;
+    // Draws the character's portrait as the strip shows it, centred on
+    // (x, y) and cut to `clip`: shaped at the portrait mask's size, or the
+    // blank with the name's initial while there is no picture.
+    std::function<void(render::RenderContext& context, const CharacterChoice& who, int32_t x, int32_t y,
+                       const render::Rect& clip)>
+        drawPortrait;
     // The strip's indicator: 0 nothing, 1 typing, 2 away.
     std::function<void(const std::string& name, int state)> setState;
     // The user name of the connected user who plays the character; empty

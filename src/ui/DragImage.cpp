@@ -25,6 +25,11 @@ namespace {
 // margin, so it is redrawn with the picture.
 constexpr int32_t kHoverMargin = 50;
 constexpr size_t kShownCharacters = 10;
+// A carried number or text lies on a dark plate this much wider and taller
+// than itself on each side, so that its light font reads as well on a
+// parchment sheet as on the dark table.
+constexpr int32_t kPlateX = 3, kPlateY = 1;
+constexpr uint32_t kPlateColor = 0xB0000000;
 
 render::Rect lastArea;
 
@@ -112,6 +117,7 @@ void drawDragImage(const Desktop& desktop, render::RenderContext& context) {
     if (r.isEmpty()) return;
     if (kind == kDragNumber || kind == kDragText) {
         std::string text = dragImageText(p, negate);
+        context.DrawRect(r.left - kPlateX, r.top - kPlateY, r.right + kPlateX, r.bottom + kPlateY, kPlateColor, true);
         context.PushFont();
         context.SetFont(imageFont());
         context.DrawText(r.left, r.top, text.data(), int32_t(text.size()));

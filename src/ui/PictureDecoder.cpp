@@ -23,6 +23,14 @@ thread_local uint32_t maxSide = render::kMaxBitmapSide;
 
 bool sizeAllowed(uint64_t w, uint64_t h) { return w > 0 && h > 0 && w <= maxSide && h <= maxSide; }
 
+// No format we read packs more pixels into a byte than this: deflate tops out
+// near 1032:1 on one-bit rows, GIF's twelve-bit codes near 2730 pixels a byte.
+// A header that claims more is lying, and a few bytes must not make us take
+// hundreds of megabytes for pixels that can never arrive.
+constexpr uint64_t kMostPixelsPerByte = 16384;
+
+bool sizePlausible(uint64_t w, uint64_t h, size_t length) { return w * h <= uint64_t(length) * kMostPixelsPerByte; }
+
 enum class Format { Png, Jpeg, Other };
 
 // The format is told by its signature; a damaged PNG or JPEG is not handed
@@ -195,7 +203,7 @@ bool decodePicture(const void* bytes, size_t length, PixelImage& out, uint32_t l
     out = PixelImage{};
     uint32_t w = 0, h = 0;
     // The header first: a picture too large to show is not decoded at all.
-    if (!readPictureSize(bytes, length, w, h) || !sizeAllowed(w, h)) return false;
+    if (!readPictureSize(bytes, length, w, h) || !sizeAllowed(w, h) || !sizePlausible(w, h, length)) return false;
     bool ok = false;
     switch (formatOf(bytes, length)) {
         case Format::Png: ok = decodePng(bytes, length, out); break;

@@ -214,7 +214,8 @@ void RulesetFont::DrawText(render::RenderContext& context, int32_t x, int32_t y,
     for (int32_t i = 0; i < length && text; ++i) {
         const GlyphSlot& g = glyphs[static_cast<unsigned char>(text[i])];
         if (!g.present) continue;
-        if (!g.atlas.isEmpty()) context.DrawBitmapPart(atlas, g.atlas, x, y, fontColor, clip);
+        if (!g.atlas.isEmpty())
+            context.DrawBitmapPart(atlas, g.atlas, x, y, context.GlyphColor(fontColor), clip);
         x += g.width - glyphOverlap;
     }
 }

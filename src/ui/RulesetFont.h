@@ -39,6 +39,12 @@ public:
     bool isGlyphFont() const { return glyphFont; }
     // 0xFFRRGGBB for a glyph font; the platform form 0x00BBGGRR otherwise.
     uint32_t color() const { return fontColor; }
+    // The colour the text shows in, 0x00BBGGRR as lines are drawn: for a
+    // caret or an underline that belongs to the text.
+    uint32_t lineColor() const {
+        if (!glyphFont) return fontColor & 0xFFFFFF;
+        return ((fontColor & 0xFF) << 16) | (fontColor & 0xFF00) | ((fontColor >> 16) & 0xFF);
+    }
     int32_t overlap() const { return glyphOverlap; }
     const std::string& face() const { return faceName; }
     int32_t pointSize() const { return size; }

@@ -249,7 +249,7 @@ void StringControl::Draw(render::RenderContext& context, const render::Rect& cli
         float y = float(top + underlineOffset);
         render::Rect cut = render::intersect(clip, {wx + textRect.left, wy + textRect.top, wx + textRect.right,
                                                     wy + textRect.bottom + 1});
-        if (width > 0) context.DrawLine(float(left), y, float(left + width), y, 0x00000000, 1.0f, &cut);
+        if (width > 0) context.DrawLine(float(left), y, float(left + width), y, TextLineColor(), 1.0f, &cut);
     }
 }
 

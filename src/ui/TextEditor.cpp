@@ -35,6 +35,11 @@ int32_t TextEditor::FontHeight() const {
     return f ? f->LineHeight() : 0;
 }
 
+uint32_t TextEditor::TextLineColor() const {
+    RulesetFont* f = EditorFont();
+    return f ? f->lineColor() : 0;
+}
+
 int32_t TextEditor::visibleLines() const {
     if (!multiLine()) return 1;
     return std::max<int32_t>(1, textRect.height() / lineSpacing);
@@ -239,7 +244,7 @@ void TextEditor::DrawEditor(render::RenderContext& context, const render::Rect& 
         if (i == caretLine) {
             caretX = x - area.left + lineWidth(text, start, caret);
             const float cx = float(area.left + caretX);
-            context.DrawLine(cx, float(y), cx, float(y + height), 0x00000000, 1.0f, &cut);
+            context.DrawLine(cx, float(y), cx, float(y + height), TextLineColor(), 1.0f, &cut);
         }
     }
     context.PopFont();

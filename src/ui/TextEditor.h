@@ -68,6 +68,9 @@ public:
     virtual int32_t TextWidth(const char* text, int32_t length) const;
     virtual int32_t FontHeight() const;
     RulesetFont* EditorFont() const;
+    // The text's colour for lines drawn with it (the caret, an underline),
+    // as DrawLine takes it.
+    uint32_t TextLineColor() const;
 
     bool multiLine() const { return lineSpacing > 0; }
     int32_t visibleLines() const;

@@ -11,7 +11,11 @@
 #include "db/Users.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
+#include "platform/Clipboard.h"
+#include "platform/Clock.h"
 #include "platform/Events.h"
+#include "platform/Platform.h"
+#include "platform/Scheduler.h"
 #include "ui/ChatPort.h"
 #include "ui/Desktop.h"
 #include "ui/Identities.h"
@@ -21,7 +25,7 @@ namespace lh::chat {
 namespace {
 
 constexpr int kReturn = 0x0D, kTab = 0x09, kEscape = 0x1B, kLeft = 0x25, kRight = 0x27, kUp = 0x26, kDown = 0x28,
-              kBackspace = 0x08, kHome = 0x24;
+              kBackspace = 0x08, kHome = 0x24, kPageUp = 0x21, kPageDown = 0x22, kKeyV = 0x56;
 constexpr int kSlashKey = 0x35, kStopKey = 0x29;
 
 struct EntryRig {
@@ -156,6 +160,16 @@ TEST(ChatEntry, EditingKeysBuffersAndHistory) {
     EXPECT_EQ(rig.entry.text(), "line 3");
     for (int n = 0; n < 12; ++n) rig.key(kDown);
     EXPECT_EQ(rig.entry.text(), "");
+    // Page Up and Down move the chat's view by five lines; at the newest
+    // line it follows again.
+    const int newest = int(rig.window.allLines().size()) - 1;
+    rig.key(kPageUp);
+    EXPECT_EQ(rig.window.scrollPosition(), newest - ChatWindow::kPageLines);
+    rig.key(kPageUp);
+    rig.key(kPageDown);
+    EXPECT_EQ(rig.window.scrollPosition(), newest - ChatWindow::kPageLines);
+    rig.key(kPageDown);
+    EXPECT_EQ(rig.window.scrollPosition(), -1);
 
     // "/" by its key's place on an empty entry, the layout's character
     // elsewhere; the stop key never types, and on a host posts a halt mark.
@@ -191,6 +205,43 @@ TEST(ChatEntry, EditingKeysBuffersAndHistory) {
     EXPECT_EQ(rig.last().text, "Hit!");
     EXPECT_TRUE(rig.last().attachment);
     EXPECT_FALSE(rig.entry.pendingAttachment());
+    ui::identities().clear();
+}
+
+// The typing mark on the program's own clock: on with the first key, kept
+// by each further key, off after five seconds without one; and a paste,
+// which the desktop's clipboard holds as UTF-8, arrives 8-bit at the caret.
+TEST(ChatEntry, TypingEndsWhenIdleAndPasteTakesEightBitText) {
+    ui::identities().clear();
+    ui::identities().selectOrMakeIdentity("Keeper", "dmfont");
+    platform::useManualClock(0);
+    EntryRig rig(db::SessionMode::Host);
+    rig.type("a");
+    EXPECT_TRUE(rig.entry.isTyping());
+    platform::advanceClock(3000);
+    rig.type("b");  // the five seconds start again
+    platform::advanceClock(4999);
+    platform::runDueTimers();
+    EXPECT_TRUE(rig.entry.isTyping());
+    platform::advanceClock(1);
+    platform::runDueTimers();
+    EXPECT_FALSE(rig.entry.isTyping());
+    EXPECT_EQ(rig.entry.text(), "ab");
+    platform::useRealClock();
+
+    std::string error;
+    ASSERT_TRUE(platform::initialize(error)) << error;
+    rig.entry.clipboard = [] { return platform::clipboardText(); };
+    platform::setClipboardText("caf\xE9 \x80");
+    rig.key(kHome);
+    rig.key(kKeyV, platform::ModCtrl);
+    EXPECT_EQ(rig.entry.text(), "caf\xE9 \x80" "ab");
+    EXPECT_TRUE(rig.entry.isTyping());
+    // A paste that would overflow the entry is left out whole.
+    rig.type(std::string(ChatEntry::kMaxChars - rig.entry.text().size() - 2, 'x'));
+    rig.key(kKeyV, platform::ModCtrl);
+    EXPECT_EQ(rig.entry.text().size(), ChatEntry::kMaxChars - 2);
+    platform::shutdown();
     ui::identities().clear();
 }
 

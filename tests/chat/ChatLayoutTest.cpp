@@ -6,6 +6,7 @@
 #include "ChatTestFont.h"
 #include "chat/ChatLine.h"
 #include "chat/ChatWindow.h"
+#include "render/RecordingRenderContext.h"
 #include "render/RenderContext.h"
 #include "ui/Identities.h"
 
@@ -96,6 +97,36 @@ TEST(ChatLayout, LinesMeasureTextLabelAndAttachment) {
     EXPECT_EQ(f.drawn[1].x, 100 + 28 + 10);
     EXPECT_EQ(f.drawn[1].y, 55);  // centred on the taller attachment
     EXPECT_EQ(line.attachment->rect.left, 138 + 56 + 5);
+
+    // The turn rule: one pixel high, unfilled, in the font's colour, from 5
+    // pixels after the end of the last text line to the right edge, at that
+    // line's middle; a word cut at the edge puts it after the cut's rest.
+    struct Turn {
+        const char* text;
+        bool marker;
+        int32_t from;  // 0: no rule
+    };
+    for (const Turn& t : {Turn{"one two three", true, 100 + 35 + 5}, Turn{"one two three", false, 0},
+                          Turn{"ninechars", true, 100 + 14 + 5}}) {
+        ChatLine turn(t.text, "", "narratorfont");
+        turn.font = &f;
+        turn.turnMarker = t.marker;
+        render::RecordingRenderContext recording;
+        const int32_t height = turn.measure(recording, 65);
+        EXPECT_EQ(height, 20) << t.text;
+        turn.paint(recording, {100, 50, 165, 50 + height}, nullptr);
+        std::vector<render::DrawCall> rules;
+        for (const render::DrawCall& c : recording.calls)
+            if (c.kind == render::DrawCall::Rect) rules.push_back(c);
+        ASSERT_EQ(rules.size(), t.from ? 1u : 0u) << t.text;
+        if (!t.from) continue;
+        EXPECT_FALSE(rules[0].filled);
+        EXPECT_EQ(rules[0].color, lineColor(&f));
+        EXPECT_EQ(rules[0].x1, t.from) << t.text;
+        EXPECT_EQ(rules[0].x2, 165);
+        EXPECT_EQ(rules[0].y1, 50 + 10 + 5);  // the second line's middle
+        EXPECT_EQ(rules[0].y2, 50 + 10 + 6);
+    }
 }
 
 TEST(ChatLayout, LabelsComeFromSpeakerOrIdentity) {

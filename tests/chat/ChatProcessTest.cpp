@@ -2,7 +2,8 @@
 // test driver's scripts and followed through their traces: a player joins
 // and types "bob" to become "Bob"; lines go both ways, a player's shown only
 // when the host's echo comes back; each Return variant reaches every screen
-// with its speaker and font; the typing marks go on and off; a second player
+// with its speaker and font; the typing marks go on and off, the host's
+// showing as the wait icon on the player's screen; a second player
 // asking for "Bob" is refused and keeps the window; the host logs it all.
 #include <gtest/gtest.h>
 
@@ -43,13 +44,14 @@ bool hasLine(const std::string& trace, const std::string& text) { return positio
 
 // How many pixels of the chat area have exactly this colour (0xRRGGBB):
 // a glyph's solid middle shows its font's colour untouched.
-int pixelsOfColour(const std::filesystem::path& png, uint32_t rgb) {
+int pixelsOfColour(const std::filesystem::path& png, uint32_t rgb, uint32_t left = 26, uint32_t top = 346,
+                   uint32_t right = 434, uint32_t bottom = 616) {
     std::string bytes = readFile(png);
     ui::PixelImage shot;
     if (!ui::decodePicture(bytes.data(), bytes.size(), shot)) return -1;
     int count = 0;
-    for (uint32_t y = 346; y < 616 && y < shot.height; ++y) {
-        for (uint32_t x = 26; x < 434 && x < shot.width; ++x) {
+    for (uint32_t y = top; y < bottom && y < shot.height; ++y) {
+        for (uint32_t x = left; x < right && x < shot.width; ++x) {
             if ((shot.pixels[size_t(y) * shot.width + x] & 0xFFFFFF) == rgb) ++count;
         }
     }
@@ -84,6 +86,7 @@ until chat chatfont [Bob:] Hello all
 until typing Bob 1
 until typing Bob 0
 text The door creaks open.
+until typing Bob 1
 key Return ctrl
 until chat emotefont [Bob:] waves
 until sent IDENR 1 Cy
@@ -111,8 +114,10 @@ key Return
 until chat chatfont [Bob:] Hello all
 until host typing 1
 until host typing 0
+until host typing 1
+screenshot waiting
 text x
-wait 100
+until host typing 0
 key Escape
 until chat narratorfont [] The door creaks open.
 text waves
@@ -187,6 +192,12 @@ quit 0
     EXPECT_GT(pixelsOfColour(annDir.path() / "ann.png", 0xF0C860), 10);
     EXPECT_GT(pixelsOfColour(annDir.path() / "ann.png", 0xE6CFA4), 10);
     EXPECT_GT(pixelsOfColour(hostDir.path() / "host.png", 0xECE6DA), 10);
+    // The wait icon (a brown disc at 412,346) stands while the Gamemaster
+    // types, and is gone once he has sent. The player's script waits for
+    // the second mark: the first pair was his welcome.
+    constexpr uint32_t kWaitGround = 0x8A5A14;
+    EXPECT_GT(pixelsOfColour(annDir.path() / "waiting.png", kWaitGround, 412, 346, 434, 368), 50);
+    EXPECT_EQ(pixelsOfColour(annDir.path() / "ann.png", kWaitGround, 412, 346, 434, 368), 0);
 }
 
 }  // namespace

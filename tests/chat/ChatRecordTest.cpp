@@ -12,6 +12,8 @@
 #include "chat/ChatWire.h"
 #include "chat/IdentityViews.h"
 #include "chat/Poll.h"
+#include "db/DbNode.h"
+#include "db/StringValue.h"
 #include "db/Users.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
@@ -28,6 +30,7 @@
 #include "ui/Identities.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
+#include "ui/WindowClass.h"
 
 namespace lh::chat {
 namespace {
@@ -207,6 +210,81 @@ struct Carried final : ui::DesktopObject {
         return 1;
     }
 };
+
+// The Gamemaster's strip of Identities, 100 pixels a plate: a click makes
+// one active and resets the entry, a middle or control click and the menu
+// remove one (never the first), a dropped text or a dropped sheet whose
+// name field the Ruleset accepts makes an NPC Identity.
+TEST(IdentityList, ClicksRemoveAndDropsMakeVoices) {
+    ui::identities().clear();
+    ui::identities().selectOrMakeIdentity("Keeper", "dmfont");
+    for (const char* name : {"Grub", "Vala", "Orm"}) ui::identities().selectOrMakeIdentity(name, "npcchatfont");
+    ui::IdentityListSettings& settings = ui::ruleset().settings.identityList;
+    settings = {};
+    settings.present = true;
+    settings.spacing = 100;
+    settings.acceptDrops.push_back({"charsheet", "name"});
+    IdentityList list;
+    list.rect = {0, 0, 400, 30};
+    int resets = 0;
+    list.selected = [&] { ++resets; };
+    auto names = [] {
+        std::string out;
+        for (const auto& identity : ui::identities().all()) out += identity->name + ",";
+        return out;
+    };
+    auto release = [&](int message, int32_t x, uint32_t flags = 0) {
+        list.MouseButton(message, flags, ui::mouse::pack(x, 10));
+    };
+
+    release(ui::mouse::kLeftUp, 150);
+    EXPECT_EQ(ui::activeIdentity()->name, "Grub");
+    EXPECT_EQ(resets, 1);
+    release(ui::mouse::kMiddleUp, 350);
+    release(ui::mouse::kLeftUp, 50, ui::mouse::kControl);  // the first stays
+    release(ui::mouse::kMiddleUp, 50);
+    EXPECT_EQ(names(), "Keeper,Grub,Vala,");
+    release(ui::mouse::kLeftUp, 250, ui::mouse::kControl);
+    EXPECT_EQ(names(), "Keeper,Grub,");
+    EXPECT_EQ(resets, 1);
+    ui::inputState().lastMousePosition = ui::mouse::pack(50, 10);
+    EXPECT_FALSE(list.BuildMenu());
+    ui::inputState().lastMousePosition = ui::mouse::pack(150, 10);
+    ASSERT_TRUE(list.BuildMenu());
+    list.MenuSelected(1);
+    EXPECT_EQ(names(), "Keeper,");
+
+    ui::desktop().dragPayload = {};
+    ui::desktop().dragPayload.kind = 2;
+    ui::desktop().dragPayload.text = "Innkeeper";
+    EXPECT_EQ(list.MouseDrop(0, 0, 0, nullptr), 1);
+    ASSERT_EQ(ui::activeIdentity()->name, "Innkeeper");
+    EXPECT_EQ(ui::activeIdentity()->fontName, "npcchatfont");
+
+    auto sheet = std::make_unique<ui::WindowClass>();
+    sheet->dataSource = "charsheet";
+    ui::ruleset().windowClasses["charsheet"] = std::move(sheet);
+    db::DbNode* field = db::rootNode().addChild("charsheet")->addChild("00001")->addChild("name");
+    field->attachValue(std::make_unique<db::StringValue>());
+    field->valueAs<db::StringValue>()->set("Grimble");
+    db::DbNode* before = ui::desktop().root;
+    ui::desktop().root = &db::rootNode();
+    ui::desktop().dragPayload = {};
+    ui::desktop().dragPayload.kind = 3;
+    ui::desktop().dragPayload.className = "charsheet";
+    ui::desktop().dragPayload.recordName = "00001";
+    EXPECT_EQ(list.MouseDrop(0, 0, 0, nullptr), 1);
+    EXPECT_EQ(names(), "Keeper,Innkeeper,Grimble,");
+    EXPECT_EQ(ui::activeIdentity()->fontName, "npcchatfont");
+    ui::desktop().dragPayload.className = "notes";  // not accepted
+    EXPECT_EQ(list.MouseDrop(0, 0, 0, nullptr), 0);
+
+    ui::desktop().root = before;
+    ui::desktop().dragPayload = {};
+    db::clearTree();
+    ui::clearRuleset();
+    ui::identities().clear();
+}
 
 TEST(ChatWindow, MenusDropsAndTheMiddleButton) {
     ui::identities().clear();

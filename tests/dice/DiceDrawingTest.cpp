@@ -76,11 +76,9 @@ TEST_F(DiceDrawingTest, TheFaceOnTopIsTheReading) {
             DieBody* die = world.Add(std::make_unique<DieBody>(world, shape, 0xFF203040u, 1u));
             // In the middle of the picture, lying on the table.
             const float t = (info.restHeight + 150.0f) / 130.0f;
-            die->orientation = turnUp(up);
             die->center = Vec3{(-19.5f + 80.0f * 0.0380859375f) * t, (15.234375f - 60.0f * 0.0380859375f) * t,
                                info.restHeight};
-            die->Rebuild();
-            die->Fit();
+            die->SetOrientation(turnUp(up));
             const int32_t value = die->ReadFace();
             ASSERT_GE(value, 0) << "shape " << shape;
             ++seen[value];
@@ -94,8 +92,8 @@ TEST_F(DiceDrawingTest, TheFaceOnTopIsTheReading) {
                 for (const ModelFace& f : faces) {
                     bool has = false;
                     for (Vec3 c : f.corners) has = has || length(c - corner) < 0.05f;
-                    if (has && (!best || transformPoint(f.normal, die->orientation).z <
-                                             transformPoint(best->normal, die->orientation).z))
+                    if (has && (!best || transformPoint(f.normal, die->orientation()).z <
+                                             transformPoint(best->normal, die->orientation()).z))
                         best = &f;
                 }
                 ASSERT_TRUE(best);
@@ -106,7 +104,7 @@ TEST_F(DiceDrawingTest, TheFaceOnTopIsTheReading) {
                 for (const ModelFace& f : faces)
                     if (dot(f.normal, up) > 0.9999f) look = f.centre;
             }
-            Vec3 w = transformPoint(look, die->worldMatrix);
+            Vec3 w = transformPoint(look, die->worldMatrix());
             glm::vec3 pixel = render::projectPoint({w.x, w.y, w.z}, camera.viewport, camera.projection, camera.view,
                                                    glm::mat4(1.0f));
 

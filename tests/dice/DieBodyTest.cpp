@@ -167,27 +167,27 @@ TEST(DieBody, FitFindsTheOrientationAndTheWorldMatrixCarriesTheDrawOffset) {
         die.MoveTo(Vec3{3.0f, -2.0f, -5.0f});
         Matrix4 expected = rotationYawPitchRoll(2.1f, -0.7f, 1.3f);
         for (int i = 0; i < 16; ++i)
-            EXPECT_NEAR(die.orientation.m[i], expected.m[i], kFitTolerance) << shape << " " << i;
-        EXPECT_NEAR(die.worldMatrix.m[12], 3.0f, 1e-5f);
-        EXPECT_NEAR(die.worldMatrix.m[13], -2.0f, 1e-5f);
-        EXPECT_NEAR(die.worldMatrix.m[14], -5.0f + shapeInfo(shape).drawOffsetZ, 1e-5f);
+            EXPECT_NEAR(die.orientation().m[i], expected.m[i], kFitTolerance) << shape << " " << i;
+        EXPECT_NEAR(die.worldMatrix().m[12], 3.0f, 1e-5f);
+        EXPECT_NEAR(die.worldMatrix().m[13], -2.0f, 1e-5f);
+        EXPECT_NEAR(die.worldMatrix().m[14], -5.0f + shapeInfo(shape).drawOffsetZ, 1e-5f);
         // Rebuild lays the model out again, turned by the fitted orientation.
         die.Rebuild();
         for (int i = 0; i < die.vertexCount; ++i) {
-            Vec3 expect = transformPoint(shapeInfo(shape).vertices[i], die.orientation) + die.center;
+            Vec3 expect = transformPoint(shapeInfo(shape).vertices[i], die.orientation()) + die.center;
             Vec3 got = die.position(i);
             EXPECT_EQ(std::memcmp(&expect, &got, sizeof expect), 0);
         }
         die.Fit();
         for (int i = 0; i < 16; ++i)
-            EXPECT_NEAR(die.orientation.m[i], expected.m[i], kFitTolerance) << shape << " " << i;
+            EXPECT_NEAR(die.orientation().m[i], expected.m[i], kFitTolerance) << shape << " " << i;
     }
     // Upside down about A (the antiparallel case of the fit) is still a rotation.
     DieBody die(world, kShapeD6, 0u, 0u);
     die.SetOrientation(0.0f, 3.14159265f, 0.0f);
     for (int i = 0; i < die.vertexCount; ++i)
         EXPECT_NEAR(length(die.position(i) - die.center), 1.0825318f, 1e-5f);
-    const Matrix4& o = die.orientation;
+    const Matrix4& o = die.orientation();
     Vec3 r0{o.m[0], o.m[1], o.m[2]}, r1{o.m[4], o.m[5], o.m[6]}, r2{o.m[8], o.m[9], o.m[10]};
     EXPECT_NEAR(dot(cross(r0, r1), r2), 1.0f, 1e-5f);
 }

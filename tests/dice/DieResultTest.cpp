@@ -10,6 +10,7 @@
 #include "dice/ModifierCollector.h"
 #include "render/Bitmap.h"
 #include "render/Font.h"
+#include "render/RecordingRenderContext.h"
 #include "ui/DieType.h"
 #include "ui/MenuModel.h"
 #include "ui/RulesetData.h"
@@ -133,6 +134,24 @@ TEST(DieResult, MeasureWithAndWithoutIcons) {
     EXPECT_EQ(measureDieResult(wide, style, 100, false), (render::Rect{0, 0, 12 + 25 + 40, 12 + 20}));
     // The text wider than the line: one die to a row.
     EXPECT_EQ(layoutDieResult(wide, style, 10, false, true).columns, 1);
+
+    // Drawn, the total stands in grey behind the modifier, each die's
+    // number in the font's own colour.
+    render::RecordingRenderContext drawn;
+    drawDieResult(wide, style, drawn, render::Rect{0, 0, 100, 32}, render::Rect{0, 0, 200, 200}, false);
+    int numbers = 0, totals = 0;
+    for (const render::DrawCall& c : drawn.calls) {
+        if (c.kind != render::DrawCall::Text) continue;
+        if (c.text == " 15") {
+            ++totals;
+            EXPECT_EQ(c.color, 0xFFAFAFAFu);
+        } else if (c.text == "3") {
+            ++numbers;
+            EXPECT_EQ(c.color, 0u);
+        }
+    }
+    EXPECT_EQ(totals, 1);
+    EXPECT_EQ(numbers, 5);
 }
 
 TEST(ModifierCollector, EntriesDescriptionAndAdjustment) {

@@ -36,7 +36,7 @@ void hashWorld(const DiceWorld& world, Fnv64& fnv) {
             Vec3 p = die->position(i);
             fnv.add(p.x), fnv.add(p.y), fnv.add(p.z);
         }
-        for (float v : die->worldMatrix.m) fnv.add(v);
+        for (float v : die->worldMatrix().m) fnv.add(v);
     }
 }
 

@@ -9,6 +9,8 @@
 #include "net/MessageCatalogue.h"
 #include "net/MessageReader.h"
 #include "net/Session.h"
+#include "platform/Clock.h"
+#include "platform/Scheduler.h"
 #include "support/TestSupport.h"
 
 using namespace lh::net;
@@ -213,4 +215,78 @@ TEST(Session, MessagesThatDoNotFitQueueAndLeaveInOrder) {
     ASSERT_TRUE(pumpUntil({&host, &client}, [&] { return got.size() == sent.size(); }));
     EXPECT_EQ(got, sent);
     EXPECT_EQ(host.pendingBytes(peer), 0u);
+}
+
+// A player sent away (a kick) still gets everything sent to her before: what
+// the host had pushed into the socket, what waited in its buffer and in the
+// peer's queue, even while she keeps talking, so that the host holds unread
+// input at the close. The host lets go of the connection at her end of the
+// stream, or after its time-out if that never comes.
+TEST(Session, APeerSentAwayGetsAllThatWasSentBefore) {
+    struct ManualClock {
+        ManualClock() { lh::platform::useManualClock(1000); }
+        ~ManualClock() { lh::platform::useRealClock(); }
+    } clock;
+    Session host;
+    host.setSendLimit(64 * 1024);  // part of what is sent waits in the peer's queue
+    uint16_t port = openLoopbackHost(host);
+    Session clients[2];
+    std::vector<std::string> got[2];
+    for (int i = 0; i < 2; ++i) {
+        clients[i].connectToHost("127.0.0.1", port);
+        clients[i].setHandler(tags::CHATR, [&got, i](SessionPeer*, const NetMessage& m) {
+            got[i].push_back(bodyText(m));
+            return HandlerResult::Handled;
+        });
+    }
+    ASSERT_TRUE(pumpUntil({&host, &clients[0], &clients[1]}, [&] { return host.users().size() == 2; }));
+    std::vector<std::string> departed;
+    host.setDepartureHandler([&](SessionPeer& p) { departed.push_back(p.name); });
+    host.users()[0]->name = "p0";
+    host.users()[1]->name = "p1";
+    // Which client is which peer: by the ports.
+    auto clientOf = [&](const std::string& name) -> Session& {
+        uint16_t peerPort = host.findUser(name)->connection->port();
+        uint16_t first = lh::platform::boundPort(clients[0].hostPeer()->connection->socket());
+        return peerPort == first ? clients[0] : clients[1];
+    };
+
+    std::vector<std::string> sent;
+    for (int i = 0; i < 40; ++i) sent.push_back("before the kick " + std::to_string(i) + std::string(4000, 'x'));
+    for (const char* name : {"p0", "p1"}) {
+        Session& client = clientOf(name);
+        // The first half is in the socket already and the client has read none of it.
+        for (size_t i = 0; i < sent.size() / 2; ++i) host.sendTo(textMessage(tags::CHATR, sent[i]), name);
+        host.poll();
+        // The client talks on, unread by the host...
+        for (int i = 0; i < 20; ++i) client.sendToHost(textMessage(tags::CHATQ, std::string(2000, 'y')));
+        client.hostPeer()->connection->pump(-1, 0);
+        // ...while the host sends the rest and the kick.
+        for (size_t i = sent.size() / 2; i < sent.size(); ++i) host.sendTo(textMessage(tags::CHATR, sent[i]), name);
+        ASSERT_FALSE(host.findUser(name)->queue.empty());
+        host.disconnect(*host.findUser(name));
+        host.sendTo(textMessage(tags::CHATR, "after the kick"), name);
+    }
+    ASSERT_TRUE(pumpUntil({&host, &clients[0], &clients[1]},
+                          [&] { return clients[0].hostLost() && clients[1].hostLost(); }));
+    for (auto& g : got) {
+        EXPECT_EQ(g.size(), sent.size());
+        EXPECT_TRUE(g == sent);
+    }
+    EXPECT_EQ(clients[0].hostLostReason(), "connection closed");
+    std::sort(departed.begin(), departed.end());
+    EXPECT_EQ(departed, (std::vector<std::string>{"p0", "p1"}));
+    EXPECT_TRUE(host.users().empty());
+
+    // One ends its side: the host lets go at once. The other never does:
+    // the host waits for her until the time-out.
+    ASSERT_EQ(host.farewellCount(), 2u);
+    clients[0].hostPeer()->connection->close(true);
+    ASSERT_TRUE(pumpUntil({&host}, [&] { return host.farewellCount() == 1; }));
+    lh::platform::advanceClock(Session::kFarewellMs - 1);
+    lh::platform::runDueTimers();
+    EXPECT_EQ(host.farewellCount(), 1u);
+    lh::platform::advanceClock(1);
+    lh::platform::runDueTimers();
+    EXPECT_EQ(host.farewellCount(), 0u);
 }

@@ -226,6 +226,40 @@ TEST_F(Drawing, TextIsCutToTheClipAndMeasured) {
     EXPECT_EQ(litIn(0, 10, 0, kHeight), 0);  // nothing left of the pen
 }
 
+// Text in a colour of its own: the glyphs of a white font come out in that
+// colour, and the next plain text is in the font's colour again.
+TEST_F(Drawing, TextDrawsInAGivenColourForThatCallOnly) {
+    render::FreeTypeFont::Options options;
+    options.pixelSize = 24;
+    options.color = 0xFFFFFFFFu;
+    auto font = render::FreeTypeFont::Open(options);
+    ASSERT_TRUE(font) << "no system font found";
+    frame([&](RenderContext& c) {
+        c.SetFont(font.get());
+        c.DrawTextInColor(10, 10, "MMMM", 4, 0xFFAFAFAFu);
+        c.DrawTextInColor(10, 50, "MMMM", 4, 0xFF20C040u);
+        c.DrawText(10, 90, "MMMM", 4);
+    });
+    auto s = screen();
+    // The brightest pixel of each line: the middle of a stroke, where the
+    // glyph covers the pixel fully and the colour shows as it is.
+    auto brightest = [&](int y0) {
+        uint32_t best = 0;
+        int bestSum = -1;
+        for (int y = y0; y < y0 + 30; ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                uint32_t p = at(s, x, y);
+                int sum = int(p & 0xFF) + int((p >> 8) & 0xFF) + int((p >> 16) & 0xFF);
+                if (sum > bestSum) bestSum = sum, best = p;
+            }
+        }
+        return best;
+    };
+    EXPECT_TRUE(near(brightest(10), 0xFFAFAFAFu, 2));
+    EXPECT_TRUE(near(brightest(50), 0xFF20C040u, 2));
+    EXPECT_TRUE(near(brightest(90), 0xFFFFFFFFu, 2));
+}
+
 TEST_F(Drawing, RenderTargetsDrawMidFrameAndComeBackEmptyAfterReset) {
     GraphicsDevice& device = GraphicsDevice::Get();
     render::Bitmap target;

@@ -1,6 +1,8 @@
 // The window tests' Ruleset and test control.
 #include "DesktopFixture.h"
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <vector>
 
@@ -9,6 +11,7 @@
 #include "db/XmlParse.h"
 #include "render/Bitmap.h"
 #include "render/RenderContext.h"
+#include "ui/GlyphFile.h"
 #include "ui/ControlFactory.h"
 #include "ui/RulesetData.h"
 #include "ui/RulesetLoader.h"
@@ -174,6 +177,20 @@ void loadWindowRuleset(const char* xml) {
     addIcon("openpressed", 20, 0xFF404040);
     addIcon("pic", 16, 0xFFFF00FF);
     ui::LoadRulesetFile(db::parseXmlText(xml, "windows test"), db::SessionMode::Host);
+}
+
+void addFixedFont(const char* name) {
+    ui::GlyphSet set;
+    for (int c = 32; c < 256; ++c) {
+        set.glyphs[size_t(c)].width = 7;
+        set.glyphs[size_t(c)].height = 10;
+        set.glyphs[size_t(c)].alpha.assign(70, 255);
+        set.present[size_t(c)] = true;
+    }
+    std::vector<uint8_t> bytes = ui::writeGlyphFile(set);
+    auto font = std::make_unique<ui::RulesetFont>();
+    if (!font->LoadGlyphs(bytes.data(), bytes.size(), 0xFFFFFFFF)) ADD_FAILURE() << "the fixed font does not load";
+    ui::ruleset().fonts[name] = std::move(font);
 }
 
 }  // namespace lh::test

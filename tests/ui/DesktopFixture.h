@@ -46,4 +46,8 @@ extern const char* const kWindowRuleset;
 // Clears the Ruleset maps and loads `xml` with the icons above.
 void loadWindowRuleset(const char* xml = kWindowRuleset);
 
+// Adds a font `name` whose every character is a white block 7 pixels wide
+// and 10 high, so that tests know where text stands to the pixel.
+void addFixedFont(const char* name);
+
 }  // namespace lh::test

@@ -12,6 +12,7 @@
 #include "platform/Clock.h"
 #include "platform/Scheduler.h"
 #include "render/Bitmap.h"
+#include "render/RecordingRenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
 #include "ui/DesktopMenu.h"
@@ -531,6 +532,24 @@ TEST_F(DesktopInput, KeysGoToHotKeysBookmarksShortcutsAndTheFocus) {
     EXPECT_EQ(chat.keys, 1);
     desk->Char('7', 71);  // a digit of the pad is the bookmark's
     EXPECT_EQ(chat.keys, 1);
+    // The stored window blinks: it is left out of the drawing for 100 ms.
+    platform::useManualClock(1000);
+    auto drawCalls = [&] {
+        render::RecordingRenderContext context;
+        desk->Draw(context, {0, 0, 1024, 768});
+        return context.calls.size();
+    };
+    desk->KeyDown(0, 0x68, 72);
+    desk->KeyDown(0, 0x68, 72, true);
+    desk->KeyUp(0x68, 72);
+    const size_t hidden = drawCalls();
+    platform::advanceClock(99);
+    platform::runDueTimers();
+    EXPECT_EQ(drawCalls(), hidden);
+    platform::advanceClock(1);
+    platform::runDueTimers();
+    EXPECT_EQ(drawCalls(), hidden + 1);  // the sheet's box is back
+    platform::useRealClock();
     // A shortcut of a desktop window takes its key until the key goes up.
     open("shortcuts", "");
     EXPECT_TRUE(desk->KeyDown(2, 'B', 48));

@@ -1,8 +1,9 @@
 // The running program driven by a script, headless: an opener on the
 // shortcut window opens a sheet on its record, the sheet is dragged, resized
 // with control held (it is DYNAMIC), turned to its second page by a tab,
-// minimized and restored by a toggling opener. The trace tells each step and
-// the screenshots show it.
+// minimized and restored by a toggling opener, and the program ends while a
+// field holds a typed number. The trace tells each step and the screenshots
+// show it.
 #include <gtest/gtest.h>
 
 #include "ScriptedDesktop.h"
@@ -16,7 +17,8 @@ const char* kBase = R"(<root>
   <icon name="red" file="rulesets\WinTest\red.png"/>
   <framedef name="green"><bitmap file="rulesets\WinTest\frame.png"/><middle rect="0,0,6,6"/></framedef>
   <windowclass name="page1"><sheetdata><staticgraphic><bounds rect="20,40,16,16"/><icon name="blue"/></staticgraphic></sheetdata></windowclass>
-  <windowclass name="page2"><sheetdata><staticgraphic><bounds rect="20,40,16,16"/><icon name="red"/></staticgraphic></sheetdata></windowclass>
+  <windowclass name="page2"><sheetdata><staticgraphic><bounds rect="20,40,16,16"/><icon name="red"/></staticgraphic>
+    <numbercontrol name="might"><bounds rect="60,40,30,20"/></numbercontrol></sheetdata></windowclass>
   <windowclass name="sheet">
     <frame name="green"/><datasource name="sheets"/><minimize icon="mini"/>
     <defaultsize width="200" height="150"/><defaultposition x="100" y="100"/><dynamic/>
@@ -63,6 +65,9 @@ screenshot minimized
 click left 954 25
 wait 100
 screenshot restored
+# the program ends while a field holds the keyboard and a typed number
+click left 225 170
+text 7
 quit 0
 )";
 

@@ -11,6 +11,7 @@
 #include <map>
 
 #include "DesktopFixture.h"
+#include "support/TestSupport.h"
 #include "db/DbContext.h"
 #include "db/DbNode.h"
 #include "db/IntValue.h"
@@ -19,16 +20,19 @@
 #include "db/Users.h"
 #include "platform/Clock.h"
 #include "platform/Clipboard.h"
+#include "platform/Paths.h"
 #include "render/GraphicsDevice.h"
+#include "render/RecordingRenderContext.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
 #include "ui/DesktopToken.h"
 #include "ui/DragImage.h"
-#include "ui/GlyphFile.h"
 #include "ui/InputState.h"
 #include "ui/MenuModel.h"
 #include "ui/NumberControl.h"
+#include "ui/ResourceFile.h"
 #include "ui/RulesetData.h"
+#include "ui/RulesetLoader.h"
 #include "ui/StringControl.h"
 #include "ui/TextEditor.h"
 #include "ui/Window.h"
@@ -60,6 +64,7 @@ const char* kFieldRuleset = R"(<root>
       <stringcontrol name="label"><bounds rect="10,140,100,30"/><multiline spacing="10"/><static value="one#0dtwo"/></stringcontrol>
       <stringcontrol name="link"><bounds rect="120,140,80,20"/><link handler="opener"/></stringcontrol>
       <windowopencontrol name="opener"><bounds rect="210,140,20,20"/><icon normal="open"/><class name="other"/></windowopencontrol>
+      <stringcontrol name="line"><bounds rect="10,175,200,20"/><multiline/></stringcontrol>
     </sheetdata>
   </windowclass>
   <windowclass name="item">
@@ -78,21 +83,6 @@ struct CountingSink : db::ReplicationSink {
     void publishNode(db::DbNode& node) override { ++published[node.pathOf()]; }
     void nodeDeleted(const std::string&) override {}
 };
-
-// A font whose every character is 7 pixels wide and 10 high.
-void addFixedFont(const char* name) {
-    ui::GlyphSet set;
-    for (int c = 32; c < 256; ++c) {
-        set.glyphs[size_t(c)].width = 7;
-        set.glyphs[size_t(c)].height = 10;
-        set.glyphs[size_t(c)].alpha.assign(70, 255);
-        set.present[size_t(c)] = true;
-    }
-    std::vector<uint8_t> bytes = ui::writeGlyphFile(set);
-    auto font = std::make_unique<ui::RulesetFont>();
-    ASSERT_TRUE(font->LoadGlyphs(bytes.data(), bytes.size(), 0xFFFFFFFF));
-    ui::ruleset().fonts[name] = std::move(font);
-}
 
 class Fields : public ::testing::Test {
 protected:
@@ -490,6 +480,11 @@ TEST_F(Fields, StringFieldsEditSendOnceAndShowTheirStaticAndEmptyTexts) {
     type("\x1B");  // Escape
     EXPECT_EQ(ui::KeyboardFocus(), &chat);
     EXPECT_EQ(sink.published["sheets.00001.notes"], 1);
+    // MULTILINE without SPACING stays one line: Return sends.
+    click(text(10));
+    type("c\rd");
+    EXPECT_EQ(text(10).value().text(), "c");
+    EXPECT_EQ(sink.published["sheets.00001.line"], 1);
 
     // "#0d" in a static text is a line end; a static text takes no click
     // and writes nothing into the record.
@@ -574,13 +569,25 @@ TEST_F(Fields, DragPicturesAndTheirDirtyArea) {
     EXPECT_EQ(ui::dragImageText(p, true), "2147483648");
     p.number = -3;
     EXPECT_EQ(ui::dragImageRect(p, 100, 100, false), (render::Rect{93, 95, 107, 105}));
+    p.kind = ui::kDragWindowLink;  // a link or a token shows its icon, centred
+    p.icon = ui::findIcon("pic");
+    EXPECT_EQ(ui::dragImageRect(p, 100, 100, false), (render::Rect{92, 92, 108, 108}));
 
     // Through the routing: the picture follows the mouse and dirties its
     // rectangle grown by 50; the cursor shows the carrying hand.
+    // A field that can be dragged shows the open hand under the mouse,
+    // the arrow again as it leaves; a NODRAG one changes nothing.
     NumberControl& score = number(0);
     score.value().set(42);
     int32_t x, y;
     centre(score, x, y);
+    desk->MouseMove(0, x, y);
+    EXPECT_EQ(ui::inputState().cursor, ui::cursor::kDraggable);
+    centre(number(3), x, y);
+    desk->MouseMove(0, x, y);
+    EXPECT_EQ(ui::inputState().cursor, ui::cursor::kDefault);
+    centre(score, x, y);
+    desk->MouseMove(0, x, y);
     desk->MousePress(kLeftDown, kLeft, x, y);
     desk->MouseMove(kLeft, x + 5, y);
     EXPECT_EQ(ui::currentDragKind(*desk), ui::kDragNumber);
@@ -588,6 +595,18 @@ TEST_F(Fields, DragPicturesAndTheirDirtyArea) {
     render::GraphicsDevice::Get().ClearDirtyRect();
     desk->MouseMove(kLeft, 400, 300);
     EXPECT_EQ(ui::lastDragImageArea(), (render::Rect{393 - 50, 295 - 50, 407 + 50, 305 + 50}));
+    // Drawn at the mouse, negated while control is held, on a dark plate
+    // a little larger than the text so that it reads on any background.
+    render::RecordingRenderContext drawn;
+    ui::setModifierKeys(ui::kModControl);
+    ui::drawDragImage(*desk, drawn);
+    ui::setModifierKeys(0);
+    ASSERT_EQ(drawn.calls.size(), 2u);
+    EXPECT_EQ(drawn.calls[1].text, "-42");
+    EXPECT_EQ(drawn.calls[1].x1, 400 - 21 / 2);
+    EXPECT_TRUE(drawn.calls[0].kind == render::DrawCall::Rect && drawn.calls[0].filled);
+    EXPECT_EQ(drawn.calls[0].x1, 400 - 21 / 2 - 3);
+    EXPECT_EQ(drawn.calls[0].x2, 400 - 21 / 2 + 21 + 3);
     // A right press ends it with no drop.
     desk->MousePress(kRightDown, kLeft | kRight, 400, 300);
     EXPECT_EQ(ui::currentDragKind(*desk), ui::kDragNothing);
@@ -647,6 +666,14 @@ TEST_F(Fields, DropsOnTheBareDesktopOpenLinksAndLayTokens) {
     ui::DesktopToken* token = ui::desktopTokens()[0].get();
     EXPECT_EQ(token->rect, (render::Rect{32, 692, 48, 708}));
     EXPECT_EQ(desk->HitTestAll(40, 700), token);
+    render::RecordingRenderContext drawn;  // a half-black shadow 1 right and 2 down, then the picture
+    ui::drawDesktopTokens(drawn);
+    ASSERT_EQ(drawn.calls.size(), 2u);
+    EXPECT_EQ(drawn.calls[0].color, 0x7F000000u);
+    EXPECT_EQ(drawn.calls[0].x1, 33);
+    EXPECT_EQ(drawn.calls[0].y1, 694);
+    EXPECT_EQ(drawn.calls[1].bitmap, pic);
+    EXPECT_EQ(drawn.calls[1].x1, 32);
     desk->MousePress(kLeftDown, kLeft, 40, 700);
     desk->MouseMove(kLeft, 45, 700);
     EXPECT_TRUE(token->hidden);
@@ -691,6 +718,70 @@ TEST_F(Fields, ADragWhoseSourceDiesIsCancelledAndItsTextsWereCopied) {
     desk->MouseMove(kLeft, 500, 500);
     desk->MouseRelease(kLeftUp, 0, 500, 500);
     EXPECT_TRUE(ui::desktopTokens().empty());
+}
+
+// The default Ruleset's sheets at work: bonuses mapped from the scores, a
+// total of six sources, a modifier over a bonus, limits, notes with their
+// placeholder, and the link that opens the same hero's folio.
+TEST(DefaultSheets, TheCharacterSheetAddsUpAndLinksAndTheNoteHasATitleAndText) {
+    db::clearTree();
+    db::setSessionMode(db::SessionMode::Host);
+    ui::clearRuleset();
+    TempDir elsewhere;  // nothing on disk to fall back on
+    platform::setWorkingDirectory(elsewhere.path());
+    ui::ResourceFile::setArchivePath(std::string(LOREHAVEN_BINARY_DIR) + "/resource.pak");
+    ASSERT_NE(ui::LoadRuleset("Lorehaven", db::SessionMode::Host), nullptr);
+    {
+        ui::Desktop desk;
+        Window* sheet = desk.OpenWindow(*ui::findWindowClass("charsheet"), "00001");
+        ASSERT_NE(sheet, nullptr);
+        auto number = [&](const char* name) -> db::IntValue& {
+            auto* c = dynamic_cast<NumberControl*>(sheet->FindControl(name));
+            EXPECT_NE(c, nullptr) << name;
+            return c->value();
+        };
+        struct Row {
+            int32_t score, bonus;
+        } rows[] = {{1, -5}, {9, -1}, {10, 0}, {14, 2}, {25, 7}};
+        for (const Row& r : rows) {
+            number("might").set(r.score);
+            EXPECT_EQ(number("might_mod").effective(), r.bonus) << r.score;
+        }
+        int32_t sum = 0, score = 8;
+        for (const char* name : {"might", "agility", "endurance", "wits", "spirit", "presence"}) {
+            number(name).set(score);
+            sum += score++;
+        }
+        EXPECT_EQ(number("total").effective(), sum);
+        EXPECT_EQ(number("total").mode, db::IntValue::readOnly);
+        // Defence: the agility bonus (9: -1) and what the player adds.
+        EXPECT_EQ(number("defence").mode, db::IntValue::modifier);
+        number("defence").set(4);
+        EXPECT_EQ(number("defence").effective(), 3);
+        auto& might = static_cast<NumberControl&>(*sheet->FindControl("might"));
+        EXPECT_TRUE(might.hasLimits && might.minimum == 0 && might.maximum == 25);
+        auto& notes = static_cast<StringControl&>(*sheet->FindControl("notes"));
+        EXPECT_TRUE(notes.multiLine());
+        EXPECT_FALSE(notes.GetText().empty());  // the placeholder
+        int32_t x, y;
+        auto& link = *sheet->FindControl("foliolink");
+        link.GetOrigin(x, y);
+        desk.MousePress(kLeftDown, kLeft, x + 5, y + 5);
+        desk.MouseRelease(kLeftUp, 0, x + 5, y + 5);
+        EXPECT_NE(desk.Find("folio", "00001"), nullptr);
+
+        Window* note = desk.OpenWindow(*ui::findWindowClass("notes"), "00001");
+        ASSERT_NE(note, nullptr);
+        auto* title = dynamic_cast<StringControl*>(note->FindControl("name"));
+        auto* body = dynamic_cast<StringControl*>(note->FindControl("text"));
+        ASSERT_TRUE(title && body);
+        EXPECT_FALSE(title->multiLine());
+        EXPECT_TRUE(body->multiLine());
+        EXPECT_FALSE(body->emptyText.empty());
+    }
+    ui::ResourceFile::setArchivePath("resource.pak");
+    ui::clearRuleset();
+    db::clearTree();
 }
 
 }  // namespace

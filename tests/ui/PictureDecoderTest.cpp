@@ -74,6 +74,16 @@ TEST(PictureDecoder, BrokenAndOversizedPicturesAreRefused) {
     uint32_t crc = uint32_t(crc32(0, huge.data() + 12, 17));
     huge[29] = uint8_t(crc >> 24), huge[30] = uint8_t(crc >> 16), huge[31] = uint8_t(crc >> 8), huge[32] = uint8_t(crc);
     EXPECT_FALSE(decodePicture(huge.data(), huge.size(), out));
+
+    // A GIF of a few dozen bytes that claims 8000 x 8000 pixels (256 MB of
+    // them) cannot hold them and is refused without taking the memory.
+    const uint8_t liar[] = {'G', 'I', 'F', '8', '9', 'a', 0x40, 0x1F, 0x40, 0x1F, 0x80, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF,
+                            ',', 0, 0, 0, 0, 0x40, 0x1F, 0x40, 0x1F, 0, 2, 2, 0x44, 0x01, 0, ';'};
+    uint32_t w = 0, h = 0;
+    ASSERT_TRUE(readPictureSize(liar, sizeof liar, w, h));
+    EXPECT_EQ(w, 8000u);
+    EXPECT_FALSE(decodePicture(liar, sizeof liar, out));
+    EXPECT_TRUE(out.empty());
 }
 
 TEST(PictureDecoder, PicturesLargerThanABitmapAreRefusedFromTheirHeader) {

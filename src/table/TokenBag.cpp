@@ -123,6 +123,7 @@ int TokenBag::MouseDrag(int message, uint32_t flags, uint32_t startPosition, uin
         e.x = left - ox;
         e.y = top - oy;
         heap.push_back(e);
+        traceTop();
     }
     picked = -1;
     Invalidate();

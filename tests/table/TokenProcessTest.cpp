@@ -381,7 +381,10 @@ TEST(TokenProcess, ALateJoinerGetsTheTokensAndFetchesAPictureItLacks) {
     std::string shakes;
     for (int i = 0; i < 12; ++i) shakes += "click middle 150 150\n";
     const std::string bannerTop = "tokenbag top " + name + " at 135 96";
-    table.play(kHostOpensMap + kHostOpensBag + shakes + drag(135, 96, 450, 350) +
+    // Let go inside the bag, it lies where it was let go, on top.
+    const std::string bannerMoved = "tokenbag top " + name + " at 220 200";
+    table.play(kHostOpensMap + kHostOpensBag + shakes + drag(135, 96, 220, 200) + "await " + bannerMoved + "\n" +
+                   drag(220, 200, 450, 350) +
                    "menu 450 350 Lock Tokens\n"
                    "await received IDLSQ\n"
                    "menu 500 400 Share Sheet\n"
@@ -403,6 +406,7 @@ TEST(TokenProcess, ALateJoinerGetsTheTokensAndFetchesAPictureItLacks) {
                    "quit 0\n",
                "token chosen");
     ASSERT_NE(table.hostText.find(bannerTop), std::string::npos) << "the bag's heap changed: the script grabs elsewhere";
+    EXPECT_NE(table.hostText.find(bannerMoved), std::string::npos) << table.hostText;
     const auto &h = table.h, &c = table.c;
     auto placed = about(h, "dropped", 1);
     ASSERT_EQ(placed.size(), 1u) << table.hostText;

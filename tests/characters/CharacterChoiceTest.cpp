@@ -1,7 +1,8 @@
 // The Gamemaster's choice of character, with the chat and the characters
 // started as the program starts them: the Campaign's characters are its
 // rows, the menu over a row deletes a character nobody plays together with
-// its portrait, and the row of a character somebody plays has no such entry.
+// its portrait, and the row of a character somebody plays has no such entry;
+// a name typed into the creation row holds letters only.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -23,6 +24,7 @@
 #include "ui/Desktop.h"
 #include "ui/Identities.h"
 #include "ui/InputState.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/MenuModel.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
@@ -59,6 +61,9 @@ protected:
         session.becomeHost();
     }
     void TearDown() override {
+        // The process's Desktop outlives the test: its windows go with it.
+        while (!ui::desktop().windows.empty()) ui::desktop().Remove(ui::desktop().windows.back().get());
+        ui::desktop().CollectClosed();
         ui::stopSubsystems();
         ui::identities().clear();
         db::clearTree();
@@ -116,4 +121,25 @@ TEST_F(CharacterChoice, TheHostDeletesACharacterNobodyPlaysWithItsPortrait) {
     choice->MenuSelected(66);
     EXPECT_NE(db::findNode("charsheet.Bo"), nullptr);
     EXPECT_EQ(rowNames(*choice), (std::vector<std::string>{"Bo"}));
+}
+
+// Only letters reach a new name, so no typed name can be a path: the dot,
+// slashes, blanks, digits and control bytes are dropped; the first letter
+// becomes a capital; the Gamemaster's Return makes the record at once.
+TEST_F(CharacterChoice, ANewNameTakesLettersOnly) {
+    ui::startSubsystems({db::SessionMode::Host, ui::desktop(), &session, nullptr});
+    const ui::WindowClass* cls = ui::findWindowClass("identityselection");
+    ASSERT_TRUE(cls);
+    ASSERT_TRUE(ui::desktop().OpenWindow(*cls, ""));
+    chat::IdentitySelection* choice = chat::identitySelection();
+    ASSERT_TRUE(choice);
+    choice->clickRow(0, 1000);
+    EXPECT_TRUE(choice->editing);
+    EXPECT_TRUE(choice->newName.empty());  // "[Create New]" gives way
+    for (char c : std::string("..\\/ e.l/9 a\t\x01")) choice->KeyEvent(ui::kCharMessage, static_cast<unsigned char>(c), 0);
+    EXPECT_EQ(choice->newName, "Ela");
+    choice->KeyEvent(ui::kKeyDownMessage, 0x0D, 0);
+    EXPECT_NE(db::findNode("charsheet.Ela"), nullptr);
+    EXPECT_EQ(ui::desktop().Find("identityselection", ""), nullptr);
+    EXPECT_EQ(db::rootNode().child("charsheet")->children.size(), 1u);
 }

@@ -28,6 +28,7 @@
 #include "ui/CharacterPort.h"
 #include "ui/ControlFactory.h"
 #include "ui/Desktop.h"
+#include "ui/PointerPort.h"
 #include "ui/FrameLayers.h"
 #include "ui/ChatPort.h"
 #include "ui/Identities.h"
@@ -255,6 +256,10 @@ void start(const ui::SubsystemStart& context) {
     // In the local way in the character of this user has no owner.
     if (db::sessionMode() != db::SessionMode::LocalCharacters)
         p.list->hooks.localUserName = std::string(db::localUser().name.view());
+    p.list->hooks.pointerColor = [](const std::string& user, uint32_t& bgr) {
+        const ui::PointerPort& pointers = ui::pointerPort();
+        return pointers.colorOf && pointers.colorOf(user, bgr);
+    };
     context.desktop.AddTarget(p.list.get());
     p.draw = ui::drawOnFrameStep(ui::FrameStep::CharacterList, [](render::RenderContext& c) {
         if (plugin().list) plugin().list->Draw(c);

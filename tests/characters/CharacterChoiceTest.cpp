@@ -2,7 +2,8 @@
 // started as the program starts them: the Campaign's characters are its
 // rows, the menu over a row deletes a character nobody plays together with
 // its portrait, and the row of a character somebody plays has no such entry;
-// a name typed into the creation row holds letters only.
+// a name typed into the creation row holds letters only. And the strip
+// learns the players' pointer colours from the pointers.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -19,13 +20,16 @@
 #include "net/Connection.h"
 #include "net/JoinEvents.h"
 #include "net/Session.h"
+#include "net/MessageCatalogue.h"
 #include "platform/Paths.h"
 #include "support/TestSupport.h"
+#include "table/TokenMessages.h"
 #include "ui/Desktop.h"
 #include "ui/Identities.h"
 #include "ui/InputState.h"
 #include "ui/KeyboardFocus.h"
 #include "ui/MenuModel.h"
+#include "ui/PointerPort.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
 #include "ui/Window.h"
@@ -142,4 +146,27 @@ TEST_F(CharacterChoice, ANewNameTakesLettersOnly) {
     EXPECT_NE(db::findNode("charsheet.Ela"), nullptr);
     EXPECT_EQ(ui::desktop().Find("identityselection", ""), nullptr);
     EXPECT_EQ(db::rootNode().child("charsheet")->children.size(), 1u);
+}
+
+// The strip marks each player in his pointer's colour: the pointers, once
+// started, tell it the colour that a player's PNTRQ brought; a user without
+// a pointer has none, and nothing is told once the pointers stop.
+TEST_F(CharacterChoice, ThePointersTellTheStripEachPlayersColour) {
+    ui::startSubsystems({db::SessionMode::Host, ui::desktop(), &session, nullptr});
+    net::SessionPeer& bo = session.addPeer(std::make_unique<net::Connection>(static_cast<net::Resolver*>(nullptr)));
+    bo.name = "bo";
+    table::PointerBody body;
+    body.user = "bo";
+    body.color = 0x00112233;
+    net::NetMessage m;
+    table::encodePointer(net::tags::PNTRQ, body, m);
+    session.dispatch(&bo, m);
+    const ui::PointerPort& pointers = ui::pointerPort();
+    ASSERT_TRUE(pointers.colorOf);
+    uint32_t bgr = 0;
+    EXPECT_TRUE(pointers.colorOf("bo", bgr));
+    EXPECT_EQ(bgr, 0x00112233u);
+    EXPECT_FALSE(pointers.colorOf("cy", bgr));
+    ui::stopSubsystems();
+    EXPECT_FALSE(pointers.colorOf);
 }

@@ -29,7 +29,7 @@
 #include "ui/InputState.h"
 #include "ui/KeyboardFocus.h"
 #include "ui/MenuModel.h"
-#include "ui/PointerPort.h"
+#include "ui/ColorPort.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
 #include "ui/Window.h"
@@ -161,12 +161,12 @@ TEST_F(CharacterChoice, ThePointersTellTheStripEachPlayersColour) {
     net::NetMessage m;
     table::encodePointer(net::tags::PNTRQ, body, m);
     session.dispatch(&bo, m);
-    const ui::PointerPort& pointers = ui::pointerPort();
-    ASSERT_TRUE(pointers.colorOf);
+    const ui::ColorPort& colors = ui::colorPort();
+    ASSERT_TRUE(colors.pointerColorOf);
     uint32_t bgr = 0;
-    EXPECT_TRUE(pointers.colorOf("bo", bgr));
+    EXPECT_TRUE(colors.pointerColorOf("bo", bgr));
     EXPECT_EQ(bgr, 0x00112233u);
-    EXPECT_FALSE(pointers.colorOf("cy", bgr));
+    EXPECT_FALSE(colors.pointerColorOf("cy", bgr));
     ui::stopSubsystems();
-    EXPECT_FALSE(pointers.colorOf);
+    EXPECT_FALSE(colors.pointerColorOf);
 }

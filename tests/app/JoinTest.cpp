@@ -235,6 +235,14 @@ TEST(Join, APeerThatSpeaksOnlyTheProtocol) {
     EXPECT_EQ(tag, "CONNR");
     EXPECT_EQ(body, std::string("\x01\x03\x00", 3) + "Saga" + '\0' + '\0' + "Lorehaven" + '\0');
     peer.send("IDLSQ", "");
+    // A name that could not be a record key or a file name is refused as
+    // one in use is, so that the player may choose again.
+    for (const char* unsafe : {"..", "Sir.Bob", "a\\b", "a/b"}) {
+        peer.send("IDENQ", std::string(unsafe) + '\0' + '\x00');
+        ASSERT_TRUE(peer.receive(tag, body));
+        EXPECT_EQ(tag, "IDENR");
+        EXPECT_EQ(body, std::string(1, '\x01')) << unsafe;
+    }
     peer.send("IDENQ", std::string("Rogue") + '\0' + '\x00');
     ASSERT_TRUE(peer.receive(tag, body));
     EXPECT_EQ(tag, "IDENR");

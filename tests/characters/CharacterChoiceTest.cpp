@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "../ui/DesktopFixture.h"
+#include "WholeProgram.h"
 #include "characters/CharacterFiles.h"
 #include "chat/IdentityViews.h"
 #include "db/Campaign.h"
@@ -54,27 +54,14 @@ std::vector<std::string> rowNames(const chat::IdentitySelection& s) {
     return out;
 }
 
-class CharacterChoice : public ::testing::Test {
+class CharacterChoice : public test::WholeProgram {
 protected:
     void SetUp() override {
         platform::setWorkingDirectory(dir.path());
-        db::clearTree();
-        db::setSessionMode(db::SessionMode::Host);
+        hostOn(kChoiceRuleset);
         db::campaign().name.set("Saga");
-        test::loadWindowRuleset(kChoiceRuleset);
-        session.becomeHost();
-    }
-    void TearDown() override {
-        // The process's Desktop outlives the test: its windows go with it.
-        while (!ui::desktop().windows.empty()) ui::desktop().Remove(ui::desktop().windows.back().get());
-        ui::desktop().CollectClosed();
-        ui::stopSubsystems();
-        ui::identities().clear();
-        db::clearTree();
-        ui::clearRuleset();
     }
     test::TempDir dir;
-    net::Session session;
 };
 
 }  // namespace
@@ -82,7 +69,7 @@ protected:
 TEST_F(CharacterChoice, TheHostDeletesACharacterNobodyPlaysWithItsPortrait) {
     for (const char* name : {"Ann", "Bo"}) characters::ensureCharacterNode(db::rootNode(), name);
     test::writeFile(dir.path() / "campaigns/Saga/portraits/Ann", "picture");
-    ui::startSubsystems({db::SessionMode::Host, ui::desktop(), &session, nullptr});
+    start();
     // Bo's player is connected.
     net::SessionPeer& bo = session.addPeer(std::make_unique<net::Connection>(static_cast<net::Resolver*>(nullptr)));
     bo.name = "bo";
@@ -131,7 +118,7 @@ TEST_F(CharacterChoice, TheHostDeletesACharacterNobodyPlaysWithItsPortrait) {
 // slashes, blanks, digits and control bytes are dropped; the first letter
 // becomes a capital; the Gamemaster's Return makes the record at once.
 TEST_F(CharacterChoice, ANewNameTakesLettersOnly) {
-    ui::startSubsystems({db::SessionMode::Host, ui::desktop(), &session, nullptr});
+    start();
     const ui::WindowClass* cls = ui::findWindowClass("identityselection");
     ASSERT_TRUE(cls);
     ASSERT_TRUE(ui::desktop().OpenWindow(*cls, ""));
@@ -152,7 +139,7 @@ TEST_F(CharacterChoice, ANewNameTakesLettersOnly) {
 // started, tell it the colour that a player's PNTRQ brought; a user without
 // a pointer has none, and nothing is told once the pointers stop.
 TEST_F(CharacterChoice, ThePointersTellTheStripEachPlayersColour) {
-    ui::startSubsystems({db::SessionMode::Host, ui::desktop(), &session, nullptr});
+    start();
     net::SessionPeer& bo = session.addPeer(std::make_unique<net::Connection>(static_cast<net::Resolver*>(nullptr)));
     bo.name = "bo";
     table::PointerBody body;

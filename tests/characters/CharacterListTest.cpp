@@ -244,6 +244,13 @@ TEST_F(Strip, AClientsMenuIsOnItsOwnEntryAndItsClicksNeedTheRecord) {
     EXPECT_FALSE(own->at(3).present);  // no colour picker class
     list->MenuSelected(own->at(4).id);
     EXPECT_NE(desk->Find("notes", ""), nullptr);
+    settings.pointerMenuClass = "fit";
+    own = menuOver(0);
+    ASSERT_TRUE(own);
+    EXPECT_EQ(own->at(3).label, "Select Colors");
+    list->MenuSelected(own->at(3).id);
+    EXPECT_NE(desk->Find("fit", ""), nullptr);
+    settings.pointerMenuClass.clear();
     settings.portraitMenuClass.clear();
     EXPECT_FALSE(menuOver(0));
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "../ui/DesktopFixture.h"
+#include "WholeProgram.h"
 #include "characters/ColorSelection.h"
 #include "db/DbNode.h"
 #include "db/SessionMode.h"
@@ -41,16 +41,14 @@ const char* kPaletteRuleset = R"(<root>
   </windowclass>
 </root>)";
 
-class Palette : public ::testing::Test {
+class Palette : public test::WholeProgram {
 protected:
     void SetUp() override {
         const char* before = std::getenv("LOREHAVEN_CONFIG_DIR");
         if (before) formerConfig = before;
         setenv("LOREHAVEN_CONFIG_DIR", dir.str().c_str(), 1);
-        db::clearTree();
-        db::setSessionMode(db::SessionMode::Host);
-        test::loadWindowRuleset(kPaletteRuleset);
-        ui::startSubsystems({db::SessionMode::Host, ui::desktop(), &session, nullptr});
+        hostOn(kPaletteRuleset);
+        start();
         const ui::WindowClass* cls = ui::findWindowClass("colorselection");
         ASSERT_TRUE(cls);
         window = ui::desktop().OpenWindow(*cls, "");
@@ -59,11 +57,7 @@ protected:
         ASSERT_TRUE(palette);
     }
     void TearDown() override {
-        while (!ui::desktop().windows.empty()) ui::desktop().Remove(ui::desktop().windows.back().get());
-        ui::desktop().CollectClosed();
-        ui::stopSubsystems();
-        db::clearTree();
-        ui::clearRuleset();
+        WholeProgram::TearDown();
         if (formerConfig) setenv("LOREHAVEN_CONFIG_DIR", formerConfig->c_str(), 1);
     }
     // A click in the middle of the cell.
@@ -85,7 +79,6 @@ protected:
 
     test::TempDir dir;
     std::optional<std::string> formerConfig;
-    net::Session session;
     ui::Window* window = nullptr;
     ColorSelection* palette = nullptr;
 };

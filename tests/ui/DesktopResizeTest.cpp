@@ -70,10 +70,11 @@ quit 0
     EXPECT_EQ(menu.at(545, 380), kGreen);  // (1280 - 200) / 2, (900 - 150) / 2
     EXPECT_EQ(menu.at(735, 520), kGreen);
     // The Desktop menu at the corner moved inside the new client area: its
-    // east slot and the ring above keep 15 pixels from the edges.
-    EXPECT_NE(lines.find("menu opened 1185 885\n"), std::string::npos) << lines;
-    EXPECT_EQ(menu.at(1185, 885), kWhite);
-    EXPECT_EQ(menu.at(1265, 885), kBlue);
+    // east slot keeps 15 pixels from the right edge, and the ring with the
+    // Gamemaster's "Characters" in its south slot stays above the bottom.
+    EXPECT_NE(lines.find("menu opened 1185 805\n"), std::string::npos) << lines;
+    EXPECT_EQ(menu.at(1185, 805), kWhite);
+    EXPECT_EQ(menu.at(1265, 805), kBlue);
 
     // Smaller than the least size: the width follows, the height stays.
     Shot least = desk.shot("least");

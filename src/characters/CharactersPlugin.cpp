@@ -7,6 +7,7 @@
 
 #include "characters/CharacterFiles.h"
 #include "characters/CharacterList.h"
+#include "characters/ColorSelection.h"
 #include "characters/CharacterRegistry.h"
 #include "characters/PortraitExchange.h"
 #include "characters/PortraitMessages.h"
@@ -28,6 +29,7 @@
 #include "ui/CharacterPort.h"
 #include "ui/ControlFactory.h"
 #include "ui/Desktop.h"
+#include "ui/ColorPort.h"
 #include "ui/FrameLayers.h"
 #include "ui/ChatPort.h"
 #include "ui/Identities.h"
@@ -255,11 +257,16 @@ void start(const ui::SubsystemStart& context) {
     // In the local way in the character of this user has no owner.
     if (db::sessionMode() != db::SessionMode::LocalCharacters)
         p.list->hooks.localUserName = std::string(db::localUser().name.view());
+    p.list->hooks.pointerColor = [](const std::string& user, uint32_t& bgr) {
+        const ui::ColorPort& colors = ui::colorPort();
+        return colors.pointerColorOf && colors.pointerColorOf(user, bgr);
+    };
     context.desktop.AddTarget(p.list.get());
     p.draw = ui::drawOnFrameStep(ui::FrameStep::CharacterList, [](render::RenderContext& c) {
         if (plugin().list) plugin().list->Draw(c);
     });
     registerPortraitSelection();
+    registerColorSelection();
     PortraitSelection::chooser() = choosePortrait;
     fillRegistryHooks(context.desktop, context.session, context.replication);
     fillPort();

@@ -21,6 +21,7 @@
 #include "render/DiceRenderer.h"
 #include "render/GraphicsDevice.h"
 #include "ui/ChatPort.h"
+#include "ui/ColorPort.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
 #include "ui/DesktopObject.h"
@@ -200,6 +201,15 @@ void start(const ui::SubsystemStart& s) {
     float body[4], numerals[4];
     diceColorToFloats(readDiceColor(), body, numerals);
     state->scene->SetColors(body, numerals);
+    ui::ColorPort& colors = ui::colorPort();
+    colors.whiteNumerals = [] { return state && (state->scene->colorFlags & kWhiteNumerals) != 0; };
+    colors.setDiceColor = [](uint32_t bgr, bool white) {
+        const uint32_t value = (bgr & 0xFFFFFFu) | (white ? 0xFF000000u : 0u);
+        writeDiceColor(value);
+        float body[4], numerals[4];
+        diceColorToFloats(value, body, numerals);
+        if (state) state->scene->SetColors(body, numerals);
+    };
 
     if (device.IsCreated()) {
         state->renderer = std::make_unique<render::DiceRenderer>();
@@ -240,6 +250,8 @@ void start(const ui::SubsystemStart& s) {
 
 void stop() {
     if (!state) return;
+    ui::colorPort().whiteNumerals = nullptr;
+    ui::colorPort().setDiceColor = nullptr;
     leaveChat();
     if (state->session) {
         // Messages that come after the dice are gone are let fall.

@@ -15,6 +15,7 @@
 #include "table/TokenBag.h"
 #include "table/TokenDesk.h"
 #include "table/TokenLibrary.h"
+#include "ui/ColorPort.h"
 #include "ui/Subsystems.h"
 
 namespace lh::table {
@@ -58,9 +59,20 @@ void start(const ui::SubsystemStart& s) {
     net::FileExchange* files = s.session && !s.session->isHost() ? net::FileExchange::current() : nullptr;
     loadLibrary(host, files);
     desk() = std::make_unique<TokenDesk>(s.desktop, s.session, host);
+    ui::ColorPort& colors = ui::colorPort();
+    colors.pointerColorOf = [](const std::string& user, uint32_t& bgr) {
+        const PointerState* p = desk() ? desk()->pointerBoard().find(user) : nullptr;
+        if (p) bgr = p->color;
+        return p != nullptr;
+    };
+    colors.setPointerColor = [](uint32_t bgr) {
+        if (desk()) desk()->pointerBoard().SetColor(bgr);
+    };
 }
 
 void stop() {
+    ui::colorPort().pointerColorOf = nullptr;
+    ui::colorPort().setPointerColor = nullptr;
     desk().reset();
     tokenLibrary().setFetcher({});
 }

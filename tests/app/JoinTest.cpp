@@ -235,13 +235,13 @@ TEST(Join, APeerThatSpeaksOnlyTheProtocol) {
     EXPECT_EQ(tag, "CONNR");
     EXPECT_EQ(body, std::string("\x01\x03\x00", 3) + "Saga" + '\0' + '\0' + "Lorehaven" + '\0');
     peer.send("IDLSQ", "");
-    // A name that would make an unsafe record or file name is refused like
-    // a name in use, and the player may choose again.
-    for (const std::string bad : {"..", "a/b", "b\x01"}) {
-        peer.send("IDENQ", bad + '\0' + '\x00');
+    // A name that could not be a record key or a file name is refused as
+    // one in use is, so that the player may choose again.
+    for (const char* unsafe : {"..", "Sir.Bob", "a\\b", "a/b", "b\x01"}) {
+        peer.send("IDENQ", std::string(unsafe) + '\0' + '\x00');
         ASSERT_TRUE(peer.receive(tag, body));
         EXPECT_EQ(tag, "IDENR");
-        EXPECT_EQ(body, std::string(1, '\x01')) << bad;
+        EXPECT_EQ(body, std::string(1, '\x01')) << unsafe;
     }
     peer.send("IDENQ", std::string("Rogue") + '\0' + '\x00');
     ASSERT_TRUE(peer.receive(tag, body));

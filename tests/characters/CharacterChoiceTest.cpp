@@ -1,7 +1,9 @@
 // The Gamemaster's choice of character, with the chat and the characters
 // started as the program starts them: the Campaign's characters are its
 // rows, the menu over a row deletes a character nobody plays together with
-// its portrait, and the row of a character somebody plays has no such entry.
+// its portrait, and the row of a character somebody plays has no such entry;
+// a name typed into the creation row holds letters only. And the strip
+// learns the players' pointer colours from the pointers.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "../ui/DesktopFixture.h"
+#include "WholeProgram.h"
 #include "characters/CharacterFiles.h"
 #include "chat/IdentityViews.h"
 #include "db/Campaign.h"
@@ -18,12 +20,16 @@
 #include "net/Connection.h"
 #include "net/JoinEvents.h"
 #include "net/Session.h"
+#include "net/MessageCatalogue.h"
 #include "platform/Paths.h"
 #include "support/TestSupport.h"
+#include "table/TokenMessages.h"
 #include "ui/Desktop.h"
 #include "ui/Identities.h"
 #include "ui/InputState.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/MenuModel.h"
+#include "ui/ColorPort.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
 #include "ui/Window.h"
@@ -48,24 +54,14 @@ std::vector<std::string> rowNames(const chat::IdentitySelection& s) {
     return out;
 }
 
-class CharacterChoice : public ::testing::Test {
+class CharacterChoice : public test::WholeProgram {
 protected:
     void SetUp() override {
         platform::setWorkingDirectory(dir.path());
-        db::clearTree();
-        db::setSessionMode(db::SessionMode::Host);
+        hostOn(kChoiceRuleset);
         db::campaign().name.set("Saga");
-        test::loadWindowRuleset(kChoiceRuleset);
-        session.becomeHost();
-    }
-    void TearDown() override {
-        ui::stopSubsystems();
-        ui::identities().clear();
-        db::clearTree();
-        ui::clearRuleset();
     }
     test::TempDir dir;
-    net::Session session;
 };
 
 }  // namespace
@@ -73,7 +69,7 @@ protected:
 TEST_F(CharacterChoice, TheHostDeletesACharacterNobodyPlaysWithItsPortrait) {
     for (const char* name : {"Ann", "Bo"}) characters::ensureCharacterNode(db::rootNode(), name);
     test::writeFile(dir.path() / "campaigns/Saga/portraits/Ann", "picture");
-    ui::startSubsystems({db::SessionMode::Host, ui::desktop(), &session, nullptr});
+    start();
     // Bo's player is connected.
     net::SessionPeer& bo = session.addPeer(std::make_unique<net::Connection>(static_cast<net::Resolver*>(nullptr)));
     bo.name = "bo";
@@ -116,4 +112,48 @@ TEST_F(CharacterChoice, TheHostDeletesACharacterNobodyPlaysWithItsPortrait) {
     choice->MenuSelected(66);
     EXPECT_NE(db::findNode("charsheet.Bo"), nullptr);
     EXPECT_EQ(rowNames(*choice), (std::vector<std::string>{"Bo"}));
+}
+
+// Only letters reach a new name, so no typed name can be a path: the dot,
+// slashes, blanks, digits and control bytes are dropped; the first letter
+// becomes a capital; the Gamemaster's Return makes the record at once.
+TEST_F(CharacterChoice, ANewNameTakesLettersOnly) {
+    start();
+    const ui::WindowClass* cls = ui::findWindowClass("identityselection");
+    ASSERT_TRUE(cls);
+    ASSERT_TRUE(ui::desktop().OpenWindow(*cls, ""));
+    chat::IdentitySelection* choice = chat::identitySelection();
+    ASSERT_TRUE(choice);
+    choice->clickRow(0, 1000);
+    EXPECT_TRUE(choice->editing);
+    EXPECT_TRUE(choice->newName.empty());  // "[Create New]" gives way
+    for (char c : std::string("..\\/ e.l/9 a\t\x01")) choice->KeyEvent(ui::kCharMessage, static_cast<unsigned char>(c), 0);
+    EXPECT_EQ(choice->newName, "Ela");
+    choice->KeyEvent(ui::kKeyDownMessage, 0x0D, 0);
+    EXPECT_NE(db::findNode("charsheet.Ela"), nullptr);
+    EXPECT_EQ(ui::desktop().Find("identityselection", ""), nullptr);
+    EXPECT_EQ(db::rootNode().child("charsheet")->children.size(), 1u);
+}
+
+// The strip marks each player in his pointer's colour: the pointers, once
+// started, tell it the colour that a player's PNTRQ brought; a user without
+// a pointer has none, and nothing is told once the pointers stop.
+TEST_F(CharacterChoice, ThePointersTellTheStripEachPlayersColour) {
+    start();
+    net::SessionPeer& bo = session.addPeer(std::make_unique<net::Connection>(static_cast<net::Resolver*>(nullptr)));
+    bo.name = "bo";
+    table::PointerBody body;
+    body.user = "bo";
+    body.color = 0x00112233;
+    net::NetMessage m;
+    table::encodePointer(net::tags::PNTRQ, body, m);
+    session.dispatch(&bo, m);
+    const ui::ColorPort& colors = ui::colorPort();
+    ASSERT_TRUE(colors.pointerColorOf);
+    uint32_t bgr = 0;
+    EXPECT_TRUE(colors.pointerColorOf("bo", bgr));
+    EXPECT_EQ(bgr, 0x00112233u);
+    EXPECT_FALSE(colors.pointerColorOf("cy", bgr));
+    ui::stopSubsystems();
+    EXPECT_FALSE(colors.pointerColorOf);
 }

@@ -1,6 +1,7 @@
-// The strip of portraits without a screen: places and hits, the host's menu
-// (kick that must be confirmed, the bell to one user, turns that leave a
-// line), a client's menu and clicks, and records dropped on a portrait.
+// The strip of portraits without a screen: places and hits, what each place
+// shows, the host's menu (kick that must be confirmed, the bell to one user,
+// turns that leave a line), a client's menu and clicks, and records dropped
+// on a portrait.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -12,6 +13,7 @@
 #include "db/DbNode.h"
 #include "db/SessionMode.h"
 #include "db/Users.h"
+#include "db/XmlParse.h"
 #include "render/RecordingRenderContext.h"
 #include "platform/Trace.h"
 #include "ui/ChatPort.h"
@@ -21,6 +23,7 @@
 #include "ui/InputState.h"
 #include "ui/MenuModel.h"
 #include "ui/RulesetData.h"
+#include "ui/RulesetLoader.h"
 #include "ui/Window.h"
 
 using namespace lh;
@@ -113,6 +116,70 @@ TEST_F(Strip, PlacesHitsAndAPortraitWithoutABase) {
     EXPECT_EQ(list->indexAt(12, 12), -1);
 }
 
+// Each place, left to right in order of arrival: the blank disc (no portrait
+// yet), the owner's pointer icon in his colour, the name on its plate, and
+// the typing or away icon; the name of the turn is in the turn's font.
+TEST_F(Strip, EachPlaceShowsItsPortraitPointerPlateAndIndicator) {
+    ui::LoadRulesetFile(db::parseXmlText(R"(<root>
+      <font name="mini_name"><face value="DejaVu Sans"/><size value="9"/></font>
+      <font name="mini_name_selected"><face value="DejaVu Sans"/><size value="20"/></font>
+    </root>)", "strip fonts"), db::SessionMode::Host);
+    settings.name = {"plain", 24, 3, 16, 70};
+    settings.typingIcon = "open";
+    settings.idlingIcon = "openpressed";
+    settings.pointerIcon = "pic";
+    settings.pointerIconPosition = {50, 2};
+    settings.indicatorPosition = {4, 40};
+    make(true, "");
+    list->hooks.pointerColor = [](const std::string& user, uint32_t& bgr) {
+        bgr = 0x00332211;  // the platform's blue-green-red
+        return user == "bo";
+    };
+    list->setState("Ann", 1);
+    list->setState("Cy", 2);
+    auto draw = [&] {
+        render::RecordingRenderContext context;
+        list->Draw(context);
+        return context.calls;
+    };
+    auto at = [](const std::vector<render::DrawCall>& calls, const render::Bitmap* icon) {
+        std::vector<std::pair<float, float>> places;
+        for (const render::DrawCall& c : calls)
+            if (c.bitmap == icon) places.emplace_back(c.x1, c.y1);
+        return places;
+    };
+    // The names' places along the strip, after the initials on the discs.
+    auto names = [&](const std::vector<render::DrawCall>& calls) {
+        std::vector<std::pair<std::string, float>> out;
+        for (const render::DrawCall& c : calls)
+            if (c.kind == render::DrawCall::Text) out.emplace_back(c.text, c.x1);
+        return out;
+    };
+    std::vector<render::DrawCall> calls = draw();
+    std::vector<std::pair<std::string, float>> plain = names(calls);
+    std::vector<std::string> texts;
+    for (const auto& [text, x] : plain) texts.push_back(text);
+    ASSERT_EQ(texts, (std::vector<std::string>{"A", "Ann", "B", "Bo", "C", "Cy"}));
+    // Without a base, the first thing drawn is Ann's disc, 20 pixels round.
+    ASSERT_FALSE(calls.empty());
+    using Places = std::vector<std::pair<float, float>>;
+    EXPECT_EQ(at(calls, calls[0].bitmap), (Places{{10, 10}, {90, 10}, {170, 10}}));
+    EXPECT_EQ(at(calls, ui::findIcon("pic")), (Places{{90 + 50, 12}}));
+    for (const render::DrawCall& c : calls) {
+        if (c.bitmap == ui::findIcon("pic")) { EXPECT_EQ(c.color, 0xFF112233u); }
+    }
+    EXPECT_EQ(at(calls, ui::findIcon("open")), (Places{{10 + 4, 50}}));
+    EXPECT_EQ(at(calls, ui::findIcon("openpressed")), (Places{{170 + 4, 50}}));
+
+    // Bo's turn: his name alone changes font, and so its width.
+    list->setTurn(1);
+    std::vector<std::pair<std::string, float>> turn = names(draw());
+    ASSERT_EQ(turn.size(), 6u);
+    EXPECT_EQ(turn[1].second, plain[1].second);
+    EXPECT_LT(turn[3].second, plain[3].second);
+    EXPECT_EQ(turn[5].second, plain[5].second);
+}
+
 TEST_F(Strip, TheHostsMenuKicksOnlyOnConfirmRingsOneUserAndTogglesTurns) {
     make(true, "");
     auto menu = menuOver(1);
@@ -177,6 +244,13 @@ TEST_F(Strip, AClientsMenuIsOnItsOwnEntryAndItsClicksNeedTheRecord) {
     EXPECT_FALSE(own->at(3).present);  // no colour picker class
     list->MenuSelected(own->at(4).id);
     EXPECT_NE(desk->Find("notes", ""), nullptr);
+    settings.pointerMenuClass = "fit";
+    own = menuOver(0);
+    ASSERT_TRUE(own);
+    EXPECT_EQ(own->at(3).label, "Select Colors");
+    list->MenuSelected(own->at(3).id);
+    EXPECT_NE(desk->Find("fit", ""), nullptr);
+    settings.pointerMenuClass.clear();
     settings.portraitMenuClass.clear();
     EXPECT_FALSE(menuOver(0));
 

@@ -194,7 +194,8 @@ TEST(CharacterProcesses, TheGamemastersMenuGivesTurnsRingsOneBellAndKicksOnConfi
 // menu's "Characters" lists the Campaign's characters, Aria's row with her
 // portrait, Brom's, who has none, with the blank; the menu over Aria's row
 // deletes her and her portrait. And in the strip of the local way in, a
-// character without a portrait shows the blank too.
+// character without a portrait shows the blank too, until the player picks
+// one of the portraits a new user is given: its copy is the character's.
 TEST(CharacterProcesses, PortraitsShowInTheChoiceAndTheHostDeletesThere) {
     TempDir h;
     lh::test::writeFile(h.path() / "campaigns/Saga/campaign.xml",
@@ -229,15 +230,26 @@ TEST(CharacterProcesses, PortraitsShowInTheChoiceAndTheHostDeletesThere) {
     EXPECT_EQ(db.find("\"Aria\""), std::string::npos) << db;
     EXPECT_NE(db.find("\"Brom\""), std::string::npos) << db;
 
-    // The strip's first place is at (16, 10), 72 pixels square.
+    // The strip's first place is at (16, 10), 72 pixels square. From the
+    // menu over it, the picker shows the portraits a new user is given; a
+    // double click on the second (at 459, 299) makes it the character's.
     TempDir d;
-    lh::test::writeFile(d.path() / "strip.txt", "await frame\nscreenshot strip\nquit 0\n");
+    lh::test::writeFile(d.path() / "strip.txt",
+                        "await frame\nscreenshot strip\n"
+                        "move 52 46\nmenu 52 46 Select Portrait\nawait window opened portraitselection\n"
+                        "click left 459 299\nclick left 459 299\n"
+                        "await portrait Brom characters\\Lorehaven\\portraits\\Brom\n"
+                        "screenshot chosen\nquit 0\n");
     ChildProcess local(program(),
                        {"--workdir", d.str(), "--local", "--ruleset", "Lorehaven", "--identity", "Brom", "--script",
                         (d.path() / "strip.txt").string()},
                        tracing(d));
-    ASSERT_EQ(local.wait(120s), 0) << local.errors();
+    ASSERT_EQ(local.wait(120s), 0) << local.errors() << readIfThere(d.path() / "trace");
     EXPECT_GT(pixelsNear(d.path() / "strip.png", 52, 46, 20, kBlankRgb), 600);
+    const std::string chosen = readIfThere(d.path() / "characters/Lorehaven/portraits/Brom");
+    EXPECT_FALSE(chosen.empty());
+    EXPECT_EQ(chosen, readIfThere(d.path() / "portraits/duelist.png"));
+    EXPECT_LT(pixelsNear(d.path() / "chosen.png", 52, 46, 20, kBlankRgb), 100);
 }
 
 TEST(CharacterProcesses, TheLocalWayInKeepsCharactersWithoutASession) {

@@ -70,8 +70,8 @@ quit 0
     EXPECT_EQ(menu.at(545, 380), kGreen);  // (1280 - 200) / 2, (900 - 150) / 2
     EXPECT_EQ(menu.at(735, 520), kGreen);
     // The Desktop menu at the corner moved inside the new client area: its
-    // east slot and its south one (the program's "Characters" entry, which
-    // has no icon in this Ruleset) keep 15 pixels from the edges.
+    // east slot keeps 15 pixels from the right edge, and the ring with the
+    // Gamemaster's "Characters" in its south slot stays above the bottom.
     EXPECT_NE(lines.find("menu opened 1185 805\n"), std::string::npos) << lines;
     EXPECT_EQ(menu.at(1185, 805), kWhite);
     EXPECT_EQ(menu.at(1265, 805), kBlue);

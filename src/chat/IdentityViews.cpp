@@ -146,7 +146,7 @@ int IdentityList::MouseDrop(int, uint32_t, uint32_t, ui::DesktopObject* source) 
         db::DbNode* record = source ? source->child(payload.recordName) : nullptr;
         db::DbNode* field = record ? record->child(accept.field) : nullptr;
         if (field && field->kind == db::NodeKind::stringValue && field->value) {
-            const std::string& name = static_cast<db::StringValue*>(field->value.get())->text();
+            const std::string name(static_cast<db::StringValue*>(field->value.get())->text());
             if (!name.empty()) ui::identities().selectOrMakeIdentity(name, "npcchatfont");
         }
         return 1;
@@ -505,7 +505,7 @@ int IdentityActivation::MouseButton(int message, uint32_t, uint32_t position) {
     ui::Control* source = window->FindControl(sourceField);
     db::DbNode* node = source && source->kind == ui::ControlKind::string ? source->boundNode() : nullptr;
     if (node && node->value && node->kind == db::NodeKind::stringValue) {
-        const std::string& text = static_cast<db::StringValue*>(node->value.get())->text();
+        const std::string text(static_cast<db::StringValue*>(node->value.get())->text());
         if (!text.empty()) ui::identities().selectOrMakeIdentity(text, "npcchatfont");
     }
     return ui::kTakeNoCapture;

@@ -5,7 +5,9 @@
 // name, which therefore never changes once the child is entered.
 //
 // The map itself is two numbers and a pointer, 16 bytes: most nodes are
-// leaves, and a large database has a hundred thousand of them.
+// leaves, and a large database has a hundred thousand of them. Its array is
+// taken from the tree's memory, which the node passes in; the node gives it
+// back (release), or the tree goes with it.
 #pragma once
 
 #include <algorithm>
@@ -14,6 +16,8 @@
 #include <new>
 #include <string_view>
 #include <type_traits>
+
+#include "db/NodeArena.h"
 
 namespace lh::db {
 
@@ -32,9 +36,6 @@ public:
     ChildMap() = default;
     ChildMap(const ChildMap&) = delete;
     ChildMap& operator=(const ChildMap&) = delete;
-    ~ChildMap() {
-        if (entries) ::operator delete(entries);  // leaves, most nodes, have none
-    }
 
     const_iterator begin() const { return entries; }
     const_iterator end() const { return entries + count_; }
@@ -54,10 +55,10 @@ public:
 
     // Enters `node` under `key` (a view of the node's name) unless the key is
     // taken. Returns false for a taken key.
-    bool insert(std::string_view key, DbNode* node) {
+    bool insert(std::string_view key, DbNode* node, NodeArena& arena) {
         const value_type* it = lowerBound(key);
         if (it != end() && it->first == key) return false;
-        insertAt(size_t(it - entries), key, node);
+        insertAt(size_t(it - entries), key, node, arena);
         return true;
     }
     // Where `key` stands or would stand, and whether it is there: a lookup
@@ -68,8 +69,8 @@ public:
         return size_t(it - entries);
     }
     DbNode* at(size_t index) const { return entries[index].second; }
-    void insertAt(size_t index, std::string_view key, DbNode* node) {
-        if (count_ == capacity) grow(count_ + 1);
+    void insertAt(size_t index, std::string_view key, DbNode* node, NodeArena& arena) {
+        if (count_ == capacity) grow(count_ + 1, arena);
         if (index != count_)
             std::memmove(static_cast<void*>(entries + index + 1), entries + index, (count_ - index) * sizeof(value_type));
         entries[index] = value_type{key, node};
@@ -80,13 +81,18 @@ public:
         std::memmove(static_cast<void*>(entries + index), entries + index + 1, (count_ - index - 1) * sizeof(value_type));
         --count_;
     }
-    void clear() {
-        if (entries) ::operator delete(entries);  // a leaf has none: no call for it
+    // Gives the array back; the map is empty.
+    void release(NodeArena& arena) {
+        if (entries) arena.give(entries, capacity * sizeof(value_type));  // a leaf has none: no call for it
+        forget();
+    }
+    // Empties the map without giving the array back: for a tree that goes whole.
+    void forget() {
         entries = nullptr;
         count_ = capacity = 0;
     }
-    void reserve(size_t n) {
-        if (n > capacity) grow(n);
+    void reserve(size_t n, NodeArena& arena) {
+        if (n > capacity) grow(n, arena);
     }
 
 private:
@@ -94,12 +100,12 @@ private:
     uint32_t count_ = 0;
     uint32_t capacity = 0;
 
-    void grow(size_t atLeast) {
+    void grow(size_t atLeast, NodeArena& arena) {
         size_t next = capacity ? size_t(capacity) * 2 : 4;
         if (next < atLeast) next = atLeast;
-        auto* more = static_cast<value_type*>(::operator new(next * sizeof(value_type)));
+        auto* more = static_cast<value_type*>(arena.take(next * sizeof(value_type)));
         if (count_) std::memcpy(static_cast<void*>(more), entries, count_ * sizeof(value_type));
-        ::operator delete(entries);
+        if (entries) arena.give(entries, capacity * sizeof(value_type));
         entries = more;
         capacity = uint32_t(next);
     }

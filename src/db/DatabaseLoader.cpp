@@ -111,7 +111,7 @@ private:
         if (!node || !created) return node;
         node->isStatic = isStatic;
         if (module) {
-            node->module.set(module->moduleName());
+            node->setModule(module->moduleName());
             loadedModules().insert(std::string(module->moduleName()));
         }
         return node;
@@ -134,7 +134,7 @@ private:
         if (!node) return;
         if (created) {
             node->category = category;
-            if (hasModule && !module) node->module.set(views[2]);
+            if (hasModule && !module) node->setModule(views[2]);
         }
         load(element, *node);
     }
@@ -145,7 +145,7 @@ private:
         bool created = false;
         DbNode* node = childOrNew(parent, views[0], created);
         if (!node) return;
-        if (created) node->attachValue(makeValue(kind));
+        if (created) node->attachValue(kind);
         if (node->kind == kind && node->value) {
             // The kind says what the value is.
             if (kind == NodeKind::intValue) {
@@ -166,7 +166,7 @@ private:
         bool created = false;
         DbNode* node = childOrNew(parent, name, created);
         if (!node) return;
-        if (created) node->attachValue(makeValue(kind));
+        if (created) node->attachValue(kind);
         if (node->kind != kind || !node->value) return;
         if (kind == NodeKind::image && module) {
             if (auto* image = node->valueAs<ImageValueBase>()) module->readImage(element, *image);

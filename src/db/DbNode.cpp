@@ -4,31 +4,75 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "db/DbContext.h"
+#include "db/IntValue.h"
+#include "db/StringValue.h"
 #include "db/SessionMode.h"
 #include "platform/Trace.h"
 
 namespace lh::db {
 
-DbNode::DbNode(std::string_view nodeName, DbNode* parentNode) : name(nodeName), parent(parentNode) {
+DbNode::DbNode(std::string_view nodeName, DbNode* parentNode)
+    : name(nodeName), parent(parentNode), arena(parentNode ? parentNode->arena : new NodeArena) {
     if (parent) {
         owner = parent->owner;
         holders = parent->holders;
     }
+    if (nameOnHeap()) arena->keepTrackOf(*this);
+}
+
+bool DbNode::nameOnHeap() const {
+    // A short name is kept inside the string itself; a longer one is freed
+    // by the node, which the tree then visits when it goes.
+    return name.size() > kLongestInlineName;
+}
+
+namespace {
+
+// Where the memory of the node whose destructor ran last came from: its
+// tree's, or the heap's (null). A delete runs the destructor and then frees
+// the memory, with nothing between them.
+thread_local NodeArena* homeOfDestroyed = nullptr;
+
+// The notify calls under way on this thread, the innermost last, and the
+// nodes each of them walks, from the changed node up to the root: an
+// observer told of a change may delete a node of a walk (see notify).
+struct Walk {
+    size_t first, end;  // its nodes in walkedNodes
+    size_t goneUntil;   // the nodes before this place in walkedNodes went
+};
+thread_local std::vector<DbNode*> walkedNodes;
+thread_local std::vector<Walk> walks;
+
+}  // namespace
+
+void* DbNode::operator new(size_t size) { return ::operator new(size); }
+
+void DbNode::operator delete(void* block) {
+    if (NodeArena* home = std::exchange(homeOfDestroyed, nullptr)) {
+        home->give(block, sizeof(DbNode));
+    } else {
+        ::operator delete(block);
+    }
 }
 
 DbNode::~DbNode() {
-    if (tornDown) return;  // a node below the deleted one: already handled
-    tellObserversOfDeletion();
-    if (parent) {
-        auto it = parent->children.find(name);
-        if (it != parent->children.end() && it->second == this) {
-            parent->children.erase(it);
-            parent->notify(ChangeKind::children);
+    if (!tornDown) {  // else a node below the deleted one: already handled
+        if (!walks.empty()) endWalksThrough();
+        tellObserversOfDeletion();
+        if (parent) {
+            auto it = parent->children.find(name);
+            if (it != parent->children.end() && it->second == this) {
+                parent->children.erase(it);
+                parent->notify(ChangeKind::children);
+            }
         }
+        tearDown(false);
+        if (!parent) delete arena;
     }
-    tearDown(false);
+    homeOfDestroyed = parent ? arena : nullptr;
 }
 
 void DbNode::tellObserversOfDeletion() {
@@ -38,6 +82,7 @@ void DbNode::tellObserversOfDeletion() {
     while (!observations.empty()) {
         NodeObservation* ending = observations.front();
         observations.erase(observations.begin());
+        --arena->observations;
         NodeObserver* observer = ending->observer;
         ending->watched = nullptr;
         ending->observer = nullptr;
@@ -49,22 +94,48 @@ void DbNode::tearDown(bool nested) {
     if (!nested) {
         if (ReplicationSink* sink = dbContext().sink) sink->nodeDeleted(pathOf());
     }
-    // A large tree does not stay in the cache: ask for the nodes a few
-    // places ahead, so that their loads overlap.
-    // The node first, its value once the node is in.
-    constexpr size_t kAhead = 8;
-    for (size_t i = 0; i < kAhead && i < children.size(); ++i) __builtin_prefetch(children.at(i), 1);
-    for (size_t i = 0; i < children.size(); ++i) {
-        if (i + kAhead < children.size()) __builtin_prefetch(children.at(i + kAhead), 1);
-        if (i + kAhead / 2 < children.size()) __builtin_prefetch(children.at(i + kAhead / 2)->value.get(), 1);
-        DbNode* node = children.at(i);
-        node->tellObserversOfDeletion();
-        node->tearDown(true);
-        delete node;
+    if (!parent && arena->observations == 0) {
+        dropTree();
+    } else {
+        // A large tree does not stay in the cache: ask for the nodes a few
+        // places ahead, so that their loads overlap.
+        // The node first, its value once the node is in.
+        constexpr size_t kAhead = 8;
+        for (size_t i = 0; i < kAhead && i < children.size(); ++i) __builtin_prefetch(children.at(i), 1);
+        for (size_t i = 0; i < children.size(); ++i) {
+            if (i + kAhead < children.size()) __builtin_prefetch(children.at(i + kAhead), 1);
+            if (i + kAhead / 2 < children.size()) __builtin_prefetch(children.at(i + kAhead / 2)->value.get(), 1);
+            DbNode* node = children.at(i);
+            node->tellObserversOfDeletion();
+            node->tearDown(true);
+            delete node;
+        }
     }
-    children.clear();
-    value.reset();
+    releaseOwnMemory();
     tornDown = true;
+}
+
+void DbNode::dropTree() {
+    // Nobody observes a node of the tree, so nobody is told: what the
+    // nodes hold outside the tree's memory is freed, and the rest goes with
+    // the memory. A value's destructor may reach other values (numbers
+    // linked to each other), which are all still there.
+    for (DbNode* node : arena->takeTracked()) {
+        if (node == this) continue;
+        node->value.reset();
+        std::string().swap(node->name);
+        node->categoryDefinitions.clear();
+        node->observations.release();
+    }
+    children.forget();
+}
+
+void DbNode::releaseOwnMemory() {
+    children.release(*arena);
+    value.reset();
+    setModule({});
+    holders.clear();
+    if (trackedAt) arena->forget(*this);
 }
 
 DbNode* DbNode::addChildQuietly(std::string_view key, bool* created) {
@@ -73,8 +144,8 @@ DbNode* DbNode::addChildQuietly(std::string_view key, bool* created) {
     bool found = false;
     size_t at = children.position(key, found);
     if (found) return children.at(at);
-    auto* node = new DbNode(key, this);
-    children.insertAt(at, node->name, node);
+    auto* node = new (*arena) DbNode(key, this);
+    children.insertAt(at, node->name, node, *arena);
     if (created) *created = true;
     return node;
 }
@@ -89,9 +160,46 @@ DbNode* DbNode::addChild(std::string_view key) {
 int DbNode::attachValue(std::unique_ptr<NodeValue> newValue) {
     if (!newValue || kind != NodeKind::node || value) return -1;
     kind = newValue->kind();
-    value = std::move(newValue);
+    value.reset(newValue.release());
+    value->node = this;
+    // A value of its own on the heap is deleted when the tree goes.
+    arena->keepTrackOf(*this);
+    return 0;
+}
+
+namespace {
+
+template <class T>
+ValuePtr makeInTree(NodeArena& arena) {
+    T* made = ::new (arena.take(sizeof(T))) T();
+    made->arenaBytes = sizeof(T);
+    return ValuePtr(made);
+}
+
+}  // namespace
+
+int DbNode::attachValue(NodeKind newKind) {
+    if (kind != NodeKind::node || value) return -1;
+    switch (newKind) {
+    case NodeKind::intValue: value = makeInTree<IntValue>(*arena); break;
+    case NodeKind::stringValue: value = makeInTree<StringValue>(*arena); break;
+    default: return attachValue(makeValue(newKind));
+    }
+    kind = newKind;
     value->node = this;
     return 0;
+}
+
+void ValueDeleter::operator()(NodeValue* doomed) const {
+    if (!doomed->arenaBytes) {
+        delete doomed;
+        return;
+    }
+    // Values in a tree's memory are made with their node (see above).
+    NodeArena* home = doomed->node->arena;
+    uint32_t bytes = doomed->arenaBytes;
+    doomed->~NodeValue();
+    home->give(doomed, bytes);
 }
 
 DbNode* DbNode::child(std::string_view key) const { return children.get(key); }
@@ -124,15 +232,40 @@ bool DbNode::canEdit() const {
 void DbNode::notify(ChangeKind change) {
     // Values change under their record: the record is what a watcher waits for.
     if (change == ChangeKind::value && platform::traceOn()) platform::trace("record %s", pathOf().c_str());
+    // The nodes to tell are fixed before the first call: an observer may
+    // delete any of them, which the walk learns through its entry (see
+    // ~DbNode), and a node that went is never touched again.
+    size_t first = walkedNodes.size();
+    for (DbNode* n = this; n; n = n->parent) walkedNodes.push_back(n);
+    walks.push_back({first, walkedNodes.size(), first});
+    size_t walk = walks.size() - 1;
     std::vector<NodeObservation*> told;
-    for (DbNode* n = this; n; n = n->parent) {
+    for (size_t i = first; i < walks[walk].end; ++i) {
+        if (i < walks[walk].goneUntil) continue;
+        DbNode* n = walkedNodes[i];
         if (n->observations.empty()) continue;
         // The list as it was when the change came; a handle that ended since
         // is no longer in the node's list and is skipped, never touched.
         told.assign(n->observations.begin(), n->observations.end());
         for (NodeObservation* o : told) {
+            if (i < walks[walk].goneUntil) break;  // the node went in the last call
             auto& live = n->observations;
             if (std::find(live.begin(), live.end(), o) != live.end()) o->observer->onChanged(change);
+        }
+    }
+    walks.pop_back();
+    walkedNodes.resize(first);
+}
+
+void DbNode::endWalksThrough() {
+    // A node's deletion takes everything below it: in each walk, the node
+    // and the ones before it (its descendants) are gone.
+    for (Walk& w : walks) {
+        for (size_t i = w.first; i < w.end; ++i) {
+            if (walkedNodes[i] == this) {
+                if (w.goneUntil < i + 1) w.goneUntil = i + 1;
+                break;
+            }
         }
     }
 }
@@ -157,12 +290,17 @@ void NodeObservation::observe(DbNode& node, NodeObserver& who) {
     watched = &node;
     observer = &who;
     node.observations.push_back(this);
+    // The node's list is freed by the node: the tree visits it when it goes.
+    ++node.arena->observations;
+    node.arena->keepTrackOf(node);
 }
 
 void NodeObservation::reset() {
     if (!watched) return;
     auto& list = watched->observations;
-    list.erase(std::remove(list.begin(), list.end(), this), list.end());
+    auto gone = std::remove(list.begin(), list.end(), this);
+    watched->arena->observations -= size_t(list.end() - gone);
+    list.erase(gone, list.end());
     watched = nullptr;
     observer = nullptr;
 }
@@ -178,13 +316,27 @@ void DbNode::addHolder(std::string_view userName, bool makeOwner) {
         if (makeOwner) setOwner(&user);
         return;
     }
-    holders.push_back(&user);
+    holders.push_back(&user, *arena);
     if (makeOwner) setOwner(&user);
     for (auto& [key, node] : children) node->addHolder(userName, makeOwner);
 }
 
 void DbNode::setCategoryDefinition(std::string_view holder, std::string_view definition) {
     categoryDefinitions.set(holder, definition);
+    arena->keepTrackOf(*this);  // the definitions are freed by the node
+}
+
+void DbNode::setModule(std::string_view moduleName) {
+    moduleName = FixedText<256>::fit(moduleName);
+    if (module.block) {
+        arena->give(module.block, sizeof(uint32_t) + module.size());
+        module.block = nullptr;
+    }
+    if (moduleName.empty()) return;
+    auto size = uint32_t(moduleName.size());
+    module.block = static_cast<char*>(arena->take(sizeof size + size));
+    std::memcpy(module.block, &size, sizeof size);
+    std::memcpy(module.block + sizeof size, moduleName.data(), size);
 }
 
 int DbNode::removeModuleNodes(std::string_view moduleName) {
@@ -210,7 +362,8 @@ int DbNode::removeModuleNodes(std::string_view moduleName) {
 
 DbNode& rootNode() {
     // Never destroyed: at exit, windows that observe nodes may be gone.
-    static DbNode* root = new DbNode("", nullptr);
+    alignas(DbNode) static unsigned char place[sizeof(DbNode)];
+    static DbNode* root = ::new (place) DbNode("", nullptr);
     return *root;
 }
 

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+#include <new>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,8 +15,8 @@
 #include "db/ChildMap.h"
 #include "db/FixedText.h"
 #include "db/HolderList.h"
+#include "db/NodeArena.h"
 #include "db/NodeObserver.h"
-#include "db/NodePool.h"
 #include "db/NodeValue.h"
 #include "db/ObservationList.h"
 #include "db/Users.h"
@@ -24,17 +26,45 @@ namespace lh::db {
 // Longest path that messages and the fixed buffers of callers carry.
 constexpr size_t kMaxPathLength = 255;
 
-class DbNode : public Pooled<DbNode> {
+// A short text kept in the memory of a node's tree, such as the Module mark:
+// empty, as it nearly always is, it costs a pointer. DbNode sets it.
+class TreeText {
 public:
-    // Takes over the parent's owner and holders. It does not enter itself
-    // into the parent's children: the caller does that (see addChild).
+    std::string_view view() const {
+        if (!block) return {};
+        uint32_t size;
+        std::memcpy(&size, block, sizeof size);
+        return {block + sizeof size, size};
+    }
+    bool empty() const { return !block; }
+    size_t size() const { return view().size(); }
+    friend bool operator==(const TreeText& a, std::string_view b) { return a.view() == b; }
+
+private:
+    friend class DbNode;
+    char* block = nullptr;  // the length, then the bytes
+};
+
+class DbNode {
+public:
+    // A node without a parent is the root of a tree of its own, and holds
+    // the tree's memory. A child takes over its parent's owner and holders;
+    // it is made by addChild, which enters it into the parent's children.
     DbNode(std::string_view name, DbNode* parent);
     // Deletes the node and everything below it: observers are told first,
     // the node leaves its parent (which is told), the deletion is sent on,
-    // and the values go last.
+    // and the values go last. A root whose tree nobody observes gives the
+    // tree's memory back at once, visiting only nodes that hold memory of
+    // their own.
     ~DbNode();
     DbNode(const DbNode&) = delete;
     DbNode& operator=(const DbNode&) = delete;
+    // Roots are made anywhere, on the heap by plain `new`; the other nodes
+    // in their tree's memory, to which `delete` gives them back.
+    static void* operator new(size_t size);
+    static void* operator new(size_t size, NodeArena& arena) { return arena.take(size, true); }
+    static void operator delete(void* block);
+    static void operator delete(void* block, NodeArena& arena) { arena.give(block, sizeof(DbNode)); }
 
     // Creates a child under `key`, enters it and tells this node's observers.
     // Returns the existing child if the key is taken. A key with a "." in it
@@ -48,6 +78,10 @@ public:
     // Gives a kind-0 node its value and kind. -1 if the node has a kind
     // already (a kind never changes once set) or the value is null.
     int attachValue(std::unique_ptr<NodeValue> newValue);
+    // The same with a new value of `kind`: numbers and texts are made in the
+    // tree's memory, the other kinds by their makers (see makeValue). -1
+    // also for a kind without values.
+    int attachValue(NodeKind newKind);
 
     DbNode* child(std::string_view key) const;
     // "group.00001.field"; RootNode adds nothing. The full path, which may
@@ -64,6 +98,8 @@ public:
     void setOwner(User* user);
     void addHolder(std::string_view userName, bool makeOwner);
     void setCategoryDefinition(std::string_view holder, std::string_view definition);
+    // The Module this node came from, cut to 255 bytes; empty for ours.
+    void setModule(std::string_view moduleName);
     // Deletes this node if it came from that Module, else looks below it.
     // 1 if this node was deleted, else 0.
     int removeModuleNodes(std::string_view moduleName);
@@ -79,13 +115,19 @@ public:
     // costs a pointer.
     std::string name;  // never changes: the parent's key is a view of it
     NodeKind kind = NodeKind::node;
-    uint32_t isStatic = 0;  // static Ruleset data: not editable, not stored
-    std::unique_ptr<NodeValue> value;
-    RareText<256> module;  // the Module this node came from; empty for ours
+    bool isStatic = false;  // static Ruleset data: not editable, not stored
+
+private:
+    bool tornDown = false;  // here, in the space behind isStatic
+
+public:
+    ValuePtr value;
+    TreeText module;  // the Module this node came from; empty for ours (see setModule)
     uint32_t category = 0;
 
 private:
-    bool tornDown = false;  // here, in the space behind category
+    friend class NodeArena;
+    uint32_t trackedAt = 0;  // 1 + the place in the tree's list of nodes to visit; 0: not there
 
 public:
     ChildMap children;  // owned
@@ -94,10 +136,17 @@ public:
     User* owner = nullptr;
     CategoryDefinitions categoryDefinitions;
     ObservationList observations;  // not owned: each handle leaves by itself
+    NodeArena* arena;  // the tree's memory, held by the root
 
 private:
+    friend class NodeObservation;
     void tellObserversOfDeletion();
+    void endWalksThrough();  // see notify
     void tearDown(bool nested);
+    void dropTree();
+    void releaseOwnMemory();
+    static constexpr size_t kLongestInlineName = 15;
+    bool nameOnHeap() const;
 };
 
 // Where the tree's memory goes on the usual 64-bit platforms; a field added

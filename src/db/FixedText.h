@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -41,58 +40,6 @@ public:
 
 private:
     std::string bytes;
-};
-
-}  // namespace lh::db
-
-namespace lh::db {
-
-// The same field for texts that are nearly always empty, such as the Module
-// mark of a node: an empty text costs one pointer and no allocation, which
-// matters in an object that exists a hundred thousand times.
-template <size_t Capacity>
-class RareText {
-public:
-    static constexpr size_t maxLength = Capacity - 1;
-
-    RareText() = default;
-    RareText(std::string_view text) { set(text); }
-    RareText(const RareText& other) { set(other.view()); }
-    RareText& operator=(const RareText& other) {
-        if (this != &other) set(other.view());
-        return *this;
-    }
-    RareText(RareText&&) noexcept = default;
-    RareText& operator=(RareText&&) noexcept = default;
-
-    void set(std::string_view text) {
-        text = FixedText<Capacity>::fit(text);
-        if (text.empty()) {
-            bytes.reset();
-        } else if (bytes) {
-            bytes->assign(text);
-        } else {
-            bytes = std::make_unique<std::string>(text);
-        }
-    }
-    void clear() { bytes.reset(); }
-
-    std::string_view view() const { return bytes ? std::string_view(*bytes) : std::string_view(); }
-    const std::string& str() const { return bytes ? *bytes : none(); }
-    const char* c_str() const { return str().c_str(); }
-    bool empty() const { return !bytes; }
-    size_t size() const { return bytes ? bytes->size() : 0; }
-
-    friend bool operator==(const RareText& a, std::string_view b) { return a.view() == b; }
-    friend bool operator==(const RareText& a, const RareText& b) { return a.view() == b.view(); }
-
-private:
-    std::unique_ptr<std::string> bytes;  // null for the empty text
-
-    static const std::string& none() {
-        static const std::string empty;
-        return empty;
-    }
 };
 
 }  // namespace lh::db

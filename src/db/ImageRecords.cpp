@@ -94,7 +94,7 @@ void refreshImageRecords(DbNode& root) {
         if (auto* imageValue = dynamic_cast<ImageValueBase*>(value.get())) imageValue->setImagePath(path);
         image->attachValue(std::move(value));
         DbNode* name = record->addChildQuietly("name");
-        name->attachValue(std::make_unique<StringValue>());
+        name->attachValue(NodeKind::stringValue);
         // Escaped first, as the value undoes escapes: a "#" in a file name
         // stays a "#".
         name->valueAs<StringValue>()->set(escapeText(displayName(path)));

@@ -50,7 +50,12 @@ IntValue::~IntValue() {
 }
 
 IntValue::Links& IntValue::ownLinks() {
-    if (!links) links = std::make_unique<Links>();
+    if (!links) {
+        links = std::make_unique<Links>();
+        // The links are freed, and the other ends told, by this value's
+        // destructor: the tree visits its node when it goes.
+        if (node) node->arena->keepTrackOf(*node);
+    }
     return *links;
 }
 

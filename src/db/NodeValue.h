@@ -36,7 +36,16 @@ public:
     virtual void writeStored(std::string& out, int indent) const;
 
     DbNode* node = nullptr;  // the node that holds this value
+    // The size of the value's block in the memory of its node's tree, or 0
+    // for a value made on the heap (see DbNode::attachValue).
+    uint32_t arenaBytes = 0;
 };
+
+// Deletes a value as it was made: one in its tree's memory goes back there.
+struct ValueDeleter {
+    void operator()(NodeValue* value) const;
+};
+using ValuePtr = std::unique_ptr<NodeValue, ValueDeleter>;
 
 // What travels between machines of an image value: the names of its files
 // and the numbers of its grid and view. The picture bytes go by the file

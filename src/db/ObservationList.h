@@ -28,6 +28,8 @@ public:
     }
     iterator erase(iterator at) { return entries->erase(at); }
     iterator erase(iterator first, iterator last) { return first == last ? last : entries->erase(first, last); }
+    // Frees the list, which must hold nothing.
+    void release() { entries.reset(); }
 
 private:
     std::unique_ptr<Entries> entries;

@@ -130,24 +130,6 @@ size_t readReference(std::string_view text, char32_t& cp) {
     return i + 1;
 }
 
-void appendUtf8(std::string& out, char32_t cp) {
-    if (cp < 0x80) {
-        out.push_back(char(cp));
-    } else if (cp < 0x800) {
-        out.push_back(char(0xC0 | (cp >> 6)));
-        out.push_back(char(0x80 | (cp & 0x3F)));
-    } else if (cp < 0x10000) {
-        out.push_back(char(0xE0 | (cp >> 12)));
-        out.push_back(char(0x80 | ((cp >> 6) & 0x3F)));
-        out.push_back(char(0x80 | (cp & 0x3F)));
-    } else {
-        out.push_back(char(0xF0 | (cp >> 18)));
-        out.push_back(char(0x80 | ((cp >> 12) & 0x3F)));
-        out.push_back(char(0x80 | ((cp >> 6) & 0x3F)));
-        out.push_back(char(0x80 | (cp & 0x3F)));
-    }
-}
-
 class PlainReader {
 public:
     PlainReader(const char* begin, size_t size) : p(begin), start(begin), end(begin + size) {}
@@ -181,7 +163,7 @@ public:
     }
 
     void build(DbNode& root, bool isStatic) {
-        if (rootChildren) root.children.reserve(root.children.size() + rootChildren);
+        if (rootChildren) root.children.reserve(root.children.size() + rootChildren, *root.arena);
         std::vector<DbNode*> parents{&root};
         parents.reserve(kMaxOpen + 2);
         for (const Item& item : items) {
@@ -513,7 +495,7 @@ private:
             } else if (c == '&') {
                 char32_t cp = 0;
                 k += readReference(raw.substr(k), cp);  // checked by the scan
-                appendUtf8(scratch, cp);
+                platform::appendUtf8(scratch, cp);
             } else {
                 scratch.push_back(c);
                 ++k;
@@ -534,18 +516,18 @@ private:
             if (!node) return nullptr;
             if (created) {
                 node->isStatic = isStatic;
-                if (item.children) node->children.reserve(item.children);
+                if (item.children) node->children.reserve(item.children, *node->arena);
             }
             bool hasSecond = item.found & 2;
             if (item.tag == kNode) {
                 if (created) {
                     node->category = hasSecond ? readStoredUnsigned(value(item, 1)) : 0;
-                    if (item.found & 4) node->module.set(value(item, 2));
+                    if (item.found & 4) node->setModule(value(item, 2));
                 }
                 return node;
             }
             NodeKind kind = item.tag == kInt ? NodeKind::intValue : NodeKind::stringValue;
-            if (created) node->attachValue(makeValue(kind));
+            if (created) node->attachValue(kind);
             if (node->kind == kind && node->value) {
                 if (kind == NodeKind::intValue) {
                     static_cast<IntValue*>(node->value.get())->set(hasSecond ? readStoredInt(value(item, 1)) : 0);
@@ -565,7 +547,7 @@ private:
             NodeKind kind = item.tag == kImage ? NodeKind::image : NodeKind::formattedText;
             if (created) {
                 node->isStatic = isStatic;
-                node->attachValue(makeValue(kind));
+                node->attachValue(kind);
             }
             if (node->kind == kind && node->value) node->value->readStored(*storedElements[item.stored]);
             return nullptr;

@@ -1,17 +1,45 @@
 // StringValue: a text with its escapes undone.
 #include "db/StringValue.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
 #include "db/DbContext.h"
 #include "db/DbNode.h"
 #include "db/TextEscape.h"
 
 namespace lh::db {
 
+StringValue::~StringValue() { giveBack(); }
+
+void StringValue::giveBack() {
+    if (!bytes) return;
+    if (home) {
+        home->give(bytes, capacity);
+    } else {
+        delete[] bytes;
+    }
+    bytes = nullptr;
+    size = capacity = 0;
+    home = nullptr;
+}
+
 void StringValue::set(std::optional<std::string_view> text) {
-    value.clear();
+    size = 0;
     if (!text || text->empty()) return;
-    value.assign(*text);
-    unescapeText(value);
+    // The record formats carry lengths in 32 bits.
+    size_t length = std::min<size_t>(text->size(), UINT32_MAX);
+    NodeArena* where = node ? node->arena : nullptr;
+    if (length > capacity || where != home) {
+        giveBack();
+        bytes = where ? static_cast<char*>(where->take(length)) : new char[length];
+        capacity = uint32_t(length);
+        home = where;
+    }
+    std::memcpy(bytes, text->data(), length);
+    // Undoing escapes only ever shortens the text.
+    size = uint32_t(unescapeText(bytes, length));
 }
 
 int StringValue::publish(bool quiet) {

@@ -2,6 +2,7 @@
 // stored or received text has its "#%02x" escapes undone on every set.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,8 +12,14 @@
 
 namespace lh::db {
 
+class NodeArena;
+
 class StringValue : public NodeValue, public Pooled<StringValue> {
 public:
+    StringValue() = default;
+    ~StringValue() override;
+    StringValue(const StringValue&) = delete;
+    StringValue& operator=(const StringValue&) = delete;
     NodeKind kind() const override { return NodeKind::stringValue; }
 
     // Empty or absent text leaves the value null; otherwise the text is
@@ -20,15 +27,23 @@ public:
     void set(std::optional<std::string_view> text);
     void set(const char* text) { set(text ? std::optional<std::string_view>(text) : std::nullopt); }
     void set(const std::string& text) { set(std::optional<std::string_view>(text)); }
-    bool isNull() const { return value.empty(); }
-    // The text, empty for null.
-    const std::string& text() const { return value; }
+    bool isNull() const { return size == 0; }
+    // The text, empty for null. It stays valid until the next set.
+    std::string_view text() const { return {bytes, size}; }
     // Sends the node on; unless quiet, tells the node's parent. 0, or -1
     // without a node.
     int publish(bool quiet);
 
 private:
-    std::string value;
+    // The bytes are taken from the memory of the node's tree once the value
+    // has a node, so that a tree that goes whole takes its texts with it;
+    // before that, from the heap.
+    char* bytes = nullptr;
+    uint32_t size = 0;
+    uint32_t capacity = 0;
+    NodeArena* home = nullptr;  // where the bytes came from; null: the heap
+
+    void giveBack();
 };
 
 }  // namespace lh::db

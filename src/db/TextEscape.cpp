@@ -1,6 +1,8 @@
 // "#%02x" escaping of stored texts.
 #include "db/TextEscape.h"
 
+#include <cstring>
+
 namespace lh::db {
 
 namespace {
@@ -38,13 +40,15 @@ std::string escapeText(std::string_view text) {
     return out;
 }
 
-void unescapeText(std::string& text) {
-    size_t hash = text.find('#');
-    if (hash == std::string::npos) return;
-    size_t write = hash;
-    size_t read = hash;
-    while (read < text.size()) {
-        if (text[read] == '#' && read + 2 < text.size()) {
+void unescapeText(std::string& text) { text.resize(unescapeText(text.data(), text.size())); }
+
+size_t unescapeText(char* text, size_t size) {
+    const void* hash = std::memchr(text, '#', size);
+    if (!hash) return size;
+    size_t write = size_t(static_cast<const char*>(hash) - text);
+    size_t read = write;
+    while (read < size) {
+        if (text[read] == '#' && read + 2 < size) {
             int hi = hexValue(text[read + 1]);
             int lo = hexValue(text[read + 2]);
             if (hi >= 0 && lo >= 0) {
@@ -55,7 +59,7 @@ void unescapeText(std::string& text) {
         }
         text[write++] = text[read++];
     }
-    text.resize(write);
+    return write;
 }
 
 }  // namespace lh::db

@@ -18,5 +18,7 @@ std::string escapeText(std::string_view text);
 // byte they give. A "#" without two hex digits behind it stays as it is, so
 // hand-written text with a plain "#" in it survives.
 void unescapeText(std::string& text);
+// The same on `size` bytes at `text`; answers the length that is left.
+size_t unescapeText(char* text, size_t size);
 
 }  // namespace lh::db

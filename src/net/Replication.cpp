@@ -259,7 +259,7 @@ HandlerResult Replication::onData(net::SessionPeer* from, const net::NetMessage&
     switch (NodeKind(d.kind)) {
     case NodeKind::intValue:
     case NodeKind::stringValue:
-        if (!node->value) node->attachValue(makeValue(NodeKind(d.kind)));
+        if (!node->value) node->attachValue(NodeKind(d.kind));
         if (auto* v = node->valueAs<IntValue>()) v->set(d.number);
         if (auto* v = node->valueAs<StringValue>()) v->set(std::string_view(d.text));
         node->parent->notify(ChangeKind::value);

@@ -22,6 +22,9 @@ std::string typedTextToWindows1252(std::string_view utf8);
 
 std::string windows1252ToUtf8(std::string_view text);
 
+// Appends the UTF-8 form of a Unicode code point (at most U+10FFFF).
+void appendUtf8(std::string& out, char32_t cp);
+
 // Unicode code point of a Windows-1252 byte.
 char32_t windows1252ToCodePoint(unsigned char byte);
 

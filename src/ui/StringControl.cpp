@@ -99,9 +99,9 @@ void StringControl::Parse(db::XmlElement& element, db::DbNode* record) {
 db::StringValue& StringControl::value() { return *BoundValue<db::StringValue>(); }
 
 std::string StringControl::GetText() {
-    const std::string& text = value().text();
+    std::string_view text = value().text();
     if (text.empty() && !HasFocus()) return emptyText;
-    return text;
+    return std::string(text);
 }
 
 void StringControl::SetText(const std::string& text) {
@@ -166,7 +166,7 @@ void StringControl::KeyEvent(int message, int code, int) {
 }
 
 void StringControl::clipboardKey(int code) {
-    const std::string text = value().text();
+    const std::string text(value().text());
     if (code == kKeyC || code == kKeyX) {
         if (!text.empty()) platform::setClipboardText(toClipboard(text));
         if (code == kKeyX) {
@@ -190,7 +190,7 @@ int StringControl::MouseButton(int message, uint32_t flags, uint32_t position) {
     if (isStatic) return kPass;
     if (createsIdentity && (flags & mouse::kControl)) {
         if (message == mouse::kLeftUp && window->desktop().isHost() && !value().text().empty()) {
-            if (identityMaker()) identityMaker()(value().text());
+            if (identityMaker()) identityMaker()(std::string(value().text()));
         }
         return message == mouse::kLeftDown || message == mouse::kLeftUp ? kTakeCapture : kPass;
     }
@@ -200,7 +200,7 @@ int StringControl::MouseButton(int message, uint32_t flags, uint32_t position) {
     if (!HasFocus()) SetFocused(true);
     int32_t wx, wy;
     window->GetOrigin(wx, wy);
-    caret = IndexAtPoint(value().text(), mouse::xOf(position) - wx - textRect.left,
+    caret = IndexAtPoint(std::string(value().text()), mouse::xOf(position) - wx - textRect.left,
                          mouse::yOf(position) - wy - textRect.top);
     preferredX = -1;
     Invalidate();

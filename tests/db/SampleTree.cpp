@@ -65,7 +65,7 @@ void buildSampleTree(DbNode& root, int records) {
     DbNode* bare = images->addChildQuietly("00002");
     valueNode(*bare, "image", NodeKind::image);
     DbNode* odd = root.addChildQuietly("\x01odd \"key\" <&> \xE9\xFF");
-    odd->module.set("Sunken \xC3\xA9 Temple");
+    odd->setModule("Sunken \xC3\xA9 Temple");
     setText(*odd, "k\xE9y\t2", allBytes);
     // Static data never reaches the file.
     DbNode* ruleset = root.addChildQuietly("rulesetdata");

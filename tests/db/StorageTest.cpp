@@ -61,7 +61,7 @@ TEST(Storage, GrammarLineByLine) {
 
     DbNode* group = root.addChildQuietly("grp");
     group->category = 3;
-    group->module.set("Mod");
+    group->setModule("Mod");
     DbNode* number = group->addChildQuietly("n");
     number->attachValue(makeValue(NodeKind::intValue));
     number->valueAs<IntValue>()->set(-3);

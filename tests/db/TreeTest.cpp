@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "db/DbContext.h"
@@ -245,8 +246,8 @@ TEST_F(Tree, ModuleNodesAreRemovedWhole) {
     DbNode* group = rootNode().addChild("story");
     for (int i = 0; i < 4; ++i) {
         DbNode* rec = group->addChild(group->nextRecordId());
-        if (i % 2) rec->module.set("Dungeon");
-        rec->addChild("body")->module.set(i % 2 ? "Dungeon" : "");
+        if (i % 2) rec->setModule("Dungeon");
+        rec->addChild("body")->setModule(i % 2 ? "Dungeon" : "");
     }
     EXPECT_EQ(rootNode().removeModuleNodes("Dungeon"), 0);
     EXPECT_EQ(group->children.size(), 2u);
@@ -324,4 +325,57 @@ TEST_F(Tree, ObservationsEndWhicheverSideGoesFirst) {
     EXPECT_TRUE(killerWatch);  // the group lives
     killerWatch.reset();
     EXPECT_TRUE(group->observations.empty());
+}
+
+// An observer may delete the node it is told about, or one above it, from
+// inside the call: the nodes that are left are still told, in order, and
+// nothing that went is touched again (ASan would show it).
+TEST_F(Tree, ObserversMayDeleteTheNodesBeingTold) {
+    std::vector<std::string> log;
+    struct Deleter : NodeObserver {
+        NodeObservation watch;
+        DbNode* doomed = nullptr;
+        std::vector<std::string>* log = nullptr;
+        void onChanged(ChangeKind) override {
+            log->push_back("deleter");
+            delete std::exchange(doomed, nullptr);
+        }
+    };
+    DbNode* group = rootNode().addChild("notes");
+    LogObserver top("root", &rootNode(), log);
+    LogObserver groupWatch("group", group, log);
+
+    // The record itself goes; its other observer hears of the deletion only.
+    DbNode* record = group->addChild("00001");
+    DbNode* field = record->addChild("text");
+    Deleter deleter;
+    deleter.log = &log;
+    deleter.doomed = record;
+    deleter.watch.observe(*record, deleter);
+    LogObserver after("after", record, log);
+    log.clear();
+    field->notify(ChangeKind::value);
+    EXPECT_EQ(log, (std::vector<std::string>{"deleter", "after:deleted", "group:changed0", "root:changed0",
+                                             "group:changed1", "root:changed1"}));
+    EXPECT_EQ(group->child("00001"), nullptr);
+
+    // A node above the one told goes, with the observer's own node.
+    DbNode* shelf = group->addChild("shelf");
+    DbNode* book = shelf->addChild("book");
+    deleter.doomed = shelf;
+    deleter.watch.observe(*book, deleter);
+    log.clear();
+    book->addChild("page");
+    EXPECT_EQ(log, (std::vector<std::string>{"deleter", "group:changed0", "root:changed0", "group:changed0",
+                                             "root:changed0"}));
+    EXPECT_FALSE(deleter.watch);
+
+    // A whole tree of its own goes from inside the call.
+    auto* own = new DbNode("", nullptr);
+    DbNode* leaf = own->addChild("a")->addChild("b");
+    deleter.doomed = own;
+    deleter.watch.observe(*leaf, deleter);
+    log.clear();
+    leaf->notify(ChangeKind::value);
+    EXPECT_EQ(log, (std::vector<std::string>{"deleter"}));
 }

@@ -294,6 +294,7 @@ void ImageValue::DrawLayers(render::RenderContext& context, int32_t x, int32_t y
 
 void ImageValue::FileAnnounced(uint32_t size, uint64_t fileTime) {
     if (picturePath.empty()) {
+        traceEvent("unnamed");
         loading = false;
         base.clear();
         Rebuild();
@@ -323,6 +324,8 @@ void ImageValue::FileAnnounced(uint32_t size, uint64_t fileTime) {
         loading = true;
         fetchingPath = picturePath;
         traceEvent("fetch");
+    } else {
+        traceEvent("unfetched");
     }
     Rebuild();
 }

@@ -37,10 +37,10 @@ bool writeRows(const AlphaPlane& plane, std::vector<uint8_t>& out) {
         return false;
     }
     png_set_write_fn(png, &out, appendBytes, noFlush);
-    // Layers are mostly flat: a light compression keeps saves quick, and
-    // so do rows left unfiltered (a flat row packs as well without, and
-    // trying every filter on each row of a huge layer costs seconds).
-    png_set_compression_level(png, 3);
+    // Layers are mostly flat: the lightest compression keeps saves quick,
+    // and so do rows left unfiltered (a flat row packs as well without,
+    // and trying every filter on each row of a huge layer costs seconds).
+    png_set_compression_level(png, 1);
     png_set_filter(png, 0, PNG_FILTER_NONE);
     png_set_IHDR(png, info, png_uint_32(plane.width), png_uint_32(plane.height), 8, PNG_COLOR_TYPE_RGB,
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);

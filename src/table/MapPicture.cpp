@@ -155,7 +155,14 @@ struct IntoAlpha {
     RowTaker rows() {
         return [this](int32_t y, const uint32_t* argb) {
             uint8_t* to = blue.data();
-            for (size_t x = 0, n = blue.size(); x < n; ++x) to[x] = uint8_t(argb[x]);
+            const size_t n = blue.size();
+            // Most rows of a layer are one grey all along: a memory
+            // compare finds them at once.
+            if (std::memcmp(argb, argb + 1, (n - 1) * sizeof *argb) == 0) {
+                std::memset(to, uint8_t(argb[0]), n);
+            } else {
+                for (size_t x = 0; x < n; ++x) to[x] = uint8_t(argb[x]);
+            }
             out.loadRow(y, to);
         };
     }

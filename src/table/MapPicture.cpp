@@ -66,7 +66,13 @@ Rows readPngRows(Source& source, const SizeTaker& takeSize, const RowTaker& take
     png_uint_32 w = 0, h = 0;
     int depth = 0, colour = 0, interlace = 0;
     png_get_IHDR(png, info, &w, &h, &depth, &colour, &interlace, nullptr, nullptr);
-    const bool ownGamma = png_get_valid(png, info, PNG_INFO_gAMA | PNG_INFO_cHRM | PNG_INFO_iCCP) != 0;
+    // The decoder of whole pictures gives sRGB: a file in sRGB (marked so,
+    // or with its gamma) reads the same here; any other gamma goes there.
+    png_fixed_point gamma = 0;
+    const bool srgbGamma = png_get_gAMA_fixed(png, info, &gamma) == 0 || (gamma >= 45355 && gamma <= 45555);
+    const bool ownGamma = png_get_valid(png, info, PNG_INFO_iCCP) != 0 ||
+                          (png_get_valid(png, info, PNG_INFO_sRGB) == 0 &&
+                           (!srgbGamma || png_get_valid(png, info, PNG_INFO_cHRM) != 0));
     if (depth > 8 || interlace != PNG_INTERLACE_NONE || ownGamma) {
         result = Rows::Whole;
     } else if (layerSizeAllowed(int32_t(w), int32_t(h)) && takeSize(int32_t(w), int32_t(h))) {

@@ -13,6 +13,7 @@
 #include <memory>
 #include <random>
 #include <thread>
+#include <vector>
 
 #include "app/Frame.h"
 #include "db/DbNode.h"
@@ -50,11 +51,12 @@ struct Scene {
         if (!window || render::GraphicsDevice::Get().Create(*window) != 0) return;
         db::setSessionMode(db::SessionMode::Host);
         // A map with a texture of its own: no two tiles alike.
-        map.base.width = map.base.height = kMapSide;
-        map.base.argb.resize(size_t(kMapSide) * kMapSide);
-        for (int32_t y = 0; y < kMapSide; ++y)
-            for (int32_t x = 0; x < kMapSide; ++x)
-                map.base.argb[size_t(y) * kMapSide + size_t(x)] = 0xFF000000u | (uint32_t(x * 7 ^ y * 13) & 0xFFFFFF);
+        map.base.reset(kMapSide, kMapSide, 0xFF000000u);
+        std::vector<uint32_t> row(kMapSide);
+        for (int32_t y = 0; y < kMapSide; ++y) {
+            for (int32_t x = 0; x < kMapSide; ++x) row[size_t(x)] = 0xFF000000u | (uint32_t(x * 7 ^ y * 13) & 0xFFFFFF);
+            map.base.writeRow(y, 0, kMapSide, row.data());
+        }
         map.width = map.height = kMapSide;
         map.grid = {64, 0, 0};
         map.Open(nullptr);

@@ -87,6 +87,49 @@ bool Bitmap::CreateRenderTarget(uint32_t w, uint32_t h) {
     return true;
 }
 
+bool Bitmap::CreateStreamed(uint32_t w, uint32_t h) {
+    Release();
+    if (!validSize(w, h)) return false;
+    width = w;
+    height = h;
+    state = Streamed;
+    lost = true;
+    if (deviceUp()) makeTexture();
+    return true;
+}
+
+void Bitmap::WriteBox(const Rect& box, const uint32_t* argb, int32_t stride) {
+    if (state != Streamed || !argb) return;
+    const Rect part = intersect(box, Bounds());
+    if (part.isEmpty()) return;
+    argb += ptrdiff_t(part.top - box.top) * stride + (part.left - box.left);
+    if (!texture && deviceUp()) makeTexture();
+    if (!texture) return;
+    // Opaque when every pixel written so far is: a box that covers the
+    // whole bitmap decides alone, a smaller one can only take it away.
+    bool boxOpaque = true;
+    for (int32_t y = 0; y < part.height() && boxOpaque; ++y) {
+        const uint32_t* row = argb + ptrdiff_t(y) * stride;
+        for (int32_t x = 0; x < part.width(); ++x) {
+            if (row[x] < 0xFF000000u) {
+                boxOpaque = false;
+                break;
+            }
+        }
+    }
+    const bool whole = part == Bounds();
+    opaque = boxOpaque && (whole || (opaque && !lost));
+    if (whole) lost = false;
+    GraphicsDevice::Get().pipeline().flush();
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, stride);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, part.left, part.top, part.width(), part.height(), GL_BGRA,
+                    GL_UNSIGNED_INT_8_8_8_8_REV, argb);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+    glBindTexture(GL_TEXTURE_2D, 0);
+}
+
 bool Bitmap::makeTexture() {
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
@@ -100,7 +143,7 @@ bool Bitmap::makeTexture() {
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
     findOpaque();
-    const void* data = state == RenderTarget ? nullptr : pixels.data();
+    const void* data = state == RenderTarget || state == Streamed ? nullptr : pixels.data();
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, GLsizei(width), GLsizei(height), 0, GL_BGRA,
                  GL_UNSIGNED_INT_8_8_8_8_REV, data);
     glBindTexture(GL_TEXTURE_2D, 0);
@@ -147,7 +190,8 @@ void Bitmap::findOpaque() {
 }
 
 bool Bitmap::Lock() {
-    if (state == Empty || locked) return false;
+    // A streamed bitmap has no pixels here to hand out.
+    if (state == Empty || state == Streamed || locked) return false;
     if (state == RenderTarget) {
         if (!framebuffer || !deviceUp()) return false;
         pixels.assign(size_t(width) * height, 0);
@@ -255,6 +299,8 @@ void Bitmap::OnDeviceLost() {
     }
     // The CPU copy survives; only a lost context takes the texture with it.
     if (GraphicsDevice::Get().IsContextLost()) texture = 0;
+    // A streamed bitmap has no copy: its owner writes it again.
+    if (state == Streamed && !texture) lost = true;
 }
 
 void Bitmap::OnDeviceReset() {
@@ -265,7 +311,7 @@ void Bitmap::OnDeviceReset() {
         }
         return;
     }
-    if ((state == Loaded || state == Writable) && !texture) makeTexture();
+    if ((state == Loaded || state == Writable || state == Streamed) && !texture) makeTexture();
 }
 
 }  // namespace lh::render

@@ -4,7 +4,11 @@
 //     CPU copy, which survive resets and are uploaded again into a new context;
 //   3 render target: a texture with its own FBO, lost at a reset and made
 //     anew empty, so its owner draws it again;
-//   4 dynamic, in system memory only: never drawn.
+//   4 dynamic, in system memory only: never drawn;
+//   5 streamed: a texture with no CPU copy, written a box at a time from
+//     the owner's memory, for owners that can make any part of their
+//     picture again (map tiles). Lost at a reset and made anew empty:
+//     ContentLost() tells the owner to write all of it again.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +26,7 @@ class RenderContext;
 
 class Bitmap : public DeviceResource {
 public:
-    enum State : int { Empty = 0, Loaded = 1, Writable = 2, RenderTarget = 3, SystemMemory = 4 };
+    enum State : int { Empty = 0, Loaded = 1, Writable = 2, RenderTarget = 3, SystemMemory = 4, Streamed = 5 };
 
     Bitmap();
     ~Bitmap() override;
@@ -35,6 +39,14 @@ public:
     // Transparent black pixels; `dynamic` keeps them in system memory only.
     bool CreateEmpty(uint32_t width, uint32_t height, bool dynamic);
     bool CreateRenderTarget(uint32_t width, uint32_t height);
+    bool CreateStreamed(uint32_t width, uint32_t height);
+    // Streamed: writes `box` of the bitmap from `argb`, whose pixel (x, y)
+    // of the box is argb[(y - box.top) * stride + (x - box.left)]. Only the
+    // box goes to the device.
+    void WriteBox(const Rect& box, const uint32_t* argb, int32_t stride);
+    // Streamed: the texture does not hold what was written (it was never
+    // made, or the device was reset). A write of the whole bitmap ends it.
+    bool ContentLost() const { return state == Streamed && lost; }
     void Release();
 
     uint32_t GetWidth() const { return width; }
@@ -96,6 +108,7 @@ private:
     int state = Empty;
     bool locked = false;
     bool opaque = false;
+    bool lost = false;
     std::vector<uint32_t> pixels;
     std::unique_ptr<RenderContext> renderContext;
 };

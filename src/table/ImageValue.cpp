@@ -15,8 +15,8 @@
 #include "platform/Paths.h"
 #include "platform/Trace.h"
 #include "table/LayerFile.h"
+#include "table/MapPicture.h"
 #include "table/MapNetwork.h"
-#include "ui/PictureDecoder.h"
 
 namespace lh::table {
 
@@ -126,7 +126,7 @@ void ImageValue::setWireState(const db::ImageWireState& state) {
     viewX = std::clamp(state.viewX, -kMaxLayerSide, kMaxLayerSide);
     viewY = std::clamp(state.viewY, -kMaxLayerSide, kMaxLayerSide);
     if (pictureChanged) {
-        base = PicturePixels{};
+        base.clear();
         pending.clear();
     }
     if (maskPath.empty()) mask.clear();
@@ -154,19 +154,11 @@ void ImageValue::Publish() {
 // Section: open and close.
 
 bool ImageValue::loadBase() {
-    base = PicturePixels{};
+    base.clear();
     if (picturePath.empty()) return false;
-    std::vector<uint8_t> bytes;
-    if (!readWholeFile(platform::diskPath(picturePath), bytes)) return false;
     // Maps are drawn in tiles: they may be larger than a texture, up to
     // what the layers can hold.
-    uint32_t w = 0, h = 0;
-    if (!ui::readPictureSize(bytes.data(), bytes.size(), w, h) || uint64_t(w) * h > kMaxLayerPixels) return false;
-    ui::PixelImage picture;
-    if (!ui::decodePicture(bytes.data(), bytes.size(), picture, uint32_t(kMaxLayerSide))) return false;
-    base.width = int32_t(picture.width);
-    base.height = int32_t(picture.height);
-    base.argb = std::move(picture.pixels);
+    if (!loadMapPicture(platform::diskPath(picturePath), base)) return false;
     traceEvent("loaded");
     width = base.width;
     height = base.height;
@@ -221,7 +213,7 @@ void ImageValue::Close(ImageViewer* viewer) {
     openValues().erase(this);
     if (hasMask()) SaveMask();
     if (hasDrawing()) SaveDrawing();
-    base = PicturePixels{};
+    base.clear();
     mask.clear();
     drawing.clear();
     compositeTiles.release();
@@ -283,20 +275,16 @@ void ImageValue::DrawLayers(render::RenderContext& context, int32_t x, int32_t y
     drawingTiles.refresh(drawingDirty);
     drawingDirty = {};
     // Ink is rare on a big map: a tile without any gets no bitmap.
-    auto blank = [&](const render::Rect& area) {
-        for (int32_t py = area.top; py < area.bottom; ++py) {
-            const uint8_t* row = &drawing.alpha[size_t(py) * size_t(drawing.width)];
-            for (int32_t px = area.left; px < area.right; ++px)
-                if (row[px]) return false;
-        }
-        return true;
-    };
+    auto blank = [&](const render::Rect& area) { return !drawing.anyOtherThan(area, 0); };
+    std::vector<uint8_t> alpha;
     drawingTiles.draw(
         context, x, y, tint, clip,
         [&](const render::Rect& part, uint32_t* pixels, int32_t stride, int32_t tileX, int32_t tileY) {
+            alpha.resize(size_t(part.width()));
             for (int32_t py = part.top; py < part.bottom; ++py) {
-                uint32_t* row = pixels + ptrdiff_t(py - tileY) * stride;
-                for (int32_t px = part.left; px < part.right; ++px) row[px - tileX] = uint32_t(drawing.at(px, py)) << 24;
+                uint32_t* row = pixels + ptrdiff_t(py - tileY) * stride + (part.left - tileX);
+                drawing.readRow(py, part.left, part.right, alpha.data());
+                for (size_t i = 0; i < alpha.size(); ++i) row[i] = uint32_t(alpha[i]) << 24;
             }
         },
         blank);
@@ -306,8 +294,9 @@ void ImageValue::DrawLayers(render::RenderContext& context, int32_t x, int32_t y
 
 void ImageValue::FileAnnounced(uint32_t size, uint64_t fileTime) {
     if (picturePath.empty()) {
+        traceEvent("unnamed");
         loading = false;
-        base = PicturePixels{};
+        base.clear();
         Rebuild();
         return;
     }
@@ -335,6 +324,8 @@ void ImageValue::FileAnnounced(uint32_t size, uint64_t fileTime) {
         loading = true;
         fetchingPath = picturePath;
         traceEvent("fetch");
+    } else {
+        traceEvent("unfetched");
     }
     Rebuild();
 }
@@ -345,7 +336,7 @@ void ImageValue::OnFileArrived(bool ok) {
     traceEvent(ok ? "arrived" : "failed");
     if (!ok) {
         picturePath.clear();
-        base = PicturePixels{};
+        base.clear();
         pending.clear();
         Rebuild();
         return;
@@ -538,7 +529,14 @@ bool ImageValue::MergeSnapshot(SnapshotKind kind, const std::vector<uint8_t>& fi
     if (layer.width != incoming.width || layer.height != incoming.height) return false;
     // What came meanwhile as messages is newer than the snapshot: reveals
     // and ink only ever raise the alpha, so the larger value is the truth.
-    for (size_t i = 0; i < layer.alpha.size(); ++i) layer.alpha[i] = std::max(layer.alpha[i], incoming.alpha[i]);
+    std::vector<uint8_t> mine(size_t(layer.width)), theirs(size_t(layer.width));
+    for (int32_t y = 0; y < layer.height; ++y) {
+        layer.readRow(y, 0, layer.width, mine.data());
+        incoming.readRow(y, 0, layer.width, theirs.data());
+        for (size_t x = 0; x < mine.size(); ++x) mine[x] = std::max(mine[x], theirs[x]);
+        layer.writeRow(y, 0, layer.width, mine.data());
+    }
+    layer.compact(layer.bounds());
     if (kind == SnapshotKind::Drawing) drawingDirty = drawing.bounds();
     Rebuild();
     traceEvent(kind == SnapshotKind::Mask ? "snapshot mask" : "snapshot drawing");

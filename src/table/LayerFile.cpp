@@ -5,10 +5,11 @@
 
 #include <csetjmp>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "db/SafeFile.h"
-#include "ui/PictureDecoder.h"
+#include "table/MapPicture.h"
 
 namespace lh::table {
 
@@ -30,20 +31,30 @@ bool writeRows(const AlphaPlane& plane, std::vector<uint8_t>& out) {
         png_destroy_write_struct(&png, nullptr);
         return false;
     }
-    std::vector<uint8_t> row(size_t(plane.width) * 3);
+    std::vector<uint8_t> row(size_t(plane.width) * 3), alpha(size_t(plane.width));
     if (setjmp(png_jmpbuf(png))) {
         png_destroy_write_struct(&png, &info);
         return false;
     }
     png_set_write_fn(png, &out, appendBytes, noFlush);
-    // Layers are mostly flat: a light compression keeps saves quick.
-    png_set_compression_level(png, 3);
+    // Layers are mostly flat: the lightest compression keeps saves quick,
+    // and so do rows left unfiltered (a flat row packs as well without,
+    // and trying every filter on each row of a huge layer costs seconds).
+    png_set_compression_level(png, 1);
+    png_set_filter(png, 0, PNG_FILTER_NONE);
     png_set_IHDR(png, info, png_uint_32(plane.width), png_uint_32(plane.height), 8, PNG_COLOR_TYPE_RGB,
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
+    std::vector<uint8_t> last(alpha.size());
     for (int32_t y = 0; y < plane.height; ++y) {
-        const uint8_t* a = &plane.alpha[size_t(y) * size_t(plane.width)];
-        for (int32_t x = 0; x < plane.width; ++x) row[size_t(x) * 3] = row[size_t(x) * 3 + 1] = row[size_t(x) * 3 + 2] = a[x];
+        plane.readRow(y, 0, plane.width, alpha.data());
+        // Layers are mostly rows like the one before: those keep their bytes.
+        if (y == 0 || std::memcmp(alpha.data(), last.data(), alpha.size()) != 0) {
+            const uint8_t* a = alpha.data();
+            uint8_t* to = row.data();
+            for (size_t x = 0, n = alpha.size(); x < n; ++x, to += 3) to[0] = to[1] = to[2] = a[x];
+            alpha.swap(last);
+        }
         png_write_row(png, row.data());
     }
     png_write_end(png, info);
@@ -68,14 +79,7 @@ bool saveLayerFile(const std::filesystem::path& file, const AlphaPlane& plane) {
 }
 
 bool decodeLayer(const uint8_t* bytes, size_t length, int32_t width, int32_t height, AlphaPlane& out) {
-    ui::PixelImage picture;
-    uint32_t w = 0, h = 0;
-    if (!ui::readPictureSize(bytes, length, w, h) || uint64_t(w) * h > kMaxLayerPixels) return false;
-    if (!ui::decodePicture(bytes, length, picture, uint32_t(kMaxLayerSide))) return false;
-    if ((width > 0 && int32_t(picture.width) != width) || (height > 0 && int32_t(picture.height) != height)) return false;
-    if (!out.reset(int32_t(picture.width), int32_t(picture.height), 0)) return false;
-    for (size_t i = 0; i < picture.pixels.size(); ++i) out.alpha[i] = uint8_t(picture.pixels[i]);  // blue
-    return true;
+    return decodeAlphaPicture(bytes, length, width, height, out);
 }
 
 bool readWholeFile(const std::filesystem::path& file, std::vector<uint8_t>& out, uint64_t limit) {
@@ -95,8 +99,7 @@ bool readWholeFile(const std::filesystem::path& file, std::vector<uint8_t>& out,
 }
 
 bool loadLayerFile(const std::filesystem::path& file, int32_t width, int32_t height, AlphaPlane& out) {
-    std::vector<uint8_t> bytes;
-    return readWholeFile(file, bytes) && decodeLayer(bytes.data(), bytes.size(), width, height, out);
+    return loadAlphaPicture(file, width, height, out);
 }
 
 }  // namespace lh::table

@@ -7,13 +7,21 @@
 
 namespace lh::table {
 
+bool layerSizeAllowed(int32_t w, int32_t h) {
+    return w > 0 && h > 0 && w <= kMaxLayerSide && h <= kMaxLayerSide && uint64_t(w) * uint64_t(h) <= kMaxLayerPixels;
+}
+
 bool AlphaPlane::reset(int32_t w, int32_t h, uint8_t fill) {
     clear();
-    if (w <= 0 || h <= 0 || w > kMaxLayerSide || h > kMaxLayerSide) return false;
-    if (uint64_t(w) * uint64_t(h) > kMaxLayerPixels) return false;
-    width = w;
-    height = h;
-    alpha.assign(size_t(w) * size_t(h), fill);
+    if (!layerSizeAllowed(w, h)) return false;
+    BlockPlane::reset(w, h, fill);
+    return true;
+}
+
+bool PicturePixels::reset(int32_t w, int32_t h, uint32_t fill) {
+    clear();
+    if (!layerSizeAllowed(w, h)) return false;
+    BlockPlane::reset(w, h, fill);
     return true;
 }
 
@@ -46,17 +54,23 @@ void composeBox(const CompositeInputs& in, int32_t width, int32_t height, const 
     // A client that knows of a mask but has not got it yet shows nothing.
     const bool hideBase = !base || (!mask && in.maskNamed);
     auto rowOf = [&](int32_t y) { return out + ptrdiff_t(y - originY) * stride; };
+    std::vector<uint8_t> alpha(mask && !hideBase ? size_t(box.width()) : 0);
     for (int32_t y = box.top; y < box.bottom; ++y) {
-        uint32_t* row = rowOf(y);
-        const uint32_t* from = base ? base->argb.data() + size_t(y) * size_t(width) : nullptr;
-        for (int32_t x = box.left; x < box.right; ++x) {
-            uint32_t c = hideBase ? 0 : (from[x] | 0xFF000000u);
-            if (mask && !hideBase) {
-                uint32_t a = mask->at(x, y);
-                if (in.host && a < 64) a = 64;
-                c = (c & 0x00FFFFFFu) | a << 24;
-            }
-            row[x - originX] = c;
+        uint32_t* row = rowOf(y) + (box.left - originX);
+        if (hideBase) {
+            std::fill_n(row, box.width(), 0u);
+            continue;
+        }
+        base->readRow(y, box.left, box.right, row);
+        if (!mask) {
+            for (int32_t i = 0; i < box.width(); ++i) row[i] |= 0xFF000000u;
+            continue;
+        }
+        mask->readRow(y, box.left, box.right, alpha.data());
+        for (int32_t i = 0; i < box.width(); ++i) {
+            uint32_t a = alpha[size_t(i)];
+            if (in.host && a < 64) a = 64;
+            row[i] = (row[i] & 0x00FFFFFFu) | a << 24;
         }
     }
     const GridLines& g = in.grid;
@@ -118,9 +132,10 @@ render::Rect revealPolygon(AlphaPlane& mask, std::span<const uint32_t> points) {
             int32_t first = int32_t(std::ceil(from)), end = int32_t(std::ceil(to));
             first = std::max(first, box.left);
             end = std::min(end, box.right);
-            if (first < end) std::fill(&mask.at(first, y), &mask.at(first, y) + (end - first), uint8_t(255));
+            if (first < end) mask.fillRun(y, first, end, 255);
         }
     }
+    mask.compact(box);
     return box;
 }
 
@@ -131,7 +146,7 @@ struct Plotter {
     uint32_t pressure;
     void operator()(int32_t x, int32_t y, uint32_t weight) const {
         if (x < 0 || y < 0 || x >= plane.width || y >= plane.height) return;
-        uint8_t& a = plane.at(x, y);
+        uint8_t& a = plane.ref(x, y);
         a = uint8_t(std::min<uint32_t>(a + (((255 - weight) * pressure) >> 8), 255));
     }
 };
@@ -189,8 +204,11 @@ void resizePlane(AlphaPlane& plane, int32_t width, int32_t height) {
     AlphaPlane grown;
     if (!grown.reset(width, height, 0)) return;
     int32_t w = std::min(width, plane.width), h = std::min(height, plane.height);
-    for (int32_t y = 0; y < h; ++y)
-        std::copy_n(&plane.at(0, y), size_t(w), &grown.at(0, y));
+    std::vector<uint8_t> row(size_t(std::max(w, 0)));
+    for (int32_t y = 0; y < h; ++y) {
+        plane.readRow(y, 0, w, row.data());
+        grown.writeRow(y, 0, w, row.data());
+    }
     plane = std::move(grown);
 }
 

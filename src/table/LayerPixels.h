@@ -13,36 +13,28 @@
 #include <vector>
 
 #include "render/Rect.h"
+#include "table/BlockPlane.h"
 
 namespace lh::table {
-
-// One byte of alpha per pixel, top row first. The colour of mask and
-// drawing layers is always black, so the alpha is all they hold.
-struct AlphaPlane {
-    int32_t width = 0, height = 0;
-    std::vector<uint8_t> alpha;
-
-    bool empty() const { return alpha.empty(); }
-    // Replaces the plane with one of the size, every pixel `fill`. False
-    // (and the plane empty) for a size of 0 or one beyond the limits below.
-    bool reset(int32_t w, int32_t h, uint8_t fill);
-    void clear() { *this = AlphaPlane{}; }
-    render::Rect bounds() const { return {0, 0, width, height}; }
-    uint8_t at(int32_t x, int32_t y) const { return alpha[size_t(y) * size_t(width) + size_t(x)]; }
-    uint8_t& at(int32_t x, int32_t y) { return alpha[size_t(y) * size_t(width) + size_t(x)]; }
-};
 
 // Larger sides are refused before any memory is taken: 32767 is what a
 // packed 16-bit point can reach. A map is drawn in tiles, so it may be far
 // larger than one texture; its area is held to what memory can carry.
 constexpr int32_t kMaxLayerSide = 32767;
 constexpr uint64_t kMaxLayerPixels = 20000ull * 20000ull;
+bool layerSizeAllowed(int32_t width, int32_t height);
 
-// A picture as decoded: 0xAARRGGBB, top row first.
-struct PicturePixels {
-    int32_t width = 0, height = 0;
-    std::vector<uint32_t> argb;
-    bool empty() const { return argb.empty(); }
+// One byte of alpha per pixel. The colour of mask and drawing layers is
+// always black, so the alpha is all they hold.
+struct AlphaPlane : BlockPlane<uint8_t> {
+    // Replaces the plane with one of the size, every pixel `fill`. False
+    // (and the plane empty) for a size of 0 or one beyond the limits above.
+    bool reset(int32_t w, int32_t h, uint8_t fill);
+};
+
+// A picture as decoded: 0xAARRGGBB.
+struct PicturePixels : BlockPlane<uint32_t> {
+    bool reset(int32_t w, int32_t h, uint32_t fill);
 };
 
 struct GridLines {

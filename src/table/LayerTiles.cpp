@@ -1,6 +1,8 @@
 // Tiled layers; see LayerTiles.h.
 #include "table/LayerTiles.h"
 
+#include <algorithm>
+
 #include "render/RenderContext.h"
 
 namespace lh::table {
@@ -23,6 +25,8 @@ void LayerTiles::resize(int32_t width, int32_t height) {
 
 void LayerTiles::release() {
     tiles.clear();
+    scratch.clear();
+    scratch.shrink_to_fit();
     fullWidth = fullHeight = 0;
 }
 
@@ -35,9 +39,12 @@ void LayerTiles::refresh(const render::Rect& box) {
 
 void LayerTiles::draw(render::RenderContext& context, int32_t x, int32_t y, uint32_t tint, const render::Rect& clip,
                       const Fill& fill, const Blank& blank) {
+    ++draws;
     for (Tile& t : tiles) {
         render::Rect onScreen{x + t.area.left, y + t.area.top, x + t.area.right, y + t.area.bottom};
         if (render::intersect(onScreen, clip).isEmpty()) continue;
+        t.drawnAt = draws;
+        if (t.bitmap && t.bitmap->ContentLost()) t.dirty = t.area;
         if (!t.dirty.isEmpty()) {
             if (!t.bitmap && blank && blank(t.area)) {
                 t.dirty = {};
@@ -45,19 +52,34 @@ void LayerTiles::draw(render::RenderContext& context, int32_t x, int32_t y, uint
             }
             if (!t.bitmap) {
                 t.bitmap = std::make_unique<render::Bitmap>();
-                if (!t.bitmap->CreateEmpty(uint32_t(t.area.width()), uint32_t(t.area.height()), false)) {
+                if (!t.bitmap->CreateStreamed(uint32_t(t.area.width()), uint32_t(t.area.height()))) {
                     t.bitmap.reset();
                     continue;
                 }
                 t.dirty = t.area;
             }
-            if (t.bitmap->Lock()) {
-                fill(t.dirty, t.bitmap->Pixels().data(), t.area.width(), t.area.left, t.area.top);
-                t.bitmap->Unlock();
-            }
+            const render::Rect box = t.dirty;
+            scratch.resize(size_t(box.width()) * size_t(box.height()));
+            fill(box, scratch.data(), box.width(), box.left, box.top);
+            t.bitmap->WriteBox({box.left - t.area.left, box.top - t.area.top, box.right - t.area.left,
+                                box.bottom - t.area.top},
+                               scratch.data(), box.width());
             t.dirty = {};
         }
         if (t.bitmap) context.DrawBitmap(*t.bitmap, onScreen.left, onScreen.top, tint, &clip);
+    }
+    keepBudget();
+}
+
+void LayerTiles::keepBudget() {
+    std::vector<Tile*> made;
+    for (Tile& t : tiles)
+        if (t.bitmap) made.push_back(&t);
+    if (made.size() <= kKeptTiles) return;
+    std::sort(made.begin(), made.end(), [](const Tile* a, const Tile* b) { return a->drawnAt < b->drawnAt; });
+    for (size_t i = 0; i < made.size() - kKeptTiles && made[i]->drawnAt != draws; ++i) {
+        made[i]->bitmap.reset();
+        made[i]->dirty = made[i]->area;
     }
 }
 

@@ -1,10 +1,12 @@
-// A large picture on the device as a grid of tiles, each a bitmap of its
+// A large picture on the device as a grid of tiles, each a texture of its
 // own: a map may be larger than one texture can be, and a change uploads
-// only the tiles it touches. A tile is written, and its bitmap made, only
-// when it is drawn: a huge map costs the device what has been on the
-// screen, and a change far away waits until it is looked at. The pixels are
-// written by the caller into each tile's memory; nothing here knows what
-// they mean.
+// only the box it touches. A tile is written, and its texture made, only
+// when it is drawn, and the tiles longest off the screen give theirs back
+// beyond a budget: a huge map costs the device about a screenful, and a
+// change far away waits until it is looked at. Tiles keep no copy of their
+// pixels: the caller makes any box again from what it holds (the picture,
+// the mask, the ink), written through one scratch box; nothing here knows
+// what the pixels mean.
 #pragma once
 
 #include <cstdint>
@@ -24,6 +26,9 @@ namespace lh::table {
 class LayerTiles {
 public:
     static constexpr int32_t kTileSide = 1024;
+    // Textures kept per layer: more than a large screen shows at once (a
+    // frame never gives back a tile it draws).
+    static constexpr size_t kKeptTiles = 24;
 
     // Empties the grid when the size changed; every tile is then unwritten.
     void resize(int32_t width, int32_t height);
@@ -36,8 +41,8 @@ public:
     void refresh(const render::Rect& box);
 
     // `fill` gets the part of one tile to write, in picture coordinates, and
-    // the tile's pixels with their row length and the picture position of
-    // the tile's corner. `blank`, where given, tells of a tile's area that
+    // the memory to write it to with its row length and the picture position
+    // of that memory's first pixel. `blank`, where given, tells of a tile's area that
     // it shows nothing: such a tile gets no bitmap until it does.
     using Fill = std::function<void(const render::Rect& part, uint32_t* pixels, int32_t stride, int32_t tileX,
                                     int32_t tileY)>;
@@ -54,8 +59,13 @@ private:
         render::Rect area;   // picture coordinates
         render::Rect dirty;  // to write before it is drawn; all of it while it has no bitmap
         std::unique_ptr<render::Bitmap> bitmap;
+        uint64_t drawnAt = 0;  // the draw that last showed it
     };
+    // Past the budget, the tiles drawn longest ago lose their textures.
+    void keepBudget();
     std::vector<Tile> tiles;
+    std::vector<uint32_t> scratch;  // the box being written
+    uint64_t draws = 0;
     int32_t fullWidth = 0, fullHeight = 0;
 };
 

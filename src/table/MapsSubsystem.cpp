@@ -35,21 +35,23 @@ std::unique_ptr<MapService>& service() {
 }
 
 // A Campaign that starts with an empty "images" folder gets the program's
-// own maps, so that a new Gamemaster has something to open.
+// own maps, so that a new Gamemaster has something to open; one whose
+// folder already holds pictures gets a record for each of them.
 void offerBundledMaps() {
     std::filesystem::path folder = platform::diskPath(db::campaignPath("images"));
     std::error_code ec;
-    if (!std::filesystem::is_directory(folder, ec) || !std::filesystem::is_empty(folder, ec)) return;
-    ui::ResourceFile file;
-    bool copied = false;
-    for (bool more = file.FirstFile("data/maps/"); more; more = file.NextFile()) {
-        std::string name = file.name();
-        size_t slash = name.find_last_of("/\\");
-        name = slash == std::string::npos ? name : name.substr(slash + 1);
-        if (name.empty() || name[0] == '.') continue;
-        copied |= db::writeFileSafely(folder / name, std::string_view(file.data(), file.size())) == 0;
+    if (!std::filesystem::is_directory(folder, ec)) return;
+    if (std::filesystem::is_empty(folder, ec)) {
+        ui::ResourceFile file;
+        for (bool more = file.FirstFile("data/maps/"); more; more = file.NextFile()) {
+            std::string name = file.name();
+            size_t slash = name.find_last_of("/\\");
+            name = slash == std::string::npos ? name : name.substr(slash + 1);
+            if (name.empty() || name[0] == '.') continue;
+            db::writeFileSafely(folder / name, std::string_view(file.data(), file.size()));
+        }
     }
-    if (copied) db::refreshImageRecords(db::rootNode());
+    db::refreshImageRecords(db::rootNode());
 }
 
 platform::Subscription& exitSave() {

@@ -327,6 +327,29 @@ TEST_F(Drawing, PixelAccessOnWritableBitmaps) {
     EXPECT_EQ(at(screen(), 21, 22), 0xFF000000u);
 }
 
+TEST_F(Drawing, StreamedBitmapsTakeBoxesAndKeepNoCopy) {
+    render::Bitmap b;
+    ASSERT_TRUE(b.CreateStreamed(4, 4));
+    EXPECT_TRUE(b.ContentLost());
+    std::vector<uint32_t> all(16, 0xFF102030u);
+    b.WriteBox({0, 0, 4, 4}, all.data(), 4);
+    EXPECT_FALSE(b.ContentLost());
+    EXPECT_TRUE(b.IsOpaque());
+    // A box of 2 x 2 from memory with rows of 3; one pixel transparent.
+    std::vector<uint32_t> box{0xFF4080FFu, 0xFF4080FFu, 0xDEADBEEFu, 0x00000000u, 0xFF4080FFu, 0xDEADBEEFu};
+    b.WriteBox({1, 1, 3, 3}, box.data(), 3);
+    EXPECT_FALSE(b.IsOpaque());
+    EXPECT_TRUE(b.Pixels().empty());
+    EXPECT_FALSE(b.Lock());
+    frame([&](RenderContext& c) { c.DrawBitmap(b, 20, 20, 0xFFFFFFFFu); });
+    auto s = screen();
+    EXPECT_EQ(at(s, 20, 20), 0xFF102030u);
+    EXPECT_EQ(at(s, 21, 21), 0xFF4080FFu);
+    EXPECT_EQ(at(s, 22, 22), 0xFF4080FFu);
+    EXPECT_EQ(at(s, 21, 22), 0xFF000000u);  // alpha 0: nothing
+    EXPECT_EQ(at(s, 23, 23), 0xFF102030u);
+}
+
 }  // namespace
 }  // namespace lh::test
 

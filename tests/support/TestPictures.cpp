@@ -2,6 +2,7 @@
 
 #include <png.h>
 
+#include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,6 +23,51 @@ std::vector<uint8_t> encodePng(uint32_t w, uint32_t h, const std::vector<uint32_
     png_image_write_to_memory(&image, out.data(), &size, 0, argb.data(), 0, nullptr);
     out.resize(size);
     return out;
+}
+
+bool writePngRows(const std::filesystem::path& file, uint32_t w, uint32_t h,
+                  const std::function<void(uint32_t y, uint32_t* argb)>& row) {
+    std::FILE* f = std::fopen(file.c_str(), "wb");
+    if (!f) return false;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    std::vector<uint32_t> argb(w);
+    std::vector<uint8_t> rgb(size_t(w) * 3);
+    if (!png || !info) {
+        png_destroy_write_struct(png ? &png : nullptr, info ? &info : nullptr);
+        std::fclose(f);
+        return false;
+    }
+    if (setjmp(png_jmpbuf(png))) {
+        png_destroy_write_struct(&png, &info);
+        std::fclose(f);
+        return false;
+    }
+    png_init_io(png, f);
+    png_set_compression_level(png, 1);
+    png_set_filter(png, 0, PNG_FILTER_NONE);
+    png_set_IHDR(png, info, w, h, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    std::vector<uint32_t> last(w);
+    for (uint32_t y = 0; y < h; ++y) {
+        row(y, argb.data());
+        // Big test maps are mostly rows like the one before.
+        if (y == 0 || std::memcmp(argb.data(), last.data(), size_t(w) * 4) != 0) {
+            const uint32_t* from = argb.data();
+            uint8_t* to = rgb.data();
+            for (uint32_t x = 0; x < w; ++x, to += 3) {
+                to[0] = uint8_t(from[x] >> 16);
+                to[1] = uint8_t(from[x] >> 8);
+                to[2] = uint8_t(from[x]);
+            }
+            argb.swap(last);
+        }
+        png_write_row(png, rgb.data());
+    }
+    png_write_end(png, info);
+    png_destroy_write_struct(&png, &info);
+    return std::fclose(f) == 0;
 }
 
 std::vector<uint8_t> encodeJpeg(int w, int h, uint8_t r, uint8_t g, uint8_t b) {

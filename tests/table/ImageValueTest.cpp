@@ -7,6 +7,7 @@
 #include "db/Campaign.h"
 #include "db/SessionMode.h"
 #include "platform/Paths.h"
+#include "support/TestPictures.h"
 #include "support/TestSupport.h"
 #include "table/ImageValue.h"
 #include "table/LayerFile.h"
@@ -147,7 +148,11 @@ TEST(ImageValue, AMapLargerThanATextureIsDrawnInTilesAndTouchesOnlyWhatChanged) 
     value.setImagePath("campaigns\\Saga\\images\\big.png");
     ASSERT_TRUE(value.Open(nullptr));
     EXPECT_EQ(value.width, 8400);
+    // Memory goes where pixels differ: the flat picture and a fresh mask
+    // hold none of their own.
+    EXPECT_EQ(value.base.heldBlocks(), 0u);
     value.CreateMask();
+    EXPECT_EQ(value.mask.heldBlocks(), 0u);
     render::RecordingRenderContext screen;
     value.DrawLayers(screen, -8000, -8000, 0xFFFFFFFF, {0, 0, 1024, 768});
     EXPECT_EQ(screen.calls.size(), 4u);  // of 81 tiles, the four on the screen
@@ -158,12 +163,55 @@ TEST(ImageValue, AMapLargerThanATextureIsDrawnInTilesAndTouchesOnlyWhatChanged) 
     EXPECT_EQ(value.CompositePixel(8250, 8120), 0xFF5A5A5Au);
     EXPECT_EQ(value.CompositePixel(100, 100), 0x405A5A5Au);
     EXPECT_EQ(value.madeTiles(), 4u);  // only what has been on the screen
+    EXPECT_EQ(value.mask.heldBlocks(), 1u);
     value.DrawSegment(8000, 10, 8100, 10, 255);
+    EXPECT_EQ(value.drawing.heldBlocks(), 1u);
     value.DrawLayers(screen, 0, 0, 0xFFFFFFFF, {0, 0, 1024, 768});
     EXPECT_EQ(value.madeTiles(), 5u);  // the corner's tile; the ink is off the screen
     value.DrawLayers(screen, -7800, 0, 0xFFFFFFFF, {0, 0, 1024, 768});
     EXPECT_EQ(value.madeTiles(), 5u + 2u + 1u);  // two of the map, one of ink: its neighbour is blank
     value.DrawSegment(8000, 20, 8100, 20, 255);
     EXPECT_EQ(value.drawingChange(), (render::Rect{7999, 19, 8102, 22}));
+    // A pan over the whole picture keeps about a screenful of tiles on the
+    // device: those longest off the screen give theirs back.
+    for (int32_t y = 0; y < 8300; y += 1024)
+        for (int32_t x = 0; x < 8400; x += 1024) value.DrawLayers(screen, -x, -y, 0xFFFFFFFF, {0, 0, 256, 256});
+    EXPECT_LE(value.madeTiles(), 2 * LayerTiles::kKeptTiles);
+    EXPECT_GE(value.madeTiles(), LayerTiles::kKeptTiles);
+    // A mask revealed all over is flat again and gives its memory back;
+    // so does an erased drawing.
+    value.ApplyPolygon(square(-100, -100, 9000, 9000));
+    EXPECT_EQ(value.mask.heldBlocks(), 0u);
+    value.EraseDrawing(false);
+    EXPECT_EQ(value.drawing.heldBlocks(), 0u);
+    value.Close(nullptr);
+}
+
+TEST(ImageValue, AWideMapOf20000By12000KeepsItsLayersAcrossACloseInLittleMemory) {
+    HostDisk disk;
+    ASSERT_TRUE(test::writePngRows(platform::diskPath("campaigns\\Saga\\images\\wide.png"), 20000, 12000,
+                                   [](uint32_t y, uint32_t* argb) {
+                                       std::fill_n(argb, 20000, y < 256 ? 0xFF102030u : 0xFF4A6B3Cu);
+                                   }));
+    ImageValue value;
+    value.setImagePath("campaigns\\Saga\\images\\wide.png");
+    ASSERT_TRUE(value.Open(nullptr));
+    EXPECT_EQ(value.width, 20000);
+    EXPECT_EQ(value.height, 12000);
+    EXPECT_EQ(value.base.heldBlocks(), 0u);  // two bands of one colour each
+    value.CreateMask();
+    value.ApplyPolygon(square(19900, 11900, 19990, 11990));
+    value.DrawSegment(19000, 11950, 19999, 11950, 255);
+    render::RecordingRenderContext screen;
+    value.DrawLayers(screen, -(20000 - 1024), -(12000 - 768), 0xFFFFFFFF, {0, 0, 1024, 768});
+    EXPECT_EQ(value.CompositePixel(19950, 11950), 0xFF4A6B3Cu);
+    EXPECT_EQ(value.CompositePixel(100, 100), 0x40102030u);
+    value.Close(nullptr);
+    // Saved at the close, read back at the next open.
+    ASSERT_TRUE(value.Open(nullptr));
+    EXPECT_EQ(value.mask.at(19950, 11950), 255);
+    EXPECT_EQ(value.mask.at(100, 100), 0);
+    EXPECT_EQ(value.drawing.at(19500, 11950), 254);
+    EXPECT_LE(value.mask.heldBlocks() + value.drawing.heldBlocks(), 8u);
     value.Close(nullptr);
 }

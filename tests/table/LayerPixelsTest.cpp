@@ -1,15 +1,19 @@
 // The pixel rules of the map layers, as tables: the composite, the grid's
 // colours, the even-odd reveal, the integer Wu line, and the geometry of
-// pan limits and grid measuring.
+// pan limits and grid measuring; the block memory under the layers and the
+// pictures read into it row by row.
 #include <gtest/gtest.h>
 
 #include <random>
 
 #include "net/MessageCatalogue.h"
 #include "platform/Spine.h"
+#include "support/TestPictures.h"
 #include "table/ImageMessages.h"
+#include "table/LayerFile.h"
 #include "table/LayerPixels.h"
 #include "table/MapGeometry.h"
+#include "table/MapPicture.h"
 #include "table/TabletInput.h"
 
 using namespace lh::table;
@@ -19,9 +23,7 @@ namespace {
 
 PicturePixels picture(int32_t w, int32_t h, uint32_t argb) {
     PicturePixels p;
-    p.width = w;
-    p.height = h;
-    p.argb.assign(size_t(w) * size_t(h), argb);
+    p.reset(w, h, argb);
     return p;
 }
 
@@ -37,9 +39,9 @@ TEST(LayerPixels, CompositeRulesForHostAndPlayers) {
     PicturePixels base = picture(4, 4, 0x00336699);  // alpha 0 in the file: shown opaque
     AlphaPlane mask;
     ASSERT_TRUE(mask.reset(4, 4, 0));
-    mask.at(1, 0) = 30;
-    mask.at(2, 0) = 200;
-    mask.at(3, 0) = 255;
+    mask.ref(1, 0) = 30;
+    mask.ref(2, 0) = 200;
+    mask.ref(3, 0) = 255;
     struct Row {
         const AlphaPlane* mask;
         bool named, host;
@@ -124,14 +126,14 @@ TEST(LayerPixels, EvenOddRevealStaysInItsBox) {
     AlphaPlane other;
     ASSERT_TRUE(other.reset(10, 10, 0));
     EXPECT_TRUE(revealPolygon(other, std::vector<uint32_t>{packPoint(0, 0), packPoint(9, 9)}).isEmpty());
-    for (uint8_t a : other.alpha) EXPECT_EQ(a, 0);
+    EXPECT_FALSE(other.anyOtherThan(other.bounds(), 0));
     // Points at the ends of the 16-bit range are cut to the plane before
     // anything is made: the whole plane, nothing beyond it.
     std::vector<uint32_t> huge = {packPoint(-32767, -32767), packPoint(32767, -32767), packPoint(32767, 32767),
                                   packPoint(-32767, 32767)};
     EXPECT_EQ(polygonBox(huge, other.bounds()), other.bounds());
     revealPolygon(other, huge);
-    for (uint8_t a : other.alpha) EXPECT_EQ(a, 255);
+    EXPECT_FALSE(other.anyOtherThan(other.bounds(), 255));
 }
 
 TEST(LayerPixels, WuLineGoldenAlphas) {
@@ -148,7 +150,7 @@ TEST(LayerPixels, WuLineGoldenAlphas) {
     AlphaPlane back;
     ASSERT_TRUE(back.reset(8, 4, 0));
     drawSegment(back, 5, 2, 0, 0, 255);
-    EXPECT_EQ(back.alpha, plane.alpha);
+    EXPECT_TRUE(back == plane);
 
     // Straight lines are solid and include their end: a mouse gives 254,
     // a second pass saturates at 255; a light pen is fainter.
@@ -220,7 +222,7 @@ TEST(LayerPixels, SplitStrokesInkLikeOne) {
         ASSERT_TRUE(decodeStroke(m, back, decoded, why)) << why;
         ink(pieces, decoded);
     }
-    EXPECT_EQ(whole.alpha, pieces.alpha);
+    EXPECT_TRUE(whole == pieces);
 
     // An outline is thinned to one message, never cut.
     std::vector<uint32_t> outline(4000);
@@ -274,4 +276,80 @@ TEST(MapGeometry, PanLimitsGridMeasureAndMapping) {
     EXPECT_EQ(c.column, -1);
     EXPECT_EQ(c.row, 1);
     EXPECT_EQ(cellRect(50, 10, 10, c), (render::Rect{-40, 60, 10, 110}));
+}
+
+TEST(BlockPlane, MemoryOnlyWhereThePixelsDiffer) {
+    AlphaPlane plane;
+    ASSERT_TRUE(plane.reset(1000, 600, 0));  // 4 x 3 blocks, the last ones cut
+    EXPECT_EQ(plane.heldBlocks(), 0u);
+    EXPECT_FALSE(plane.reset(32768, 10, 0));
+    EXPECT_FALSE(plane.reset(20000, 20001, 0));  // beyond the area the layers may take
+    ASSERT_TRUE(plane.reset(1000, 600, 0));
+    // A run across a block edge, a run that changes nothing, a pixel.
+    plane.fillRun(10, 250, 262, 255);
+    plane.fillRun(300, 0, 1000, 0);
+    plane.ref(999, 599) = 7;
+    EXPECT_EQ(plane.heldBlocks(), 3u);
+    std::vector<uint8_t> row(20);
+    plane.readRow(10, 245, 265, row.data());
+    EXPECT_EQ(std::count(row.begin(), row.end(), 255), 12);
+    EXPECT_EQ(row[4], 0);
+    EXPECT_EQ(row[5], 255);
+    EXPECT_TRUE(plane.anyOtherThan({990, 590, 1000, 600}, 0));
+    EXPECT_TRUE(plane.anyOtherThan({0, 100, 1000, 600}, 7));
+    EXPECT_FALSE(plane.anyOtherThan({300, 0, 1000, 599}, 0));
+    // Back to one value: the rim block counts only what lies in the plane.
+    plane.ref(999, 599) = 0;
+    plane.compact(plane.bounds());
+    EXPECT_EQ(plane.heldBlocks(), 2u);
+    std::vector<uint8_t> full(1000, 255);
+    for (int32_t y = 0; y < 256; ++y) plane.writeRow(y, 0, 1000, full.data());
+    plane.compact({0, 0, 1000, 256});
+    EXPECT_EQ(plane.heldBlocks(), 0u);
+    EXPECT_EQ(plane.at(600, 200), 255);
+    EXPECT_EQ(plane.at(600, 256), 0);
+    plane.clear();
+    EXPECT_TRUE(plane.empty());
+}
+
+TEST(MapPicture, RowsFromPngsOtherFormatsAndHostileBytes) {
+    // A layer file read back row by row is the same plane.
+    AlphaPlane plane;
+    ASSERT_TRUE(plane.reset(300, 280, 0));
+    drawSegment(plane, 0, 0, 299, 270, 255);
+    std::vector<uint8_t> file = encodeLayerPng(plane);
+    AlphaPlane back;
+    ASSERT_TRUE(decodeAlphaPicture(file.data(), file.size(), 300, 280, back));
+    EXPECT_TRUE(back == plane);
+    EXPECT_FALSE(decodeAlphaPicture(file.data(), file.size(), 301, 280, back));  // not the map's size
+    EXPECT_TRUE(back.empty());
+    // A picture with alpha, and a JPEG that the row reader leaves to the
+    // decoder of whole pictures.
+    std::vector<uint32_t> argb(6 * 4, 0x80102030u);
+    argb[5] = 0xFFFFFFFFu;
+    std::vector<uint8_t> png = lh::test::encodePng(6, 4, argb);
+    PicturePixels picture;
+    ASSERT_TRUE(decodeMapPicture(png.data(), png.size(), picture));
+    EXPECT_EQ(picture.width, 6);
+    EXPECT_EQ(picture.at(5, 0), 0xFFFFFFFFu);
+    EXPECT_EQ(picture.at(0, 3) & 0xFFFFFF, 0x102030u);
+    std::vector<uint8_t> jpeg = lh::test::encodeJpeg(20, 10, 255, 0, 0);
+    ASSERT_TRUE(decodeMapPicture(jpeg.data(), jpeg.size(), picture));
+    EXPECT_EQ(picture.height, 10);
+    EXPECT_GT((picture.at(10, 5) >> 16) & 0xFF, 0xF0u);
+    // Cut short, bent, claiming a size beyond the limits, or nothing.
+    for (size_t keep : {size_t(8), size_t(40), file.size() / 2, file.size() - 4}) {
+        std::vector<uint8_t> cut(file.begin(), file.begin() + ptrdiff_t(keep));
+        EXPECT_FALSE(decodeAlphaPicture(cut.data(), cut.size(), 0, 0, back)) << keep;
+        EXPECT_TRUE(back.empty());
+    }
+    std::vector<uint8_t> bent = file;
+    bent[file.size() / 2] ^= 0x55;
+    decodeAlphaPicture(bent.data(), bent.size(), 0, 0, back);  // either way, no crash
+    std::vector<uint8_t> huge = lh::test::encodePng(1, 1, {0xFF000000u});
+    huge[16] = 0x00, huge[17] = 0x00, huge[18] = 0x9C, huge[19] = 0x40;  // a width of 40000, CRC now wrong too
+    EXPECT_FALSE(decodeMapPicture(huge.data(), huge.size(), picture));
+    EXPECT_TRUE(picture.empty());
+    EXPECT_FALSE(decodeMapPicture(nullptr, 0, picture));
+    EXPECT_FALSE(loadMapPicture("/nonexistent/map.png", picture));
 }

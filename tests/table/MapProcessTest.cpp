@@ -6,12 +6,14 @@
 // client fetches nothing.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/TestPictures.h"
 #include "support/TestSupport.h"
 #include "ui/PictureDecoder.h"
 
@@ -60,6 +62,40 @@ fs::path onlyFile(const fs::path& folder) {
     return files.size() == 1 ? files[0] : fs::path();
 }
 
+std::vector<std::string> hostArgs(const TempDir& dir, uint16_t port) {
+    return {"--workdir", dir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
+            "p" + std::to_string(port), "--script", (dir.path() / "host.txt").string()};
+}
+
+std::vector<std::string> clientArgs(const TempDir& dir, uint16_t port) {
+    return {"--workdir", dir.str(), "--join", "127.0.0.1", "--user", "Ann", "p" + std::to_string(port),
+            "--script", (dir.path() / "client.txt").string()};
+}
+
+// The host starts, the client joins once the host listens, and both play
+// their scripts to the end; their traces go to "trace.txt" in their folders.
+void runHostAndClient(const TempDir& hostDir, const TempDir& clientDir, uint16_t port) {
+    fs::path hostTrace = hostDir.path() / "trace.txt", clientTrace = clientDir.path() / "trace.txt";
+    ChildProcess host(program(), hostArgs(hostDir, port), {"LOREHAVEN_TRACE=" + hostTrace.string()});
+    waitUntilListening(hostTrace, host);
+    ChildProcess client(program(), clientArgs(clientDir, port), {"LOREHAVEN_TRACE=" + clientTrace.string()});
+    EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(clientTrace);
+    EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
+}
+
+// A layer's file, the only one of its folder, has the same bytes on both
+// sides (and the same name for a mask, which the host names for all).
+void expectSameLayerFile(const TempDir& hostDir, const TempDir& clientDir, const char* folder) {
+    fs::path hostFile = onlyFile(hostDir.path() / "campaigns/Saga" / folder);
+    fs::path clientFile = onlyFile(clientDir.path() / "campaigns/Saga" / folder);
+    ASSERT_FALSE(hostFile.empty()) << folder;
+    ASSERT_FALSE(clientFile.empty()) << folder;
+    if (std::string(folder) == "maskedimages") {
+        EXPECT_EQ(hostFile.filename(), clientFile.filename());
+    }
+    EXPECT_EQ(readFile(hostFile), readFile(clientFile)) << folder;
+}
+
 // The map window opens centred: its picture starts at (256, 206) of a
 // 1024 x 768 client area, and the map's first button is on the panel at
 // the right edge.
@@ -104,17 +140,7 @@ TEST(MapProcess, FetchMaskRevealDrawAndAgreeOnBothSides) {
               "screenshot client\n"
               "await window closed imagewindow\n"
               "quit 0\n");
-    ChildProcess host(program(),
-                      {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
-                       "p" + std::to_string(port), "--script", (hostDir.path() / "host.txt").string()},
-                      {"LOREHAVEN_TRACE=" + hostTrace.string()});
-    waitUntilListening(hostTrace, host);
-    ChildProcess client(program(),
-                        {"--workdir", clientDir.str(), "--join", "127.0.0.1", "--user", "Ann",
-                         "p" + std::to_string(port), "--script", (clientDir.path() / "client.txt").string()},
-                        {"LOREHAVEN_TRACE=" + clientTrace.string()});
-    EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(clientTrace);
-    EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
+    runHostAndClient(hostDir, clientDir, port);
 
     // The picture came over and bears the host's time.
     fs::path hostMap = hostDir.path() / "campaigns/Saga/images/dungeon.png";
@@ -133,17 +159,8 @@ TEST(MapProcess, FetchMaskRevealDrawAndAgreeOnBothSides) {
     EXPECT_LT(at(c, 400, 510) & 0xFF, 0x40u);  // black ink
 
     // The layers were saved at the last close: the same bytes on both.
-    fs::path hostMask = onlyFile(hostDir.path() / "campaigns/Saga/maskedimages");
-    fs::path clientMask = onlyFile(clientDir.path() / "campaigns/Saga/maskedimages");
-    ASSERT_FALSE(hostMask.empty());
-    ASSERT_FALSE(clientMask.empty());
-    EXPECT_EQ(hostMask.filename(), clientMask.filename());
-    EXPECT_EQ(readFile(hostMask), readFile(clientMask));
-    fs::path hostDrawing = onlyFile(hostDir.path() / "campaigns/Saga/drawings");
-    fs::path clientDrawing = onlyFile(clientDir.path() / "campaigns/Saga/drawings");
-    ASSERT_FALSE(hostDrawing.empty());
-    ASSERT_FALSE(clientDrawing.empty());
-    EXPECT_EQ(readFile(hostDrawing), readFile(clientDrawing));
+    expectSameLayerFile(hostDir, clientDir, "maskedimages");
+    expectSameLayerFile(hostDir, clientDir, "drawings");
     // The snapshot the client read is gone from "temp".
     EXPECT_TRUE(fs::is_empty(hostDir.path() / "temp"));
     // Over the map the cursor tells the mode: the outline of mask mode on
@@ -186,15 +203,10 @@ TEST(MapProcess, ALateClientGetsSnapshotsAndAKnownFileIsNotFetchedAgain) {
                   "wait 2000\n"
                   "quit 0\n");
     writeFile(clientDir.path() / "client.txt", "await window closed imagewindow\nquit 0\n");
-    ChildProcess host(program(),
-                      {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
-                       "p" + std::to_string(port), "--script", (hostDir.path() / "host.txt").string()},
-                      {"LOREHAVEN_TRACE=" + hostTrace.string()});
+    ChildProcess host(program(), hostArgs(hostDir, port), {"LOREHAVEN_TRACE=" + hostTrace.string()});
     waitUntilListening(hostTrace, host);
     ASSERT_TRUE(waitForFile(hostTrace, "window opened imagewindow", host)) << host.errors();
-    std::vector<std::string> join = {"--workdir", clientDir.str(), "--join", "127.0.0.1", "--user", "Ann",
-                                     "p" + std::to_string(port), "--script",
-                                     (clientDir.path() / "client.txt").string()};
+    std::vector<std::string> join = clientArgs(clientDir, port);
     for (const char* run : {"first.txt", "second.txt"}) {
         fs::path trace = clientDir.path() / run;
         ChildProcess client(program(), join, {"LOREHAVEN_TRACE=" + trace.string()});
@@ -225,4 +237,63 @@ TEST(MapProcess, ALateClientGetsSnapshotsAndAKnownFileIsNotFetchedAgain) {
                 fs::is_empty(clientDir.path() / "campaigns/Saga/drawings", ec));
     auto h = screenshot(hostDir.path() / "host.png");
     EXPECT_GT(at(h, 400, 545) & 0xFF, 0x40u);  // no ink where the stroke was
+}
+
+// A map of 16384 x 16384, beyond any texture: flat but for a pattern in
+// the corner that the window shows. Both sides open it, the host's mask
+// blanks it for the player, and what the host reveals and draws comes out
+// the same on both screens; the player's ink reaches the host.
+TEST(MapProcess, AMapOf16384SquareOpensOnBothSidesAndAgrees) {
+    TempDir hostDir, clientDir;
+    uint16_t port = lh::test::freeTcpPort();
+    fs::create_directories(hostDir.path() / "campaigns/Saga/images");
+    ASSERT_TRUE(lh::test::writePngRows(hostDir.path() / "campaigns/Saga/images/huge.png", 16384, 16384,
+                                       [](uint32_t y, uint32_t* argb) {
+                                           std::fill_n(argb, 16384, 0xFF4A6B3Cu);
+                                           for (uint32_t x = 0; x < 2048 && y < 2048; ++x)
+                                               argb[x] = 0xFF000000u | ((x >> 4) * 37 & 0xFF) << 16 |
+                                                         ((y >> 4) * 91 & 0xFF) << 8 | 0x80;
+                                       }));
+    writeFile(hostDir.path() / "host.txt",
+              std::string("await received IDLSQ\n") + kOpenMap +
+                  "wait 300\n"
+                  "menu 500 400 Share Sheet\n"
+                  "await received IMGAR\n"
+                  "menu 500 400 Layers/Enable Mask\n"
+                  "await received IMSAQ\n"
+                  "down left 300 250\nmove 450 250\nmove 450 350\nmove 300 350\nup left 300 300\n"
+                  "menu 500 400 Layers/Exit Mask Mode\n"
+                  "menu 500 400 Enter Drawing Mode\n"
+                  "down left 320 300\nmove 420 320\nup left 420 320\n"
+                  "await received DRSTQ\n"
+                  "wait 300\n"
+                  "screenshot host\n"
+                  "menu 500 400 Close For All\n"
+                  "wait 2000\n"
+                  "quit 0\n");
+    writeFile(clientDir.path() / "client.txt",
+              lh::test::newCharacterSteps("Ann") +
+                  "await map image.00001.image arrived\n"
+                  "await map image.00001.image polygon\n"
+                  "await map image.00001.image stroke\n"
+                  "wait 300\n"
+                  "screenshot client\n"
+                  "menu 500 400 Enter Drawing Mode\n"
+                  "down left 300 500\nmove 500 520\nup left 500 520\n"
+                  "await window closed imagewindow\n"
+                  "quit 0\n");
+    runHostAndClient(hostDir, clientDir, port);
+
+    EXPECT_EQ(fs::file_size(clientDir.path() / "campaigns/Saga/images/huge.png"),
+              fs::file_size(hostDir.path() / "campaigns/Saga/images/huge.png"));
+    auto h = screenshot(hostDir.path() / "host.png"), c = screenshot(clientDir.path() / "client.png");
+    // Revealed and inked alike; hidden from the player only.
+    for (auto [x, y] : {std::pair{310u, 260u}, {400u, 300u}, {440u, 340u}, {370u, 310u}})
+        EXPECT_EQ(at(h, x, y), at(c, x, y)) << x << "," << y;
+    EXPECT_NE(at(h, 600, 300), at(c, 600, 300));
+    EXPECT_LT(at(c, 370, 310) & 0xFF, 0x40u);  // the host's ink
+    EXPECT_NE(at(h, 400, 510), at(h, 400, 540));  // the player's ink on the host, over the hidden part
+    // Both sides saved layers of the map's size at the last close.
+    expectSameLayerFile(hostDir, clientDir, "maskedimages");
+    expectSameLayerFile(hostDir, clientDir, "drawings");
 }

@@ -90,7 +90,7 @@ int runLauncherDialogs(WayIn& w, const net::HostOptionsServices& services) {
     result.fields = w.fields;
     if (net::runLauncher(ui, context, result) == 0) return 0;
     // The launcher's menu answers 0, 1 or 2, in the order of the modes.
-    w.sessionMode = db::SessionMode(result.sessionMode);
+    w.sessionMode = result.sessionMode;
     w.fields = result.fields;
     w.localRuleset = result.ruleset;
     if (w.sessionMode != db::SessionMode::Host) return 1;

@@ -56,10 +56,10 @@ int runLauncher(LauncherUi& ui, const LauncherContext& context, LauncherResult& 
         MainMenu menu;
         if (!warned && !warning.boxTitle.empty()) ui.showBox(warning.boxTitle, warning.boxText);
         warned = true;
-        if (ui.runMainMenu(menu) <= 0 || menu.chosenMode < 0) return 0;
-        result.sessionMode = menu.chosenMode;
+        if (ui.runMainMenu(menu) <= 0 || !menu.chosenMode) return 0;
+        result.sessionMode = *menu.chosenMode;
 
-        if (result.sessionMode == 2) {
+        if (result.sessionMode == db::SessionMode::LocalCharacters) {
             SelectRuleset select;
             select.open(listRulesets(context.archiveRulesets ? context.archiveRulesets() : std::vector<std::string>{}));
             int r = ui.runSelectRuleset(select, result.ruleset);
@@ -76,7 +76,7 @@ int runLauncher(LauncherUi& ui, const LauncherContext& context, LauncherResult& 
         platform::writeRegistryValue(kRegistryKey, "LastHostAddress", result.fields.hostAddress);
         platform::writeRegistryValue(kRegistryKey, "LastUsername", result.fields.userName);
         platform::writeRegistryValue(kRegistryKey, "LastIdentity", result.fields.gamemasterName);
-        if (result.sessionMode == 0) return 1;
+        if (result.sessionMode == db::SessionMode::Host) return 1;
         if (!context.resolveHostAddress || context.resolveHostAddress(result.fields.hostAddress) == 0) return 1;
     }
 }

@@ -38,7 +38,7 @@ struct LauncherContext {
 };
 
 struct LauncherResult {
-    int sessionMode = -1;
+    db::SessionMode sessionMode = db::SessionMode::Host;
     LauncherFields fields;
     std::string ruleset;   // local characters: the chosen Ruleset
 };

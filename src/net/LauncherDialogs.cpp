@@ -13,7 +13,7 @@ MainMenu::MainMenu() {
     versionText = text;
 }
 
-DialogOutcome MainMenu::choose(int sessionMode) {
+DialogOutcome MainMenu::choose(db::SessionMode sessionMode) {
     chosenMode = sessionMode;
     return DialogOutcome::end(1);
 }
@@ -26,15 +26,16 @@ DialogOutcome smallDesktopWarning(int width, int height) {
                               "If this is not done, the program might behave unexpectedly.");
 }
 
-void ConnectionProperties::open(int sessionMode, const LauncherFields& fields) {
+void ConnectionProperties::open(db::SessionMode sessionMode, const LauncherFields& fields) {
     mode = sessionMode;
     userName = fields.userName;
     gamemasterName = fields.gamemasterName;
     hostAddress = fields.hostAddress;
-    showGamemaster = sessionMode == 0;
-    showAddress = sessionMode != 0;
-    startLabel = sessionMode == 0 ? "Continue" : "Start";
-    focus = sessionMode == 0 ? FieldGamemaster : FieldAddress;
+    const bool host = sessionMode == db::SessionMode::Host;
+    showGamemaster = host;
+    showAddress = !host;
+    startLabel = host ? "Continue" : "Start";
+    focus = host ? FieldGamemaster : FieldAddress;
     selectFocusText = true;
     userEditable = fields.userName.empty();
     showChange = !userEditable;
@@ -57,11 +58,11 @@ DialogOutcome ConnectionProperties::pressStart(LauncherFields& fields) {
         focus = FieldUser;
         return DialogOutcome::box(kMissingTitle, "Specify a user name.");
     }
-    if (mode == 0 && gm.empty()) {
+    if (mode == db::SessionMode::Host && gm.empty()) {
         focus = FieldGamemaster;
         return DialogOutcome::box(kMissingTitle, "You must specify a Gamemaster name.");
     }
-    if (mode != 0 && address.empty()) {
+    if (mode != db::SessionMode::Host && address.empty()) {
         focus = FieldAddress;
         return DialogOutcome::box(kMissingTitle, "You must specify the address to connect to");
     }

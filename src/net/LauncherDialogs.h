@@ -4,8 +4,11 @@
 // what the model says; the model never draws.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "db/SessionMode.h"
 
 namespace lh::net {
 
@@ -35,10 +38,10 @@ constexpr const char* kMissingTitle = "Required parameter missing";
 
 struct MainMenu {
     std::string versionText;   // "v.1.03"
-    // Set by the three large buttons; -1 while none was pressed.
-    int chosenMode = -1;
+    // Set by the three large buttons; empty while none was pressed.
+    std::optional<db::SessionMode> chosenMode;
     MainMenu();
-    DialogOutcome choose(int sessionMode);
+    DialogOutcome choose(db::SessionMode sessionMode);
     DialogOutcome close() { return DialogOutcome::end(0); }
 };
 
@@ -58,7 +61,7 @@ struct ConnectionProperties {
     // The edit fields as typed.
     std::string userName, gamemasterName, hostAddress;
 
-    void open(int sessionMode, const LauncherFields& fields);
+    void open(db::SessionMode sessionMode, const LauncherFields& fields);
     void pressChange();
     // On success the fields go back into `fields` and the dialog ends with 1.
     DialogOutcome pressStart(LauncherFields& fields);
@@ -66,7 +69,7 @@ struct ConnectionProperties {
     DialogOutcome close() { return DialogOutcome::end(-1); }
 
 private:
-    int mode = 0;
+    db::SessionMode mode = db::SessionMode::Host;
 };
 
 struct SelectRuleset {

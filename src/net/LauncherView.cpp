@@ -136,9 +136,9 @@ int ImGuiLauncherUi::runDialog(const char* title, int closeResult, const std::fu
 int ImGuiLauncherUi::runMainMenu(MainMenu& menu) {
     return runDialog("Welcome", 0, [&] {
         ImVec2 big(-1, 44);
-        if (button("Host a Game as a Gamemaster", big, dialogStart)) return menu.choose(0);
-        if (button("Join a Game as a Player", big)) return menu.choose(1);
-        if (button("Create and View Local Characters", big)) return menu.choose(2);
+        if (button("Host a Game as a Gamemaster", big, dialogStart)) return menu.choose(db::SessionMode::Host);
+        if (button("Join a Game as a Player", big)) return menu.choose(db::SessionMode::Join);
+        if (button("Create and View Local Characters", big)) return menu.choose(db::SessionMode::LocalCharacters);
         ImGui::Spacing();
         const char* help[] = {"Credits", "View OGL", "Quick Tutorial"};
         for (int i = 0; i < 3; ++i) {

@@ -68,7 +68,7 @@ TEST(LauncherUi, FirstStartByKeyboardAlone) {
     net::LauncherContext context;
     net::LauncherResult result;
     ASSERT_EQ(net::runLauncher(ui, context, result), 1);
-    EXPECT_EQ(result.sessionMode, 0);
+    EXPECT_EQ(result.sessionMode, lh::db::SessionMode::Host);
     EXPECT_EQ(result.fields.userName, "Ann");
     EXPECT_EQ(result.fields.gamemasterName, "Keeper");
 

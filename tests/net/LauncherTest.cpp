@@ -66,7 +66,7 @@ struct Sandbox {
 TEST(Launcher, ConnectionPropertiesChecksInOrderWithTheirWords) {
     ConnectionProperties d;
     LauncherFields fields;
-    d.open(0, fields);
+    d.open(lh::db::SessionMode::Host, fields);
     EXPECT_TRUE(d.userEditable);  // first start: nothing remembered
     EXPECT_FALSE(d.showChange);
     EXPECT_EQ(d.focus, ConnectionProperties::FieldUser);
@@ -89,7 +89,7 @@ TEST(Launcher, ConnectionPropertiesChecksInOrderWithTheirWords) {
     EXPECT_EQ(fields.gamemasterName.size(), 49u);  // a 50-byte field
 
     ConnectionProperties client;
-    client.open(1, fields);
+    client.open(lh::db::SessionMode::Join, fields);
     EXPECT_EQ(client.startLabel, "Start");
     EXPECT_TRUE(client.showAddress);
     EXPECT_FALSE(client.userEditable);  // a remembered name stays read-only...
@@ -239,7 +239,7 @@ TEST(Launcher, FlowBetweenDialogsAndWhatItWrites) {
     ScriptedUi ui;
     // Host chosen, then "<< Back"; then join with an alias that fails and
     // returns to the menu; then join with a dotted address.
-    ui.steps.push_back([](void* p) { return static_cast<MainMenu*>(p)->choose(0).result; });
+    ui.steps.push_back([](void* p) { return static_cast<MainMenu*>(p)->choose(lh::db::SessionMode::Host).result; });
     ui.steps.push_back([](void* p) { return static_cast<ConnectionProperties*>(p)->pressBack().result; });
     ui.steps.push_back([](void*) { return 0; });  // the fall-through menu: reopen the flow
     LauncherResult result;
@@ -248,14 +248,14 @@ TEST(Launcher, FlowBetweenDialogsAndWhatItWrites) {
     EXPECT_EQ(ui.shown, (std::vector<std::string>{"menu", "connection", "menu"}));
 
     ScriptedUi join;
-    join.steps.push_back([](void* p) { return static_cast<MainMenu*>(p)->choose(1).result; });
+    join.steps.push_back([](void* p) { return static_cast<MainMenu*>(p)->choose(lh::db::SessionMode::Join).result; });
     join.steps.push_back([&](void* p) {
         auto& d = *static_cast<ConnectionProperties*>(p);
         d.userName = "Ann";
         d.hostAddress = "dragonslair";
         return d.pressStart(*join.fields).result;
     });
-    join.steps.push_back([](void* p) { return static_cast<MainMenu*>(p)->choose(1).result; });
+    join.steps.push_back([](void* p) { return static_cast<MainMenu*>(p)->choose(lh::db::SessionMode::Join).result; });
     join.steps.push_back([&](void* p) {
         auto& d = *static_cast<ConnectionProperties*>(p);
         EXPECT_EQ(d.userName, "Ann");
@@ -265,14 +265,14 @@ TEST(Launcher, FlowBetweenDialogsAndWhatItWrites) {
     });
     LauncherResult joined;
     EXPECT_EQ(runLauncher(join, context, joined), 1);
-    EXPECT_EQ(joined.sessionMode, 1);
+    EXPECT_EQ(joined.sessionMode, lh::db::SessionMode::Join);
     EXPECT_EQ(resolves, 2);
     EXPECT_EQ(lh::platform::readRegistryValue(kRegistryKey, "LastUsername"), "Ann");
     EXPECT_EQ(lh::platform::readRegistryValue(kRegistryKey, "LastHostAddress"), "127.0.0.1");
 
     // Local characters pick a Ruleset; closing that dialog quits.
     ScriptedUi local;
-    local.steps.push_back([](void* p) { return static_cast<MainMenu*>(p)->choose(2).result; });
+    local.steps.push_back([](void* p) { return static_cast<MainMenu*>(p)->choose(lh::db::SessionMode::LocalCharacters).result; });
     local.steps.push_back([](void* p) { return static_cast<SelectRuleset*>(p)->close().result; });
     LauncherResult l;
     EXPECT_EQ(runLauncher(local, context, l), 0);

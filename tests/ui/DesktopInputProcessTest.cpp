@@ -4,13 +4,15 @@
 // pixels are a click and three a drag, and control held resizes only a
 // DYNAMIC window; the numeric pad stores and recalls a window. Then a host
 // and a client: "Share Sheet" from the host's window menu opens the sheet on
-// the client, and "Close For All" closes it there.
+// the client, and "Close For All" closes it there; a player who forges the
+// host's own window messages closes, resizes and shares nothing.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <thread>
 
 #include "ScriptedDesktop.h"
+#include "support/RawPeer.h"
 
 namespace lh::test {
 namespace {
@@ -278,6 +280,41 @@ quit 0
     EXPECT_NE(clientLines.find("window opened sheet 00001\n"), std::string::npos) << clientLines;
     EXPECT_NE(clientLines.find("window closed sheet 00001\n"), std::string::npos) << clientLines;
     EXPECT_LT(clientLines.find("window opened sheet 00001\n"), clientLines.find("window closed sheet 00001\n"));
+}
+
+TEST(DesktopShare, AForgedCloseResizeOrShareFromAPlayerChangesNothingOnTheHost) {
+    ScriptedDesktop h("InTest", kBase);
+    h.writePalette();
+    const uint16_t port = freeTcpPort();
+    // The host opens its sheet (record 00001, not the player's) and looks at
+    // it once the last forged request has been dealt with.
+    writeFile(h.work.path() / "steps.txt", R"(click left 924 25
+await window opened sheet 00001
+await received WINBQ
+screenshot forged
+quit 0
+)");
+    ChildProcess host(builtProgram("lorehaven"), h.hostArguments(port), {"LOREHAVEN_TRACE=" + h.tracePath()});
+    for (int i = 0; i < 600 && h.trace().find("window opened sheet 00001\n") == std::string::npos; ++i) {
+        ASSERT_TRUE(host.running()) << host.errors();
+        std::this_thread::sleep_for(100ms);
+    }
+    RawPeer peer(port);
+    peer.send("CONNQ", connectBody("Raw", ""));
+    peer.send("IDENQ", std::string("Rogue") + '\0' + '\0');
+    std::string tag, body;
+    while (tag != "LGINR") ASSERT_TRUE(peer.receive(tag, body)) << host.errors();
+    // What only the host may say, and a share of a record that is not its own.
+    peer.send("WINDQ", std::string("sheet") + '\0' + "00001" + '\0');
+    peer.send("WINSQ", std::string("sheet") + '\0' + "00001" + '\0' + std::string("\x84\x03\0\0\xBC\x02\0\0", 8));
+    peer.send("WINBQ", std::string("sheet") + '\0' + "00001" + '\0' + std::string("\xC8\0\0\0\xC8\0\0\0", 8));
+    EXPECT_EQ(host.wait(120s), 0) << host.errors();
+    const std::string lines = h.trace();
+    EXPECT_EQ(lines.find("window closed sheet 00001"), std::string::npos) << lines;
+    EXPECT_EQ(lines.find("sent WINCR"), std::string::npos) << lines;
+    Shot forged = h.shot("forged");
+    EXPECT_EQ(forged.at(150, 150), kGreen);   // still open where it was
+    EXPECT_NE(forged.at(500, 450), kGreen);   // and not 900 by 700
 }
 
 }  // namespace

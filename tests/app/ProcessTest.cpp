@@ -16,17 +16,6 @@ namespace {
 
 std::string program() { return lh::test::builtProgram("lorehaven"); }
 
-// True once the process's trace holds `line`; false if it ends first or a
-// minute passes. Each look waits on the process itself, so a loaded machine
-// only makes this slower, never wrong.
-bool awaitTraced(ChildProcess& process, const std::filesystem::path& trace, const std::string& line) {
-    for (int i = 0; i < 1200; ++i) {
-        if (lh::test::readFile(trace).find(" " + line + "\n") != std::string::npos) return true;
-        if (process.wait(50ms) != -1) return false;
-    }
-    return false;
-}
-
 }  // namespace
 
 TEST(Process, HelpAndVersion) {
@@ -66,7 +55,7 @@ TEST(Process, RunsItsLoopAndEndsOnEachQuitPath) {
     const auto trace = work.path() / "trace.txt";
     ChildProcess stopped(program(), {"--workdir", work.str(), "--local", "--ruleset", "Lorehaven"},
                          {"LOREHAVEN_TRACE=" + trace.string()});
-    ASSERT_TRUE(awaitTraced(stopped, trace, "frame")) << stopped.errors();
+    ASSERT_TRUE(lh::test::waitForTracedLine(stopped, trace, "frame")) << stopped.errors();
     stopped.signal(SIGTERM);
     EXPECT_EQ(stopped.wait(30s), 255);
 
@@ -74,7 +63,7 @@ TEST(Process, RunsItsLoopAndEndsOnEachQuitPath) {
     // with -1 before any main window.
     std::filesystem::remove(trace);
     ChildProcess cancelled(program(), {"--workdir", work.str()}, {"LOREHAVEN_TRACE=" + trace.string()});
-    ASSERT_TRUE(awaitTraced(cancelled, trace, "started")) << cancelled.errors();
+    ASSERT_TRUE(lh::test::waitForTracedLine(cancelled, trace, "started")) << cancelled.errors();
     EXPECT_EQ(cancelled.wait(300ms), -1) << cancelled.errors();
     cancelled.signal(SIGTERM);
     EXPECT_EQ(cancelled.wait(30s), 255);

@@ -51,6 +51,17 @@ std::string readFile(const fs::path& path) {
     return ss.str();
 }
 
+bool waitForTracedLine(ChildProcess& process, const fs::path& trace, const std::string& line,
+                       std::chrono::milliseconds timeout) {
+    const std::string wanted = " " + line + "\n";
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    for (;;) {
+        if (readFile(trace).find(wanted) != std::string::npos) return true;
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        if (process.wait(std::chrono::milliseconds(50)) != -1) return readFile(trace).find(wanted) != std::string::npos;
+    }
+}
+
 std::string builtProgram(const std::string& name) { return std::string(LOREHAVEN_BINARY_DIR) + "/" + name; }
 
 std::string newCharacterSteps(const std::string& name) {

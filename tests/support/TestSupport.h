@@ -54,6 +54,12 @@ private:
     TempDir logs;
 };
 
+// Waits until a line of the trace file holds exactly `line` after its time
+// stamp. False once the process ends without it, or after `timeout`; each
+// look waits on the process itself, so a loaded machine is only slower.
+bool waitForTracedLine(ChildProcess& process, const std::filesystem::path& trace, const std::string& line,
+                       std::chrono::milliseconds timeout = std::chrono::seconds(60));
+
 // A TCP port on loopback that nothing listens on at the moment of asking.
 uint16_t freeTcpPort();
 

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <thread>
 
 #include "ScriptedDesktop.h"
 #include "support/RawPeer.h"
@@ -263,10 +262,7 @@ quit 0
     ChildProcess host(builtProgram("lorehaven"), h.hostArguments(port), {"LOREHAVEN_TRACE=" + h.tracePath()});
     // The client may start before the host listens: it is started once the
     // host has traced its first frame.
-    for (int i = 0; i < 600 && h.trace().find(" frame\n") == std::string::npos; ++i) {
-        ASSERT_TRUE(host.running()) << host.errors();
-        std::this_thread::sleep_for(100ms);
-    }
+    ASSERT_TRUE(waitForTracedLine(host, h.tracePath(), "frame")) << host.errors();
     ChildProcess client(builtProgram("lorehaven"),
                         {"--workdir", c.work.str(), "--join", "127.0.0.1", "--user", "Ann", "--identity", "Hero",
                          "--script", (c.work.path() / "steps.txt").string(), "p" + std::to_string(port)},
@@ -295,10 +291,7 @@ screenshot forged
 quit 0
 )");
     ChildProcess host(builtProgram("lorehaven"), h.hostArguments(port), {"LOREHAVEN_TRACE=" + h.tracePath()});
-    for (int i = 0; i < 600 && h.trace().find("window opened sheet 00001\n") == std::string::npos; ++i) {
-        ASSERT_TRUE(host.running()) << host.errors();
-        std::this_thread::sleep_for(100ms);
-    }
+    ASSERT_TRUE(waitForTracedLine(host, h.tracePath(), "window opened sheet 00001")) << host.errors();
     RawPeer peer(port);
     peer.send("CONNQ", connectBody("Raw", ""));
     peer.send("IDENQ", std::string("Rogue") + '\0' + '\0');

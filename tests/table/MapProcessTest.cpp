@@ -284,3 +284,112 @@ TEST(MapProcess, AMapOf16384SquareOpensOnBothSidesAndAgrees) {
     expectSameLayerFile(hostDir, clientDir, "maskedimages");
     expectSameLayerFile(hostDir, clientDir, "drawings");
 }
+
+namespace {
+
+// A checkerboard of 64-pixel squares in two greens: any pixel's colour is
+// known, so a probe can tell the players' view lines from the picture.
+constexpr uint32_t kEven = 0xFF3C8A4Au, kOdd = 0xFF70C080u;
+uint32_t checker(int32_t x, int32_t y) { return ((x >> 6) + (y >> 6)) % 2 ? kOdd : kEven; }
+
+// Each channel of `dark` at most 80 % of the same channel of `light`.
+bool darker(uint32_t dark, uint32_t light) {
+    for (int shift = 0; shift < 24; shift += 8)
+        if (((dark >> shift) & 0xFF) * 5 > ((light >> shift) & 0xFF) * 4) return false;
+    return true;
+}
+
+// Pixels that differ between two screenshots inside a box.
+int differing(const lh::ui::PixelImage& a, const lh::ui::PixelImage& b, uint32_t l, uint32_t t, uint32_t r, uint32_t bottom) {
+    int n = 0;
+    for (uint32_t y = t; y < bottom; ++y)
+        for (uint32_t x = l; x < r; ++x) n += at(a, x, y) != at(b, x, y);
+    return n;
+}
+
+}  // namespace
+
+// "Preload Image" hands the picture to a player who has no window of it
+// yet; once he reports it the host's map shows the availability icon. The
+// shared view is drawn on the host's map as lines that move with the
+// picture when the host pans, stay where they are whatever the player does
+// with his own view, and "Go To Player View" brings the host back to it.
+TEST(MapProcess, APreloadedMapIsAvailableAndTheHostSeesThePlayersView) {
+    TempDir hostDir, clientDir;
+    uint16_t port = lh::test::freeTcpPort();
+    fs::create_directories(hostDir.path() / "campaigns/Saga/images");
+    ASSERT_TRUE(lh::test::writePngRows(hostDir.path() / "campaigns/Saga/images/board.png", 1200, 900,
+                                       [](uint32_t y, uint32_t* argb) {
+                                           for (uint32_t x = 0; x < 1200; ++x) argb[x] = checker(int32_t(x), int32_t(y));
+                                       }));
+    writeFile(hostDir.path() / "host.txt",
+              kDeadline + "await received IDLSQ\n" + kOpenMap +
+                  "screenshot alone\n"
+                  "menu 500 400 Preload Image\n"
+                  "await received IMGAR\n"
+                  "screenshot preloaded\n"
+                  "menu 500 400 Share Sheet\n"
+                  "await departed Ann\n"
+                  "screenshot shared\n"
+                  // The host pans by (-100, -60).
+                  "down middle 500 400\nmove 450 370\nmove 400 340\nup middle 400 340\n"
+                  "screenshot panned\n"
+                  "menu 500 400 Layers/Go To Player View\n"
+                  "screenshot back\n"
+                  "quit 0\n");
+    // The player pans his view, which snaps back, and sizes his window.
+    writeFile(clientDir.path() / "client.txt",
+              kDeadline + lh::test::newCharacterSteps("Ann") +
+                  "await map image.00001.image arrived\n"
+                  "await window opened imagewindow\n"
+                  "screenshot before\n"
+                  "down middle 500 400\nmove 450 370\nmove 400 340\n"
+                  "screenshot during\n"
+                  "up middle 400 340\n"
+                  "screenshot after\n"
+                  "resize 1100 820\n"
+                  "await desktop sized 1100 820\n"
+                  "quit 0\n");
+    runHostAndClient(hostDir, clientDir, port);
+
+    // The picture came before the window, and only once.
+    std::string trace = readFile(clientDir.path() / "trace.txt");
+    size_t fetch = trace.find("map image.00001.image fetch"), arrived = trace.find("map image.00001.image arrived");
+    size_t opened = trace.find("window opened imagewindow");
+    ASSERT_NE(opened, std::string::npos);
+    EXPECT_LT(fetch, arrived);
+    EXPECT_LT(arrived, opened);
+    EXPECT_EQ(trace.find("map image.00001.image fetch", fetch + 1), std::string::npos);
+
+    auto alone = screenshot(hostDir.path() / "alone.png"), preloaded = screenshot(hostDir.path() / "preloaded.png");
+    // The map's control spans (256, 206) to (768, 590): the icon stands in
+    // its bottom right corner, and nothing else changed.
+    EXPECT_GT(differing(alone, preloaded, 700, 530, 768, 590), 50);
+    EXPECT_EQ(differing(alone, preloaded, 256, 206, 700, 530), 0);
+    EXPECT_EQ(at(alone, 300, 300), checker(300 - 256, 300 - 206) & 0xFFFFFF);
+
+    // The player's pan moved his picture and snapped back.
+    auto before = screenshot(clientDir.path() / "before.png"), during = screenshot(clientDir.path() / "during.png");
+    auto after = screenshot(clientDir.path() / "after.png");
+    EXPECT_GT(differing(before, during, 256, 206, 768, 590), 1000);
+    EXPECT_EQ(differing(before, after, 256, 206, 768, 590), 0);
+
+    // On the host the view's left and top sides lie on the control's edges,
+    // darker than the same pixels on the player's screen (its right and
+    // bottom sides lie just past the control, where they are not drawn);
+    // inside, the two screens agree.
+    auto shared = screenshot(hostDir.path() / "shared.png");
+    EXPECT_TRUE(darker(at(shared, 257, 400), at(before, 257, 400)));
+    EXPECT_TRUE(darker(at(shared, 500, 207), at(before, 500, 207)));
+    EXPECT_EQ(at(shared, 400, 400), at(before, 400, 400));
+    // Panned by (-100, -60), the lines went with the picture: the right side
+    // now runs at x 668 and the bottom at y 530, the others left the control.
+    auto panned = screenshot(hostDir.path() / "panned.png");
+    EXPECT_EQ(at(panned, 680, 300), checker(680 - 156, 300 - 146) & 0xFFFFFF);
+    EXPECT_TRUE(darker(at(panned, 668, 300), checker(668 - 156, 300 - 146)));
+    EXPECT_TRUE(darker(at(panned, 400, 530), checker(400 - 156, 530 - 146)));
+    EXPECT_EQ(at(panned, 257, 400), checker(257 - 156, 400 - 146) & 0xFFFFFF);
+    // And back where the players were shown it.
+    auto back = screenshot(hostDir.path() / "back.png");
+    EXPECT_EQ(differing(shared, back, 256, 206, 768, 590), 0);
+}

@@ -2,9 +2,9 @@
 #include "dice/DiceScene.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdio>
 
-#include "dice/ThrowRecord.h"
 #include "platform/Registry.h"
 #include "ui/DieType.h"
 #include "ui/RulesetData.h"
@@ -279,12 +279,7 @@ void DiceScene::throwHand(int32_t x, int32_t y, int32_t mode, bool send) {
     std::vector<DieBody*> held = heldDice();
     RollGroup* group = nullptr;
     int32_t groupId = 0;
-    if (send) {
-        groupId = nextGroup++;
-        group = &groups[groupId];
-        group->remaining = int32_t(held.size());
-        group->result = std::make_unique<DieResult>();
-    }
+    if (send) group = &startGroup(groupId, held.size());
     const Vec3 v{kPixelSpeedToWorld * sx, kPixelSpeedToWorld * sy, 0.0f};
     for (DieBody* die : held) {
         if (send) {
@@ -298,6 +293,42 @@ void DiceScene::throwHand(int32_t x, int32_t y, int32_t mode, bool send) {
     if (send && hooks.sendRoll) hooks.sendRoll(group->message);
 }
 
+RollGroup& DiceScene::startGroup(int32_t& id, size_t dice) {
+    id = nextGroup++;
+    RollGroup& group = groups[id];
+    group.remaining = int32_t(dice);
+    group.result = std::make_unique<DieResult>();
+    return group;
+}
+
+void DiceScene::clampIntoRollArea(ThrowStart& s) const {
+    const Bounds& area = diceWorld.rollBounds;
+    s.center.x = std::max(std::min(s.center.x, area.right - 1.0f), area.left + 1.0f);
+    s.center.y = std::min(std::max(s.center.y, area.bottom + 1.0f), area.top - 1.0f);
+}
+
+std::string DiceScene::ThrowRecorded(const uint8_t* body, size_t size) {
+    DecodedThrows decoded = decodeThrowRecords(body, size);
+    if (!decoded.error.empty()) return decoded.error;
+    if (decoded.starts.empty()) return "no throw record";
+    if (decoded.starts.size() > size_t(kMaxHeldDice))
+        return "more than " + std::to_string(kMaxHeldDice) + " dice in one hand";
+    int32_t groupId = 0;
+    RollGroup& group = startGroup(groupId, decoded.starts.size());
+    // Clamped as every receiver clamps, and sent as played: the records
+    // that go out are the ones the dice here started from.
+    for (ThrowStart s : decoded.starts) {
+        clampIntoRollArea(s);
+        DieBody* die = diceWorld.AddThrown(s);
+        assert(die);  // the records were validated, and clamping keeps them valid
+        die->rollGroup = groupId;
+        appendThrowRecord(group.message, s);
+    }
+    if (hooks.invalidate) hooks.invalidate(nullptr);
+    if (hooks.sendRoll) hooks.sendRoll(group.message);
+    return {};
+}
+
 std::string DiceScene::ReceiveRoll(const uint8_t* body, size_t size, bool fromPlayer) {
     DecodedThrows decoded = decodeThrowRecords(body, size);
     if (!decoded.error.empty()) return decoded.error;
@@ -309,10 +340,8 @@ std::string DiceScene::ReceiveRoll(const uint8_t* body, size_t size, bool fromPl
         return "too many dice on the table (" + std::to_string(live) + " already)";
     // An honest thrower held its dice inside the roll area already, so this
     // changes nothing for it; anyone else's dice land on the table too.
-    const Bounds& area = diceWorld.rollBounds;
     for (ThrowStart s : decoded.starts) {
-        s.center.x = std::max(std::min(s.center.x, area.right - 1.0f), area.left + 1.0f);
-        s.center.y = std::min(std::max(s.center.y, area.bottom + 1.0f), area.top - 1.0f);
+        clampIntoRollArea(s);
         diceWorld.AddThrown(s);
     }
     if (hooks.invalidate) hooks.invalidate(nullptr);

@@ -14,6 +14,7 @@
 
 #include "dice/DiceWorld.h"
 #include "dice/DieResult.h"
+#include "dice/ThrowRecord.h"
 #include "render/Camera.h"
 #include "render/Rect.h"
 
@@ -80,6 +81,11 @@ public:
     // `fromPlayer`: a host's copy of a player's roll, which may not claim
     // to be the Gamemaster's (players would see only its shadows).
     std::string ReceiveRoll(const uint8_t* body, size_t size, bool fromPlayer = false);
+    // A roll of this user's from given throw records, as if the hand had
+    // thrown those dice: played, sent, read into the chat. For replaying a
+    // roll exactly (the test driver's "throw"). Empty when thrown;
+    // otherwise why not.
+    std::string ThrowRecorded(const uint8_t* body, size_t size);
 
     bool dragging() const { return isDragging; }
     bool isHost() const { return host; }
@@ -105,6 +111,8 @@ private:
     void throwHand(int32_t x, int32_t y, int32_t mode, bool send);
     void randomTurn(DieBody& die);
     void onDieFinished(DieBody& die, int32_t value);
+    RollGroup& startGroup(int32_t& id, size_t dice);
+    void clampIntoRollArea(ThrowStart& start) const;
     std::vector<DieBody*> heldDice() const;
 
     struct TrailSample {

@@ -217,6 +217,39 @@ TEST_F(DiceSceneTest, HostRollsAreSecretAndPercentileAddsUp) {
     scene.Mouse(600, 300, MousePhase::Release, false);
 }
 
+// A roll thrown from given records is this user's own: sent as played
+// (a centre beyond the roll area clamped as receivers clamp it) and read.
+TEST_F(DiceSceneTest, ARollFromRecordsIsThrownSentAndRead) {
+    Seen seen;
+    DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
+    double now = 1.0;
+    settle(scene, now);
+    ThrowStart start;
+    start.shape = kShapeD8;
+    start.colorFlags = kWhiteNumerals;
+    start.center = {-10.0f, 40.0f, -5.0f};
+    start.velocity = {0.2f, -0.1f, 0.0f};
+    std::vector<uint8_t> body;
+    appendThrowRecord(body, start);
+    EXPECT_NE(scene.ThrowRecorded(body.data(), 0), "");
+    ThrowStart bad = start;
+    bad.shape = 9;
+    std::vector<uint8_t> hostile;
+    appendThrowRecord(hostile, bad);
+    EXPECT_NE(scene.ThrowRecorded(hostile.data(), hostile.size()), "");
+    EXPECT_TRUE(seen.sent.empty());
+
+    ASSERT_EQ(scene.ThrowRecorded(body.data(), body.size()), "");
+    ASSERT_EQ(seen.sent.size(), 1u);
+    DecodedThrows sent = decodeThrowRecords(seen.sent[0].data(), seen.sent[0].size());
+    ASSERT_EQ(sent.starts.size(), 1u);
+    EXPECT_EQ(sent.starts[0].center.y, scene.world().rollBounds.top - 1.0f);
+    settle(scene, now);
+    ASSERT_EQ(seen.results.size(), 1u);
+    EXPECT_EQ(seen.results[0]->dice[0]->name, "d8");
+    EXPECT_EQ(seen.results[0]->throwRecords, seen.sent[0]);
+}
+
 TEST_F(DiceSceneTest, HostileRollMessagesAreRefused) {
     Seen seen;
     DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));

@@ -4,16 +4,20 @@
 // hooks; results keep their dice on the way into a chat line and back.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "db/Users.h"
 #include "dice/ChatCommands.h"
 #include "dice/ChatDieResult.h"
+#include "dice/DiceScene.h"
 #include "dice/DiceSubsystem.h"
 #include "dice/ModifierCollector.h"
 #include "platform/Trace.h"
+#include "support/TestSupport.h"
 #include "ui/ChatPort.h"
+#include "ui/ColorPort.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
 #include "ui/DieType.h"
@@ -135,6 +139,62 @@ TEST_F(DiceChat, CommandsSpeakThroughTheChat) {
     EXPECT_TRUE(said("chat die ?d20=")) << ::testing::PrintToString(chat);
     type("/identity Guard");
     EXPECT_EQ(ui::activeIdentity()->name, "Guard");
+}
+
+// The dice take their colour from the stored "DiceColor" when they start,
+// and follow the colour selection (through the colour port) at once: the
+// dice on the table, the next dice taken up, and the stored value for the
+// next start.
+TEST(DiceColour, FollowsTheStoredValueAndTheColourSelection) {
+    test::TempDir config;
+    const char* before = std::getenv("LOREHAVEN_CONFIG_DIR");
+    const std::string formerConfig = before ? before : "";
+    setenv("LOREHAVEN_CONFIG_DIR", config.str().c_str(), 1);
+    ui::clearRuleset();
+    auto colourOfDice = [](uint32_t& body, uint32_t& flags) {
+        DiceScene* scene = diceScene();
+        ASSERT_TRUE(scene);
+        body = scene->bodyColor;
+        flags = scene->colorFlags;
+        for (const auto& die : scene->world().dice()) {
+            EXPECT_EQ(die->bodyColor, body);
+            EXPECT_EQ(die->colorFlags, flags);
+        }
+    };
+    uint32_t body = 0, flags = 0;
+
+    // Blue (0x00BBGGRR) with black numerals, as stored by an earlier run.
+    writeDiceColor(0x00FF0000u);
+    ui::startSubsystems({db::SessionMode::Host, ui::desktop(), nullptr, nullptr});
+    colourOfDice(body, flags);
+    EXPECT_EQ(body, 0xFF0000FFu);
+    EXPECT_EQ(flags, kGamemasterDice);
+    ASSERT_TRUE(ui::colorPort().whiteNumerals);
+    EXPECT_FALSE(ui::colorPort().whiteNumerals());
+
+    // A green picked with white numerals.
+    ASSERT_TRUE(ui::colorPort().setDiceColor);
+    ui::colorPort().setDiceColor(0x00E21Fu, true);
+    colourOfDice(body, flags);
+    EXPECT_EQ(body, 0xFF1FE200u);
+    EXPECT_EQ(flags, kGamemasterDice | kWhiteNumerals);
+    EXPECT_TRUE(ui::colorPort().whiteNumerals());
+    EXPECT_EQ(readDiceColor(), 0xFF00E21Fu);
+    ui::stopSubsystems();
+    EXPECT_FALSE(ui::colorPort().setDiceColor);
+
+    // The next start, a player's this time: the same colour, no
+    // Gamemaster's mark.
+    ui::startSubsystems({db::SessionMode::Join, ui::desktop(), nullptr, nullptr});
+    colourOfDice(body, flags);
+    EXPECT_EQ(body, 0xFF1FE200u);
+    EXPECT_EQ(flags, kWhiteNumerals);
+    ui::stopSubsystems();
+    ui::identities().clear();
+    if (before)
+        setenv("LOREHAVEN_CONFIG_DIR", formerConfig.c_str(), 1);
+    else
+        unsetenv("LOREHAVEN_CONFIG_DIR");
 }
 
 TEST(DiceChatResult, KeepsItsDiceOnTheWayIntoALineAndBack) {

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "dice/DiceDrawing.h"
 #include "dice/DiceWorld.h"
 #include "dice/DieResult.h"
 #include "dice/ThrowRecord.h"
@@ -129,12 +130,12 @@ private:
     double accumulator = 0.0, lastTime = 0.0, delta = 0.0;
     int32_t mouseX = 0, mouseY = 0;
     bool isDragging = false;
-    int redrawFrames = 0;
     DieBody* grabbed = nullptr;
     Vec3 holdPoint;
     std::vector<TrailSample> mouseTrail;
     int32_t nextGroup = 1;
     std::map<int32_t, RollGroup> groups;
+    DiceDirtyBoxes dirtyBoxes;
 };
 
 // Four floats from 0 to 1 packed into 0xAARRGGBB: x 255 + 0.5, with 1.0 and

@@ -23,6 +23,7 @@
 #include "ui/DieType.h"
 #include "ui/DragPayload.h"
 #include "ui/Identities.h"
+#include "ui/MenuModel.h"
 #include "ui/RulesetData.h"
 #include "ui/Subsystems.h"
 
@@ -113,6 +114,34 @@ TEST_F(DiceChat, DroppedNumbersGoWithTheNextRoll) {
     EXPECT_TRUE(said("[GM:] Strength +3, Prone -2") || said("] Strength +3, Prone -2"));
     EXPECT_TRUE(box.entries().empty());
     EXPECT_EQ(box.adjust, 0);
+}
+
+// The radial menu over a permanent die: "Roll 2" ... "Roll 20", and on the
+// d10 "Roll d100"; a choice puts that many dice (or the percentile pair)
+// in the hand. Nothing opens where no die lies.
+TEST_F(DiceChat, TheDieMenuTakesUpThatManyDice) {
+    DiceScene* scene = diceScene();
+    ASSERT_TRUE(scene);
+    ui::DiceInput* input = ui::diceInput();
+    ASSERT_TRUE(input);
+    EXPECT_FALSE(input->BuildDieMenu(3, 3));
+    const char* labels[] = {"Roll 2", "Roll 3", "Roll 4", "Roll 5", "Roll 10", "Roll 15", "Roll 20"};
+    for (int shape = 0; shape < kPermanentDice; ++shape) {
+        const glm::vec3 p = scene->project(scene->world().dice()[size_t(shape)]->center);
+        std::unique_ptr<ui::MenuModel> menu = input->BuildDieMenu(int32_t(p.x), int32_t(p.y));
+        ASSERT_TRUE(menu) << shape;
+        for (const char* label : labels) EXPECT_GE(menu->find(label), 0) << label;
+        EXPECT_EQ(menu->find("Roll d100") >= 0, shape == kShapeD10) << shape;
+        input->DieMenuClosed();
+    }
+    const glm::vec3 d10 = scene->project(scene->world().dice()[kShapeD10]->center);
+    std::unique_ptr<ui::MenuModel> menu = input->BuildDieMenu(int32_t(d10.x), int32_t(d10.y));
+    ASSERT_TRUE(menu);
+    EXPECT_TRUE(input->DieMenuChosen(menu->at(menu->find("Roll 5")).id, 600, 300));
+    EXPECT_EQ(scene->world().heldCount, 5);
+    for (const auto& die : scene->world().dice()) EXPECT_TRUE(!die->held || die->shape == kShapeD10);
+    input->Mouse(600, 300, 1);  // put down elsewhere
+    EXPECT_EQ(scene->world().heldCount, 0);
 }
 
 TEST_F(DiceChat, CommandsSpeakThroughTheChat) {

@@ -187,6 +187,31 @@ TEST_F(DiceSceneTest, AThrowOverTheChatIsReadInStopOrderAndPlaysAlikeElsewhere) 
     EXPECT_EQ(receiver.world().dice().size(), 6u);
 }
 
+// Ctrl held at the release spins a single die on the spot; a hand of more
+// than one rolls all the same.
+TEST_F(DiceSceneTest, CtrlSpinsASingleDieOnly) {
+    Seen seen;
+    DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
+    double now = 1.0;
+    settle(scene, now);
+    for (int extra : {0, 1}) {
+        glm::vec3 p = pixelOf(scene, kShapeD12);
+        ASSERT_EQ(scene.Mouse(int32_t(p.x), int32_t(p.y), MousePhase::PressOrMove, false), 1);
+        for (int i = 0; i < extra; ++i) scene.AddDie(-1);
+        now += 0.1;
+        scene.Mouse(200, 500, MousePhase::PressOrMove, false);
+        scene.Advance(now);
+        scene.Mouse(200, 500, MousePhase::ReleaseThrow, true);
+        ASSERT_EQ(seen.sent.size(), size_t(extra + 1));
+        DecodedThrows thrown = decodeThrowRecords(seen.sent.back().data(), seen.sent.back().size());
+        ASSERT_EQ(thrown.starts.size(), size_t(extra + 1));
+        for (const ThrowStart& s : thrown.starts) EXPECT_EQ(s.mode, extra == 0 ? kThrowSpin : kThrowRolling);
+        settle(scene, now);
+        scene.Arrange(false);
+        settle(scene, now);
+    }
+}
+
 TEST_F(DiceSceneTest, HostRollsAreSecretAndPercentileAddsUp) {
     Seen seen;
     DiceScene scene(true, 1024, 768, kChat, hooksFor(seen));

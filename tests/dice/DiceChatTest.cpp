@@ -226,7 +226,7 @@ TEST(DiceColour, FollowsTheStoredValueAndTheColourSelection) {
         unsetenv("LOREHAVEN_CONFIG_DIR");
 }
 
-TEST(DiceChatResult, KeepsItsDiceOnTheWayIntoALineAndBack) {
+TEST(DiceChatResult, KeepsItsDiceAndThrowRecordsOnTheWayIntoALineAndBack) {
     ui::clearRuleset();
     auto d8 = std::make_unique<ui::DieType>();
     d8->name = "d8";
@@ -238,6 +238,7 @@ TEST(DiceChatResult, KeepsItsDiceOnTheWayIntoALineAndBack) {
     r.SetModifier(-3);
     r.hidden = true;
     r.SetDisplayMode(ShownValue::Halved);
+    r.throwRecords.assign(2 * kThrowRecordSize, 7);
     std::unique_ptr<ui::DieResult> line = toChatResult(r, false);
     EXPECT_EQ(line->dieText(), "d8=7,d8=2:-3");
     EXPECT_EQ(line->shownValue(), 3);
@@ -246,6 +247,7 @@ TEST(DiceChatResult, KeepsItsDiceOnTheWayIntoALineAndBack) {
     EXPECT_EQ(back.dice, r.dice);
     EXPECT_TRUE(back.hidden);
     EXPECT_EQ(back.displayMode, ShownValue::Halved);
+    EXPECT_EQ(back.throwRecords, r.throwRecords);  // the thrower's line can replay the roll
     line->displayMode = 99;  // from nowhere we know: shown as rolled
     EXPECT_EQ(fromChatResult(*line).displayMode, ShownValue::None);
     ui::clearRuleset();

@@ -20,6 +20,7 @@
 #include "ui/ColorPort.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopHooks.h"
+#include "ui/DesktopMenu.h"
 #include "ui/DieType.h"
 #include "ui/DragPayload.h"
 #include "ui/Identities.h"
@@ -142,6 +143,24 @@ TEST_F(DiceChat, TheDieMenuTakesUpThatManyDice) {
     for (const auto& die : scene->world().dice()) EXPECT_TRUE(!die->held || die->shape == kShapeD10);
     input->Mouse(600, 300, 1);  // put down elsewhere
     EXPECT_EQ(scene->world().heldCount, 0);
+}
+
+// "Arrange Dice" in the Desktop's menu sends the dice at rest home.
+TEST_F(DiceChat, ArrangeDiceInTheDesktopMenuSendsThemHome) {
+    ui::DieType* d20 = ui::ruleset().dieTypes["d20"].get();
+    d20->homeX = 600;
+    d20->homeY = 400;
+    const DieBody& die = *diceScene()->world().dice()[kShapeD20];
+    for (int step = 0; step < kMaxStepsPerThrow && !die.atRest; ++step) diceScene()->world().Step();
+    ASSERT_TRUE(die.atRest);
+    std::unique_ptr<ui::MenuModel> menu = ui::BuildDesktopMenu(false);
+    ASSERT_TRUE(menu);
+    const int slot = menu->find("Arrange Dice");
+    ASSERT_GE(slot, 0);
+    ui::HandleMenuChoice(menu->at(slot).id);
+    const Vec3 home = diceScene()->nearPicture(600, 400);
+    EXPECT_NEAR(die.center.x, home.x, 1e-4f);
+    EXPECT_NEAR(die.center.y, home.y, 1e-4f);
 }
 
 TEST_F(DiceChat, CommandsSpeakThroughTheChat) {

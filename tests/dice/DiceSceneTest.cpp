@@ -172,6 +172,11 @@ TEST_F(DiceSceneTest, AThrowOverTheChatIsReadInStopOrderAndPlaysAlikeElsewhere) 
     carry(scene, now, kShapeD20, {{500, 600}, {400, 560}, {300, 520}, {200, 500}}, MousePhase::ReleaseThrow, 3);
     ASSERT_EQ(thrower.sent.size(), 1u);
     ASSERT_EQ(thrower.sent[0].size(), 4 * kThrowRecordSize);
+    // The mouse went left and up the screen: so do the dice.
+    for (const ThrowStart& s : decodeThrowRecords(thrower.sent[0].data(), thrower.sent[0].size()).starts) {
+        EXPECT_LT(s.velocity.x, 0.0f);
+        EXPECT_GT(s.velocity.y, 0.0f);
+    }
     EXPECT_EQ(receiver.ReceiveRoll(thrower.sent[0].data(), thrower.sent[0].size()), "");
     settle(scene, now);
     settle(receiver, otherNow);

@@ -187,6 +187,31 @@ TEST_F(DiceSceneTest, AThrowOverTheChatIsReadInStopOrderAndPlaysAlikeElsewhere) 
     EXPECT_EQ(receiver.world().dice().size(), 6u);
 }
 
+// Ctrl held at the release spins a single die on the spot; a hand of more
+// than one rolls all the same.
+TEST_F(DiceSceneTest, CtrlSpinsASingleDieOnly) {
+    Seen seen;
+    DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
+    double now = 1.0;
+    settle(scene, now);
+    for (int extra : {0, 1}) {
+        glm::vec3 p = pixelOf(scene, kShapeD12);
+        ASSERT_EQ(scene.Mouse(int32_t(p.x), int32_t(p.y), MousePhase::PressOrMove, false), 1);
+        for (int i = 0; i < extra; ++i) scene.AddDie(-1);
+        now += 0.1;
+        scene.Mouse(200, 500, MousePhase::PressOrMove, false);
+        scene.Advance(now);
+        scene.Mouse(200, 500, MousePhase::ReleaseThrow, true);
+        ASSERT_EQ(seen.sent.size(), size_t(extra + 1));
+        DecodedThrows thrown = decodeThrowRecords(seen.sent.back().data(), seen.sent.back().size());
+        ASSERT_EQ(thrown.starts.size(), size_t(extra + 1));
+        for (const ThrowStart& s : thrown.starts) EXPECT_EQ(s.mode, extra == 0 ? kThrowSpin : kThrowRolling);
+        settle(scene, now);
+        scene.Arrange(false);
+        settle(scene, now);
+    }
+}
+
 TEST_F(DiceSceneTest, HostRollsAreSecretAndPercentileAddsUp) {
     Seen seen;
     DiceScene scene(true, 1024, 768, kChat, hooksFor(seen));
@@ -215,6 +240,39 @@ TEST_F(DiceSceneTest, HostRollsAreSecretAndPercentileAddsUp) {
     scene.RollCount(5, int32_t(p.x), int32_t(p.y), 600, 300);
     EXPECT_EQ(scene.world().heldCount, 5);
     scene.Mouse(600, 300, MousePhase::Release, false);
+}
+
+// A roll thrown from given records is this user's own: sent as played
+// (a centre beyond the roll area clamped as receivers clamp it) and read.
+TEST_F(DiceSceneTest, ARollFromRecordsIsThrownSentAndRead) {
+    Seen seen;
+    DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
+    double now = 1.0;
+    settle(scene, now);
+    ThrowStart start;
+    start.shape = kShapeD8;
+    start.colorFlags = kWhiteNumerals;
+    start.center = {-10.0f, 40.0f, -5.0f};
+    start.velocity = {0.2f, -0.1f, 0.0f};
+    std::vector<uint8_t> body;
+    appendThrowRecord(body, start);
+    EXPECT_NE(scene.ThrowRecorded(body.data(), 0), "");
+    ThrowStart bad = start;
+    bad.shape = 9;
+    std::vector<uint8_t> hostile;
+    appendThrowRecord(hostile, bad);
+    EXPECT_NE(scene.ThrowRecorded(hostile.data(), hostile.size()), "");
+    EXPECT_TRUE(seen.sent.empty());
+
+    ASSERT_EQ(scene.ThrowRecorded(body.data(), body.size()), "");
+    ASSERT_EQ(seen.sent.size(), 1u);
+    DecodedThrows sent = decodeThrowRecords(seen.sent[0].data(), seen.sent[0].size());
+    ASSERT_EQ(sent.starts.size(), 1u);
+    EXPECT_EQ(sent.starts[0].center.y, scene.world().rollBounds.top - 1.0f);
+    settle(scene, now);
+    ASSERT_EQ(seen.results.size(), 1u);
+    EXPECT_EQ(seen.results[0]->dice[0]->name, "d8");
+    EXPECT_EQ(seen.results[0]->throwRecords, seen.sent[0]);
 }
 
 TEST_F(DiceSceneTest, HostileRollMessagesAreRefused) {

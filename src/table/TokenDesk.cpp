@@ -4,13 +4,16 @@
 #include <cmath>
 
 #include "db/Users.h"
+#include "net/JoinEvents.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
 #include "platform/Trace.h"
 #include "render/Bitmap.h"
+#include "render/Color.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "table/ImageControl.h"
+#include "table/PointerDrawing.h"
 #include "table/PointerGeometry.h"
 #include "table/TokenDrawing.h"
 #include "table/TokenGrip.h"
@@ -172,6 +175,7 @@ TokenDesk::TokenDesk(ui::Desktop& desktop, net::Session* s, bool isHost)
             decodePointer(m, body, why);
             const PointerState* before = pointers.find(body.user);
             if (before) redrawPointerWindow(before);
+            const uint32_t formerColor = before ? before->color : PointerState{}.color;
             if (!pointers.handle(m, from ? from->name : std::string(), accepted, why)) {
                 session->reportMalformed(from, m, why);
                 return net::HandlerResult::Rejected;
@@ -180,12 +184,27 @@ TokenDesk::TokenDesk(ui::Desktop& desktop, net::Session* s, bool isHost)
             redrawPointerWindow(pointers.find(body.user));
             platform::trace("pointer %s kind %d on %s %s", body.user.c_str(), body.kind, body.window.className.c_str(),
                             body.window.recordName.c_str());
+            if (body.color != formerColor) colorChanged(body.user, body.color);
             return net::HandlerResult::Handled;
         });
-        departSub = session->departed().subscribe([this](net::SessionPeer& peer) {
-            redrawPointerWindow(pointers.find(peer.name));
-            pointers.UserLeft(peer.name);
-        });
+        if (host) {
+            departSub = session->departed().subscribe([this](net::SessionPeer& peer) { userLeft(peer.name); });
+        } else {
+            // A client hears of a departure only as its Identity leaving play.
+            net::JoinEvents& events = net::joinEvents();
+            inPlaySub = events.characterInPlay.subscribe(
+                [this](const std::string& identity, const std::string& user, bool) { playerOf[identity] = user; });
+            goneSub = events.characterGone.subscribe([this](const std::string& identity) {
+                auto it = playerOf.find(identity);
+                if (it == playerOf.end()) return;
+                const std::string user = it->second;
+                playerOf.erase(it);
+                // The same user may play another character still.
+                for (const auto& [other, player] : playerOf)
+                    if (player == user) return;
+                userLeft(user);
+            });
+        }
         if (host) joinSub = session->joined().subscribe([this](net::SessionPeer& peer) { tokens.SendAll(peer.name); });
     }
     auto& signals = ui::desktopSignals();
@@ -376,31 +395,26 @@ void TokenDesk::drawPointer(ui::Window& window, const PointerState& p, render::R
             MapScroll scroll = image->scroll();
             GridView grid{g, v->grid.offsetX, v->grid.offsetY, scroll.left(), scroll.top(), image->rect.width(),
                           image->rect.height()};
-            if (!gridCell || gridCellSize != g) {
-                gridCell = std::make_unique<render::Bitmap>();
-                std::vector<uint32_t> cell(size_t(g) * size_t(g), 0x40000000u);
-                gridCellSize = gridCell->LoadFromPixels(uint32_t(g), uint32_t(g), cell.data()) ? g : 0;
-            }
             int32_t cx = 0, cy = 0;
             image->GetOrigin(cx, cy);
             const IntPoint start{p.startX, p.startY}, end{p.endX, p.endY};
-            if (gridCellSize == g) {
-                for (IntPoint cell : litCells(grid, p.kind, start, end))
-                    context.DrawBitmap(*gridCell, cx + cell.x, cy + cell.y, 0xFFFFFFFF, &clip);
-            }
+            const std::vector<IntPoint> cells = litCells(grid, p.kind, start, end);
+            litSquares.draw(context, g, cx, cy, cells, clip);
             std::string label = lengthLabel(pointerLength(p.kind, start, end), g);
             IntPoint at = labelPosition(p.kind, s, e);
             if (ui::RulesetFont* font = ui::findFont("modcollectorlabel")) {
                 context.PushFont();
                 context.SetFont(font);
                 render::TextSize size = context.MeasureText(label.c_str(), int32_t(label.size()));
-                // FIXME: the label is drawn in the font's own colour, as the
-                // text drawing has no tint yet; the shadow is left out.
-                context.DrawText(at.x - size.width / 2, at.y - size.height / 2, label.c_str(),
-                                 int32_t(label.size()), &clip);
+                // A half-dark shadow a pixel down and right, then the
+                // label in the pointer's colour, opaque.
+                const int32_t lx = at.x - size.width / 2, ly = at.y - size.height / 2;
+                const int32_t length = int32_t(label.size());
+                context.DrawTextInColor(lx + 1, ly + 1, label.c_str(), length, 0x7F000000u, &clip);
+                context.DrawTextInColor(lx, ly, label.c_str(), length, render::opaqueLineColorToArgb(color), &clip);
                 context.PopFont();
             }
-            platform::trace("pointer lit %zu label %s", litCells(grid, p.kind, start, end).size(), label.c_str());
+            platform::trace("pointer lit %zu label %s", cells.size(), label.c_str());
         }
     }
 
@@ -466,6 +480,24 @@ bool TokenDesk::HasPointer() {
 void TokenDesk::redrawPointerWindow(const PointerState* p) {
     if (!p || !p->shown) return;
     if (ui::Window* w = windowOf(p->window)) w->Invalidate();
+}
+
+void TokenDesk::SetPointerColor(uint32_t bgr) {
+    pointers.SetColor(bgr);
+    colorChanged(pointers.localUser(), bgr);
+}
+
+void TokenDesk::colorChanged(const std::string& user, uint32_t bgr) {
+    render::GraphicsDevice::Get().Invalidate(nullptr);
+    platform::trace("pointer %s color %06X", user.c_str(), unsigned(bgr & 0xFFFFFF));
+}
+
+void TokenDesk::userLeft(const std::string& user) {
+    const PointerState* p = pointers.find(user);
+    if (!p) return;
+    redrawPointerWindow(p);
+    pointers.UserLeft(user);
+    platform::trace("pointer %s left", user.c_str());
 }
 
 void TokenDesk::SetPointer(ui::Window* window, int kind, uint32_t start, uint32_t end, bool finish) {

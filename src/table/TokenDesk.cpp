@@ -2,6 +2,7 @@
 #include "table/TokenDesk.h"
 
 #include <cmath>
+#include <optional>
 
 #include "db/Users.h"
 #include "net/JoinEvents.h"
@@ -175,7 +176,8 @@ TokenDesk::TokenDesk(ui::Desktop& desktop, net::Session* s, bool isHost)
             decodePointer(m, body, why);
             const PointerState* before = pointers.find(body.user);
             if (before) redrawPointerWindow(before);
-            const uint32_t formerColor = before ? before->color : PointerState{}.color;
+            // The first word of a user shows his colour where none was.
+            const std::optional<uint32_t> formerColor = before ? std::optional(before->color) : std::nullopt;
             if (!pointers.handle(m, from ? from->name : std::string(), accepted, why)) {
                 session->reportMalformed(from, m, why);
                 return net::HandlerResult::Rejected;

@@ -9,6 +9,10 @@
 //    fetches the picture he lacks and draws it where the host does.
 //  - A circle pointer lights the same squares on both screens; a click
 //    without a move and "Remove Pointer" take pointers away for everybody.
+//  - A colour picked on the player's palette colours his pointer and his
+//    mark in the host's strip at once, though the pointer did not move.
+//  - With a second player: a player's pointer goes from every screen when
+//    he leaves, and a map closed and opened again shows no old pointer.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -119,41 +123,63 @@ const std::string kHostOpensBag = "click left 976 474\nawait window opened token
 const std::string kClientOpensBag = "click left 976 264\nawait window opened tokenbag\n";
 std::string clientTakesMap() { return lh::test::newCharacterSteps("Ann") + "await map image.00001.image arrived\n"; }
 
-// The host "Boss" and the player "Ann", each in a working directory of its
-// own, playing their scripts; then their traces.
+// The host "Boss" and the player "Ann", and in some tests a second player
+// "Bob", each in a working directory and a config folder of its own (the
+// colours a player picks stay his), playing their scripts; then their
+// traces.
 class Table {
 public:
-    TempDir hostDir, clientDir;
+    TempDir hostDir, clientDir, secondDir;
 
     // The host starts at once; the player once the host's trace holds
-    // `clientAfter` (its first frame by default).
+    // `clientAfter` (its first frame by default); the second player, if he
+    // has a script, once the host has the first player's join.
     void play(const std::string& hostScript, const std::string& clientScript,
-              const std::string& clientAfter = " frame") {
+              const std::string& clientAfter = " frame", const std::string& secondScript = "") {
         const uint16_t port = lh::test::freeTcpPort();
         const fs::path hostTrace = hostDir.path() / "trace.txt", clientTrace = clientDir.path() / "trace.txt";
+        const fs::path secondTrace = secondDir.path() / "trace.txt";
         writeFile(hostDir.path() / "host.txt", hostScript);
         writeFile(clientDir.path() / "client.txt", clientScript);
+        writeFile(secondDir.path() / "client.txt", secondScript);
+        auto environment = [](const TempDir& dir) {
+            return std::vector<std::string>{"LOREHAVEN_TRACE=" + (dir.path() / "trace.txt").string(),
+                                            "LOREHAVEN_CONFIG_DIR=" + (dir.path() / "config").string()};
+        };
         ChildProcess host(program(),
                           {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user",
                            "Boss", "p" + std::to_string(port), "--script", (hostDir.path() / "host.txt").string()},
-                          {"LOREHAVEN_TRACE=" + hostTrace.string()});
+                          environment(hostDir));
         ASSERT_TRUE(waitForFile(hostTrace, clientAfter, host)) << host.errors() << readFile(hostTrace);
-        ChildProcess client(program(),
-                            {"--workdir", clientDir.str(), "--join", "127.0.0.1", "--user", "Ann",
-                             "p" + std::to_string(port), "--script", (clientDir.path() / "client.txt").string()},
-                            {"LOREHAVEN_TRACE=" + clientTrace.string()});
-        EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(clientTrace);
+        auto join = [&](const TempDir& dir, const std::string& user) {
+            return std::make_unique<ChildProcess>(
+                program(),
+                std::vector<std::string>{"--workdir", dir.str(), "--join", "127.0.0.1", "--user", user,
+                                         "p" + std::to_string(port), "--script", (dir.path() / "client.txt").string()},
+                environment(dir));
+        };
+        std::unique_ptr<ChildProcess> client = join(clientDir, "Ann"), second;
+        if (!secondScript.empty()) {
+            ASSERT_TRUE(waitForFile(hostTrace, "received IDLSQ", host)) << host.errors() << readFile(hostTrace);
+            second = join(secondDir, "Bob");
+        }
+        EXPECT_EQ(client->wait(180s), 0) << client->errors() << readFile(clientTrace);
+        if (second) {
+            EXPECT_EQ(second->wait(180s), 0) << second->errors() << readFile(secondTrace);
+        }
         EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
         hostText = readFile(hostTrace);
         clientText = readFile(clientTrace);
+        if (second) secondText = readFile(secondTrace);
         h = tokenLines(hostText);
         c = tokenLines(clientText);
     }
 
     lh::ui::PixelImage hostShot(const std::string& name) const { return shot(hostDir.path() / (name + ".png")); }
     lh::ui::PixelImage clientShot(const std::string& name) const { return shot(clientDir.path() / (name + ".png")); }
+    lh::ui::PixelImage secondShot(const std::string& name) const { return shot(secondDir.path() / (name + ".png")); }
 
-    std::string hostText, clientText;
+    std::string hostText, clientText, secondText;
     std::vector<TokenLine> h, c;
 
 private:
@@ -493,4 +519,124 @@ TEST(TokenProcess, PointersLightTheSameSquaresOnBothAndGoAway) {
     EXPECT_NE(table.clientText.find("pointer Boss kind 0 on"), std::string::npos);
     EXPECT_NE(table.hostText.find("pointer Ann kind 4 on imagewindow 00001"), std::string::npos);
     EXPECT_NE(table.hostText.find("pointer Ann kind 0 on"), std::string::npos);
+}
+
+TEST(TokenProcess, APlayersPaletteColoursHisPointerAndHisMarkOnEveryScreen) {
+    Table table;
+    // The palette opens at (302, 170); its cells are 22 x 17 pixels from
+    // (336, 246); the sixth row's twelfth is a strong green.
+    const uint32_t green = 0x00E21F;  // 0x00BBGGRR
+    const std::string pickGreen = "click left 588 338\n";
+    table.play(kHostSharesMap +
+                   "await pointer Ann kind 1\n"  // the player's arrow, red
+                   "wait 300\n"
+                   "screenshot red\n"
+                   "menu 500 400 Pointers/Draw Arrow\n" +
+                   drag(420, 520, 480, 520) +  // tells the player to go on
+                   "await pointer Ann color 00E21F\n"
+                   "wait 300\n"
+                   "screenshot green\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() + "menu 500 400 Pointers/Draw Arrow\n" + drag(262, 300, 298, 300) +
+                   "await pointer Boss kind 1\n"
+                   "move 40 40\n"  // the strip's menu is of the place under the mouse
+                   "menu 40 40 Select Colors\n"
+                   "await window opened colorselection\n" +
+                   pickGreen +
+                   "wait 300\n"
+                   "screenshot own\n"
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    ASSERT_NE(table.clientText.find("pointer Ann color 00E21F"), std::string::npos) << table.clientText;
+
+    // The arrow's body: red before the pick, then green on the host,
+    // though the arrow did not move; green on the player's own screen.
+    auto red = table.hostShot("red"), host = table.hostShot("green"), own = table.clientShot("own");
+    const uint32_t rgb = (green & 0xFF) << 16 | (green & 0xFF00) | (green >> 16 & 0xFF);
+    EXPECT_EQ(at(red, 275, 300), 0xFF0000u) << std::hex << at(red, 275, 300);
+    EXPECT_EQ(at(host, 275, 300), rgb) << std::hex << at(host, 275, 300);
+    EXPECT_EQ(at(own, 275, 300), rgb) << std::hex << at(own, 275, 300);
+
+    // The host's strip marks the player's character with a gem in his
+    // colour, at the top left of its portrait: red, then green.
+    auto gem = [](const lh::ui::PixelImage& p, bool wantGreen) {
+        int count = 0;
+        for (int y = 10; y < 40; ++y)
+            for (int x = 16; x < 46; ++x) {
+                const uint32_t c = at(p, x, y);
+                const int r = int(c >> 16 & 0xFF), g = int(c >> 8 & 0xFF);
+                count += wantGreen ? g > r + 100 : r > g + 100;
+            }
+        return count;
+    };
+    EXPECT_GT(gem(red, false), 10);
+    EXPECT_EQ(gem(red, true), 0);
+    EXPECT_GT(gem(host, true), 10);
+    EXPECT_EQ(gem(host, false), 0);
+}
+
+TEST(TokenProcess, APointerGoesWhenItsUserLeavesOrItsWindowCloses) {
+    Table table;
+    const std::string bothTakeMap = "await received IDLSQ\nawait received IDLSQ\n" + kHostOpensMap +
+                                    "menu 500 400 Share Sheet\n"
+                                    "await received IMGAR\n"
+                                    "await received IMGAR\n";
+    table.play(bothTakeMap +
+                   "await pointer Ann kind 1\n"
+                   "wait 300\n"
+                   "screenshot before\n"
+                   "await pointer Ann left\n"
+                   "wait 300\n"
+                   "screenshot after\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 500\n" +
+                   kHostOpensMap + "menu 500 400 Share Sheet\n"
+                   "await pointer Bob kind 1\n"
+                   "await pointer Bob kind 1\n"  // the player has the map again
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() + "menu 500 400 Pointers/Draw Arrow\n" + drag(400, 300, 480, 300) +
+                   "await pointer Bob kind 1\n"  // the other player saw it
+                   "quit 0\n",
+               " frame",
+               lh::test::newCharacterSteps("Bob") +
+                   "await map image.00001.image arrived\n"
+                   "await pointer Ann kind 1\n"
+                   "wait 300\n"
+                   "screenshot before\n"
+                   "menu 500 400 Pointers/Draw Arrow\n" +
+                   drag(400, 520, 480, 520) +
+                   "await pointer Ann left\n"
+                   "wait 300\n"
+                   "screenshot after\n"
+                   "await window closed imagewindow\n"
+                   "await window opened imagewindow\n"
+                   "await window opened imagewindow\n"
+                   "wait 300\n"
+                   "screenshot reopened\n"
+                   "menu 500 400 Pointers/Draw Arrow\n" +
+                   drag(400, 560, 480, 560) +
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    // Ann's departure reached the host and the player who stayed.
+    ASSERT_NE(table.hostText.find("pointer Ann left"), std::string::npos) << table.hostText;
+    ASSERT_NE(table.secondText.find("pointer Ann left"), std::string::npos) << table.secondText;
+
+    // Her arrow was red on both screens, and is gone from both.
+    auto hostBefore = table.hostShot("before"), hostAfter = table.hostShot("after");
+    auto bobBefore = table.secondShot("before"), bobAfter = table.secondShot("after");
+    EXPECT_EQ(at(hostBefore, 440, 300), 0xFF0000u);
+    EXPECT_EQ(at(bobBefore, 440, 300), 0xFF0000u);
+    EXPECT_NE(at(hostAfter, 440, 300), 0xFF0000u);
+    EXPECT_EQ(at(bobAfter, 440, 300), at(hostAfter, 440, 300));
+
+    // Bob's own arrow stood until the map closed; opened again, the map
+    // shows no pointer until a new one is drawn.
+    auto reopened = table.secondShot("reopened");
+    EXPECT_EQ(at(bobAfter, 440, 520), 0xFF0000u);
+    EXPECT_EQ(at(reopened, 440, 520), at(bobBefore, 440, 520));
+    EXPECT_NE(at(reopened, 440, 520), 0xFF0000u);
 }

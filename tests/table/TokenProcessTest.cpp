@@ -7,6 +7,8 @@
 //    and opened again gives its tokens back, turned and in place, on both.
 //  - A player who joins late gets the tokens of a map he has not seen,
 //    fetches the picture he lacks and draws it where the host does.
+//  - The token menus: the host locks and unlocks, a player deletes one
+//    (and has no "Delete All Tokens"), the host deletes the rest.
 //  - A circle pointer lights the same squares on both screens; a click
 //    without a move and "Remove Pointer" take pointers away for everybody.
 //  - A colour picked on the player's palette colours his pointer and his
@@ -639,4 +641,53 @@ TEST(TokenProcess, APointerGoesWhenItsUserLeavesOrItsWindowCloses) {
     EXPECT_EQ(at(bobAfter, 440, 520), 0xFF0000u);
     EXPECT_EQ(at(reopened, 440, 520), at(bobBefore, 440, 520));
     EXPECT_NE(at(reopened, 440, 520), 0xFF0000u);
+}
+
+TEST(TokenProcess, TheTokenMenusLockUnlockDeleteOneAndDeleteAll) {
+    Table table;
+    table.play(kHostSharesMap + kHostOpensBag + drag(211, 132, 450, 350) + drag(211, 132, 560, 350) +
+                   drag(211, 132, 450, 470) +
+                   "menu 450 350 Lock Tokens\n"
+                   "menu 450 350 Unlock Tokens\n"
+                   "await token TOKDQ\n"  // the player deletes the first
+                   "menu 560 350 Delete All Tokens\n"
+                   "wait 300\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() + "await token TOKAR\nawait token TOKAR\nawait token TOKAR\n" +
+                   "await token TOKLR\nawait token TOKLR\nawait token TOKLR\n"
+                   "await token TOKLR\nawait token TOKLR\nawait token TOKLR\n"
+                   "move 560 350\n"
+                   "menu 560 350 Delete All Tokens\n"  // the host's alone: not offered here
+                   "move 450 350\n"
+                   "menu 450 350 Delete Token\n"
+                   "await token TOKDR\nawait token TOKDR\nawait token TOKDR\n"
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    const auto &h = table.h, &c = table.c;
+    ASSERT_EQ(about(h, "dropped", 3).size(), 1u) << table.hostText;
+
+    // Locked and unlocked on the host: each token both ways on the client.
+    for (unsigned id : {1u, 2u, 3u}) {
+        auto locks = about(c, "TOKLR", id);
+        ASSERT_EQ(locks.size(), 2u) << table.clientText;
+        EXPECT_EQ(locks[0].locked, 1);
+        EXPECT_EQ(locks[1].locked, 0);
+    }
+    // The player's "Delete Token" asks; the host deletes it for both; the
+    // player has no "Delete All Tokens", the host's takes the rest.
+    EXPECT_NE(table.clientText.find("menu Delete Token"), std::string::npos) << table.clientText;
+    EXPECT_EQ(table.clientText.find("menu Delete All Tokens"), std::string::npos);
+    auto asked = about(h, "TOKDQ", 1);
+    ASSERT_EQ(asked.size(), 1u) << table.hostText;
+    EXPECT_TRUE(asked[0].gone);
+    for (unsigned id : {1u, 2u, 3u}) {
+        auto deleted = about(c, "TOKDR", id);
+        ASSERT_EQ(deleted.size(), 1u) << id << table.clientText;
+        EXPECT_TRUE(deleted[0].gone);
+    }
+    EXPECT_LT(table.clientText.find("token TOKDR imagewindow 00001 id 1"),
+              table.clientText.find("token TOKDR imagewindow 00001 id 2"));
+    EXPECT_TRUE(about(h, "TOKDQ", 2).empty());
 }

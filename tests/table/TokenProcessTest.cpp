@@ -2,7 +2,8 @@
 // by scripts and read back from their traces and screenshots. Every test
 // shares the set-up below: the host opens the first map and shares it, the
 // player takes a character and receives the map, and both open the bag.
-//  - Drops, moves, proposals, "Accept Move" and drags off the map agree.
+//  - Drops, moves, proposals, "Accept Move" and drags off the map agree;
+//    a token dragged off stays on the dragging user's Desktop alone.
 //  - Turns agree (the wrap from 7 to 0 included), and a map closed for all
 //    and opened again gives its tokens back, turned and in place, on both.
 //  - A player who joins late gets the tokens of a map he has not seen,
@@ -234,6 +235,7 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
                    "wait 300\n" +
                    drag(600, 450, 880, 700) +  // the player's token off the map
                    "wait 300\n"
+                   "screenshot off\n"
                    "menu 500 450 Close For All\n"
                    "wait 2000\n"
                    "quit 0\n",
@@ -249,6 +251,8 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
                    "await token TOKPR\n"  // the proposal comes back
                    "await token TOKPR\n"  // and is accepted
                    "await token TOKDR\n"
+                   "wait 300\n"
+                   "screenshot off\n"
                    "await window closed imagewindow\n"
                    "quit 0\n");
     const std::string& hostText = table.hostText;
@@ -317,6 +321,13 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
     auto deleted = about(c, "TOKDR", 2);
     ASSERT_EQ(deleted.size(), 1u) << clientText;
     EXPECT_TRUE(deleted[0].gone);
+    // The host keeps it on his Desktop where he let it go, the player not.
+    auto hostOff = table.hostShot("off"), clientOff = table.clientShot("off");
+    int differ = 0;
+    for (int dy = -12; dy <= 12; dy += 2)
+        for (int dx = -12; dx <= 12; dx += 2) differ += at(hostOff, 880 + dx, 700 + dy) != at(clientOff, 880 + dx, 700 + dy);
+    EXPECT_GT(differ, 40);
+    EXPECT_EQ(at(hostOff, 700, 740), at(clientOff, 700, 740));  // the Desktop beside it
 }
 
 TEST(TokenProcess, TurnsAgreeAndAReopenedMapGivesItsTokensBack) {

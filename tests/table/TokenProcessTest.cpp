@@ -10,6 +10,9 @@
 //    fetches the picture he lacks and draws it where the host does.
 //  - The token menus: the host locks and unlocks, a player deletes one
 //    (and has no "Delete All Tokens"), the host deletes the rest.
+//  - Forged requests from a peer speaking by hand: a pointer in another's
+//    name, unsafe picture names, a far anchor, a wild turn byte, unknown
+//    ids and a short body change nothing they must not.
 //  - A circle pointer lights the same squares on both screens; a click
 //    without a move and "Remove Pointer" take pointers away for everybody.
 //  - A colour picked on the player's palette colours his pointer and his
@@ -27,6 +30,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/RawPeer.h"
 #include "support/TestSupport.h"
 #include "ui/PictureDecoder.h"
 
@@ -701,4 +705,78 @@ TEST(TokenProcess, TheTokenMenusLockUnlockDeleteOneAndDeleteAll) {
     EXPECT_LT(table.clientText.find("token TOKDR imagewindow 00001 id 1"),
               table.clientText.find("token TOKDR imagewindow 00001 id 2"));
     EXPECT_TRUE(about(h, "TOKDQ", 2).empty());
+}
+
+namespace {
+
+std::string text(const std::string& s) { return s + '\0'; }
+std::string number(int32_t v) {
+    std::string b(4, '\0');
+    for (int i = 0; i < 4; ++i) b[size_t(i)] = char(uint32_t(v) >> (8 * i));
+    return b;
+}
+const std::string kMap = text("imagewindow") + text("00001");
+
+}  // namespace
+
+TEST(TokenProcess, TheHostTrustsNoForgedTokenOrPointerRequest) {
+    TempDir dir;
+    const uint16_t port = lh::test::freeTcpPort();
+    const fs::path trace = dir.path() / "trace.txt";
+    writeFile(dir.path() / "host.txt", kHostOpensMap + kHostOpensBag + drag(211, 132, 450, 350) +
+                                           "await pointer Raw kind 1\n"  // the forger's last word
+                                           "wait 300\n"
+                                           "quit 0\n");
+    ChildProcess host(program(),
+                      {"--workdir", dir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
+                       "p" + std::to_string(port), "--script", (dir.path() / "host.txt").string()},
+                      {"LOREHAVEN_TRACE=" + trace.string(), "LOREHAVEN_CONFIG_DIR=" + (dir.path() / "config").string()});
+    ASSERT_TRUE(waitForFile(trace, "token dropped imagewindow 00001 id 1", host)) << host.errors() << readFile(trace);
+    lh::test::RawPeer peer(port);
+    peer.send("CONNQ", lh::test::connectBody("Raw", ""));
+    peer.send("IDENQ", std::string("Rogue") + '\0' + '\0');
+    std::string tag, body;
+    while (tag != "LGINR") ASSERT_TRUE(peer.receive(tag, body)) << host.errors();
+
+    const std::string skeleton = text("data/tokens/monsters/skeleton.png");
+    // A pointer in somebody else's name.
+    peer.send("PNTRQ", text("Ann") + kMap + number(2) + number(0x00100010) + number(0x00400040) + number(255));
+    // Pictures from outside the library's folders.
+    peer.send("TOKAQ", text("../campaigns/Saga/db.xml") + kMap + number(0) + number(100) + number(100));
+    peer.send("TOKAQ", text("/etc/passwd") + kMap + number(0) + number(100) + number(100));
+    // An anchor far past the map's controls: the token stands on the window.
+    peer.send("TOKAQ", skeleton + kMap + number(999) + number(120) + number(110));
+    peer.send("TOKAQ", skeleton + kMap + number(0) + number(120) + number(110));
+    // A move and a deletion of ids that do not exist; a move cut short;
+    // then a turn of the host's token by a byte far out of 0..7.
+    peer.send("TOKPQ", kMap + number(0) + number(10) + number(10) + std::string(1, '\0') + number(99));
+    peer.send("TOKDQ", kMap + number(77));
+    peer.send("TOKPQ", kMap + number(0) + number(10));
+    peer.send("TOKOQ", kMap + number(1) + std::string(1, char(-123)));
+    // His own pointer, which the host takes: the end of the forgeries.
+    peer.send("PNTRQ", text("Raw") + kMap + number(1) + number(0x00100010) + number(0x00400040) + number(255));
+    EXPECT_EQ(host.wait(120s), 0) << host.errors();
+    const std::string lines = readFile(trace);
+    const std::vector<TokenLine> h = tokenLines(lines);
+
+    EXPECT_EQ(lines.find("pointer Ann"), std::string::npos) << lines;
+    EXPECT_NE(lines.find("pointer Raw kind 1 on imagewindow 00001"), std::string::npos) << lines;
+    // The unsafe names made nothing: the good drops got the next ids, 2
+    // and 3, and the far anchor put its token where the window's own does.
+    auto far = about(h, "TOKAQ", 2), own = about(h, "TOKAQ", 3);
+    ASSERT_EQ(far.size(), 1u) << lines;
+    ASSERT_EQ(own.size(), 1u) << lines;
+    EXPECT_EQ(far[0].x, own[0].x);
+    EXPECT_EQ(far[0].y, own[0].y);
+    for (const TokenLine& t : h) EXPECT_TRUE(t.what != "TOKAQ" || t.id <= 3u) << t.id;
+    // The unknown ids and the short body left the host's token where it
+    // was (the short body reported in the chat); the turn wrapped into 0..7.
+    auto dropped = about(h, "dropped", 1), turned = about(h, "TOKOQ", 1);
+    ASSERT_EQ(dropped.size(), 1u) << lines;
+    ASSERT_EQ(turned.size(), 1u) << lines;
+    EXPECT_FALSE(turned[0].gone);
+    EXPECT_EQ(turned[0].turned, 5);
+    EXPECT_EQ(turned[0].x, dropped[0].x);
+    EXPECT_EQ(turned[0].y, dropped[0].y);
+    EXPECT_NE(lines.find("] Dropped a message TOKPQ from 'Raw'"), std::string::npos) << lines;
 }

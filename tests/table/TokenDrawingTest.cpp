@@ -7,6 +7,7 @@
 // the squares a pointer lights, however many, cost one draw too.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <set>
 #include <utility>
 
@@ -143,8 +144,10 @@ protected:
             board.AddToken(key, *defs[size_t(i) % defs.size()], (i * 37) % (kWidth - 8), (i * 53) % (kHeight - 8), 0);
     }
 
-    // One frame of the window's tokens; the draw calls they took.
-    uint64_t drawTokens(TokenAtlas& atlas) {
+    // One frame of what `draw` draws; the draw calls it took, from what
+    // `ground` drew before it apart.
+    uint64_t countedFrame(const std::function<void(lh::render::RenderContext&)>& draw,
+                          const std::function<void(lh::render::RenderContext&)>& ground = {}) {
         auto& device = lh::render::GraphicsDevice::Get();
         const Rect all{0, 0, kWidth, kHeight};
         uint64_t draws = 0;
@@ -154,15 +157,21 @@ protected:
             context.SetClipRect(all);
             context.BeginScene();
             device.SetDepthTest(false);
+            if (ground) ground(context);
             device.pipeline().flush();
             const uint64_t before = device.pipeline().drawCalls();
-            drawWindowTokens(board, key, atlas, context, 0xFFFFFFFF);
+            draw(context);
             device.pipeline().flush();
             draws = device.pipeline().drawCalls() - before;
             context.EndScene();
         }
         device.Present(all);
         return draws;
+    }
+
+    // One frame of the window's tokens; the draw calls they took.
+    uint64_t drawTokens(TokenAtlas& atlas) {
+        return countedFrame([&](lh::render::RenderContext& c) { drawWindowTokens(board, key, atlas, c, 0xFFFFFFFF); });
     }
 };
 
@@ -230,24 +239,12 @@ TEST_F(TokenDrawingOnDevice, ThePointersLitSquaresCostOneDraw) {
     for (const auto& [kind, end] : shapes) {
         const std::vector<IntPoint> cells = litCells(grid, kind, IntPoint{80, 60}, end);
         ASSERT_GT(cells.size(), 4u) << kind;
-        auto& device = lh::render::GraphicsDevice::Get();
         const Rect all{0, 0, kWidth, kHeight};
-        uint64_t draws = 0;
-        device.BeginFrame(all);
-        {
-            lh::render::RenderContext context(false, kWidth, kHeight);
-            context.SetClipRect(all);
-            context.BeginScene();
-            device.SetDepthTest(false);
-            context.DrawRect(0, 0, kWidth, kHeight, 0x808080, true);
-            device.pipeline().flush();
-            const uint64_t before = device.pipeline().drawCalls();
-            ASSERT_TRUE(squares.draw(context, grid.gridSize, 0, 0, cells, all));
-            device.pipeline().flush();
-            draws = device.pipeline().drawCalls() - before;
-            context.EndScene();
-        }
-        device.Present(all);
+        bool drawn = false;
+        const uint64_t draws = countedFrame(
+            [&](lh::render::RenderContext& c) { drawn = squares.draw(c, grid.gridSize, 0, 0, cells, all); },
+            [](lh::render::RenderContext& c) { c.DrawRect(0, 0, kWidth, kHeight, 0x808080, true); });
+        ASSERT_TRUE(drawn);
         EXPECT_EQ(draws, 1u) << kind << ": " << cells.size() << " squares";
 
         // Each lit square is shaded to its edges, and nothing else is.

@@ -83,9 +83,12 @@ void ScriptPlayer::run() {
             if (seen) break;
             // The line that comes starts the next step.
             awaited = step.name;
-            awaitTimeout.start(kAwaitTimeoutMs);
+            awaitTimeout.start(awaitLimitMs);
             return;
         }
+        case platform::ScriptStep::Kind::Deadline:
+            awaitLimitMs = step.waitMs;
+            break;
         case platform::ScriptStep::Kind::Screenshot:
             actions.drawPending();
             if (!actions.screenshot(step.name)) {

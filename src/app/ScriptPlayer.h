@@ -36,7 +36,7 @@ public:
     bool finished() const { return next >= steps.size(); }
 
     // How long an "await" step waits for its trace line before the program
-    // ends with exit code 3.
+    // ends with exit code 3, unless a "deadline" step said otherwise.
     static constexpr uint32_t kAwaitTimeoutMs = 60000;
 
 private:
@@ -52,6 +52,7 @@ private:
     // Per awaited text, the lines before this one were taken by an await.
     std::map<std::string, size_t> takenUpTo;
     std::string awaited;
+    uint32_t awaitLimitMs = kAwaitTimeoutMs;
     platform::Subscription traceWatch;
     platform::Timer awaitTimeout;
 };

@@ -250,6 +250,7 @@ void Session::removeGonePeers() {
         std::unique_ptr<SessionPeer> leaving = std::move(peers[i]);
         peers.erase(peers.begin() + long(i));
         if (!gone) continue;
+        if (!leaving->name.empty()) platform::trace("departed %s", leaving->name.c_str());
         if (departure) departure(*leaving);
         departedSignal.emit(*leaving);
         ConnectionState s = leaving->connection->state();

@@ -173,6 +173,11 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
         if (at >= line.size()) return std::string(verb) + " needs the text of a trace line";
         step.kind = ScriptStep::Kind::Await;
         step.name = std::string(line.substr(at));
+    } else if (verb == "deadline") {
+        long seconds;
+        if (w.size() != 2 || !readNumber(w[1], 1, 86400, seconds)) return "deadline needs seconds";
+        step.kind = ScriptStep::Kind::Deadline;
+        step.waitMs = uint32_t(seconds) * 1000;
     } else if (verb == "wait") {
         long ms;
         if (w.size() != 2 || !readNumber(w[1], 0, 86400000, ms)) return "wait needs milliseconds";

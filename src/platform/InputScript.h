@@ -21,6 +21,9 @@
 //                              line holding TEXT (at once if it already has);
 //                              each await of a text takes a line of its own,
 //                              so two awaits of one text wait for two lines
+//   deadline SECONDS           how long each later await waits for its line
+//                              before the program ends with exit code 3
+//                              (60 until a script says otherwise)
 //   menu X Y LABEL[/LABEL...]  open the menu of what is at X, Y and choose
 //                              the entry by its labels, through sub-menus
 //   screenshot NAME            write NAME.png of the client area
@@ -44,13 +47,13 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Await, Screenshot, Resize, Quit, Menu, Added };
+    enum class Kind { Input, Wait, Await, Deadline, Screenshot, Resize, Quit, Menu, Added };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
     // Input: the events of this step, in order (a click is three).
     std::vector<Event> events;
-    uint32_t waitMs = 0;
+    uint32_t waitMs = 0;  // Wait; Deadline: how long an await may take
     std::string name;     // Screenshot: the file name, ".png" added if missing; Await: the text;
                           // Menu: the labels, '/' between a sub-menu and its entry;
                           // Added: the verb

@@ -3,7 +3,9 @@
 
 #include <SDL.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 
 #include "platform/PixelScale.h"
 
@@ -88,9 +90,17 @@ SDL_Cursor* makePen() {
 
 }  // namespace
 
+namespace {
+constexpr int kCursorIds[6] = {155, 156, 157, 163, 164, 165};
+}  // namespace
+
+bool Window::hasCursorShape(int id) {
+    return std::find(std::begin(kCursorIds), std::end(kCursorIds), id) != std::end(kCursorIds);
+}
+
 void Window::setCursor(int id) {
     // Made once, from the system's shapes and the pen above.
-    static constexpr int kIds[6] = {155, 156, 157, 163, 164, 165};
+    const auto& kIds = kCursorIds;
     int index = 0;
     for (int i = 0; i < 6; ++i)
         if (kIds[i] == id) index = i;

@@ -35,7 +35,9 @@ public:
     // The mouse cursor by the program's id: 155 the arrow, 156 over
     // something that can be picked up, 157 while carrying it; on a map 163
     // the pen, 164 measuring the grid, 165 outlining what a mask reveals.
+    // An id without a shape of its own shows the arrow.
     void setCursor(int id);
+    static bool hasCursorShape(int id);
     // Moves the mouse cursor to a point of the client area, in drawable pixels.
     void warpMouse(int x, int y);
     // Keeps the mouse's events while a button is held outside the window.

@@ -529,12 +529,21 @@ bool ImageValue::MergeSnapshot(SnapshotKind kind, const std::vector<uint8_t>& fi
     if (layer.width != incoming.width || layer.height != incoming.height) return false;
     // What came meanwhile as messages is newer than the snapshot: reveals
     // and ink only ever raise the alpha, so the larger value is the truth.
-    std::vector<uint8_t> mine(size_t(layer.width)), theirs(size_t(layer.width));
+    // A run the snapshot leaves at 0, or that is already at 255 here,
+    // stays as it is: on a big map that is nearly every run, and the
+    // check looks at a block's one value before any pixel.
+    constexpr int32_t kRun = AlphaPlane::kBlockSide;
+    std::vector<uint8_t> mine(static_cast<size_t>(kRun)), theirs(static_cast<size_t>(kRun));
     for (int32_t y = 0; y < layer.height; ++y) {
-        layer.readRow(y, 0, layer.width, mine.data());
-        incoming.readRow(y, 0, layer.width, theirs.data());
-        for (size_t x = 0; x < mine.size(); ++x) mine[x] = std::max(mine[x], theirs[x]);
-        layer.writeRow(y, 0, layer.width, mine.data());
+        for (int32_t x0 = 0; x0 < layer.width; x0 += kRun) {
+            const int32_t x1 = std::min(layer.width, x0 + kRun);
+            const render::Rect run{x0, y, x1, y + 1};
+            if (!incoming.anyOtherThan(run, 0) || !layer.anyOtherThan(run, 255)) continue;
+            layer.readRow(y, x0, x1, mine.data());
+            incoming.readRow(y, x0, x1, theirs.data());
+            for (int32_t x = 0; x < x1 - x0; ++x) mine[size_t(x)] = std::max(mine[size_t(x)], theirs[size_t(x)]);
+            layer.writeRow(y, x0, x1, mine.data());
+        }
     }
     layer.compact(layer.bounds());
     if (kind == SnapshotKind::Drawing) drawingDirty = drawing.bounds();

@@ -112,6 +112,10 @@ TEST(Script, BadScriptsAreRefusedWithTheirLine) {
     EXPECT_EQ(driven.steps[0].name, "Layers/Enter Mask Mode");
     EXPECT_EQ(driven.steps[1].kind, lh::platform::ScriptStep::Kind::Await);
     EXPECT_EQ(driven.steps[1].name, "map a.b polygon");
+    lh::platform::ParsedScript patient = parseInputScript("deadline 600\n");
+    ASSERT_EQ(patient.steps.size(), 1u) << patient.error;
+    EXPECT_EQ(patient.steps[0].kind, lh::platform::ScriptStep::Kind::Deadline);
+    EXPECT_EQ(patient.steps[0].waitMs, 600000u);
 
     // A verb that a subsystem added: the rest of the line is its own, and
     // its check may refuse it.
@@ -126,7 +130,8 @@ TEST(Script, BadScriptsAreRefusedWithTheirLine) {
 
     for (const char* bad : {"sing", "jump 1 2", "move 1", "move x y", "click left", "down sideways", "wheel 0",
                             "key NoSuchKey", "key a meta", "wait -5", "wait", "screenshot ../x", "quit 1 2",
-                            "text", "move 99999 0", "menu 1 2", "menu x 2 Close", "await", "resize 1280", "resize 0 900", "resize a b"}) {
+                            "text", "move 99999 0", "menu 1 2", "menu x 2 Close", "await", "resize 1280", "resize 0 900", "resize a b",
+                            "deadline", "deadline 0", "deadline soon"}) {
         lh::platform::ParsedScript parsed = parseInputScript(std::string("wait 1\n") + bad + "\n");
         EXPECT_EQ(parsed.error.rfind("line 2: ", 0), 0u) << bad << ": " << parsed.error;
         EXPECT_TRUE(parsed.steps.empty()) << bad;

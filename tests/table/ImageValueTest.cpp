@@ -122,6 +122,27 @@ TEST(ImageValue, NamesDoNotCollideAndWorkWaitsForThePicture) {
     EXPECT_EQ(later.pendingCount(), 0u);
     EXPECT_EQ(later.mask.at(5, 5), 255);
     EXPECT_EQ(later.drawing.at(15, 25), 254);
+
+    // A snapshot read in later: its reveals and ink join what came as
+    // messages meanwhile, and the larger alpha of each pixel stays.
+    AlphaPlane snapshot;
+    snapshot.reset(40, 30, 0);
+    for (int32_t y = 20; y < 25; ++y) snapshot.fillRun(y, 30, 40, 255);
+    snapshot.ref(5, 5) = 100;   // less than the polygon gave it
+    snapshot.ref(39, 0) = 77;
+    ASSERT_TRUE(later.MergeSnapshot(SnapshotKind::Mask, encodeLayerPng(snapshot)));
+    EXPECT_EQ(later.mask.at(5, 5), 255);
+    EXPECT_EQ(later.mask.at(35, 22), 255);
+    EXPECT_EQ(later.mask.at(39, 0), 77);
+    EXPECT_EQ(later.mask.at(20, 15), 0);
+    ASSERT_TRUE(later.MergeSnapshot(SnapshotKind::Drawing, encodeLayerPng(snapshot)));
+    EXPECT_EQ(later.drawing.at(15, 25), 254);  // the stroke's own ink
+    EXPECT_EQ(later.drawing.at(35, 22), 255);
+    // A snapshot of another size is refused and changes nothing.
+    AlphaPlane wrong;
+    wrong.reset(41, 30, 255);
+    EXPECT_FALSE(later.MergeSnapshot(SnapshotKind::Mask, encodeLayerPng(wrong)));
+    EXPECT_EQ(later.mask.at(20, 15), 0);
     later.Close(nullptr);
 
     // A value with no picture takes strokes at the control's size, and its

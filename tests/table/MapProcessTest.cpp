@@ -10,7 +10,6 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/TestPictures.h"
@@ -28,19 +27,17 @@ namespace {
 
 std::string program() { return lh::test::builtProgram("lorehaven"); }
 
-bool waitForFile(const fs::path& file, const std::string& text, ChildProcess& process,
-                 std::chrono::milliseconds timeout = 120s) {
-    auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (fs::exists(file) && readFile(file).find(text) != std::string::npos) return true;
-        if (!process.running()) return fs::exists(file) && readFile(file).find(text) != std::string::npos;
-        std::this_thread::sleep_for(20ms);
-    }
-    return false;
-}
+// A map of 16384 x 16384 goes through memory several times on each side;
+// on a machine shared with other builds that takes minutes, not seconds.
+// Every wait below is for a line or an exit, so the bounds are only there
+// for a program that hangs.
+constexpr auto kPatience = 600s;
+
+// Script steps in front of every script: the awaits get the same patience.
+const std::string kDeadline = "deadline 600\n";
 
 void waitUntilListening(const fs::path& hostTrace, ChildProcess& host) {
-    ASSERT_TRUE(waitForFile(hostTrace, " frame", host)) << host.errors();
+    ASSERT_TRUE(lh::test::waitForTracedLine(host, hostTrace, "frame", kPatience)) << host.errors();
 }
 
 lh::ui::PixelImage screenshot(const fs::path& file) {
@@ -79,8 +76,8 @@ void runHostAndClient(const TempDir& hostDir, const TempDir& clientDir, uint16_t
     ChildProcess host(program(), hostArgs(hostDir, port), {"LOREHAVEN_TRACE=" + hostTrace.string()});
     waitUntilListening(hostTrace, host);
     ChildProcess client(program(), clientArgs(clientDir, port), {"LOREHAVEN_TRACE=" + clientTrace.string()});
-    EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(clientTrace);
-    EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
+    EXPECT_EQ(client.wait(kPatience), 0) << client.errors() << readFile(clientTrace);
+    EXPECT_EQ(host.wait(kPatience), 0) << host.errors() << readFile(hostTrace);
 }
 
 // A layer's file, the only one of its folder, has the same bytes on both
@@ -98,8 +95,12 @@ void expectSameLayerFile(const TempDir& hostDir, const TempDir& clientDir, const
 
 // The map window opens centred: its picture starts at (256, 206) of a
 // 1024 x 768 client area, and the map's first button is on the panel at
-// the right edge.
-const char* kOpenMap = "click left 976 334\n";
+// the right edge. The step after waits for the window.
+const std::string kOpenMap = "click left 976 334\nawait window opened imagewindow\n";
+
+// The host's last steps: the map closes for all, and the host stays until
+// the player, who quits once his window closed, has left.
+const std::string kCloseAndQuit = "menu 500 400 Close For All\nawait departed Ann\nquit 0\n";
 
 }  // namespace
 
@@ -108,8 +109,7 @@ TEST(MapProcess, FetchMaskRevealDrawAndAgreeOnBothSides) {
     uint16_t port = lh::test::freeTcpPort();
     fs::path hostTrace = hostDir.path() / "trace.txt", clientTrace = clientDir.path() / "trace.txt";
     writeFile(hostDir.path() / "host.txt",
-              std::string("await received IDLSQ\n") + kOpenMap +
-                  "wait 300\n"
+              kDeadline + "await received IDLSQ\n" + kOpenMap +
                   "menu 500 400 Share Sheet\n"
                   "await received IMGAR\n"
                   "menu 500 400 Layers/Enable Mask\n"
@@ -120,23 +120,18 @@ TEST(MapProcess, FetchMaskRevealDrawAndAgreeOnBothSides) {
                   "move 400 350\nmove 300 350\nmove 300 300\n"
                   "up left 300 300\n"
                   "await received DRSTQ\n"
-                  "wait 300\n"
-                  "screenshot host\n"
-                  "menu 500 400 Close For All\n"
-                  "wait 2000\n"
-                  "quit 0\n");
+                  "screenshot host\n" +
+                  kCloseAndQuit);
     // The player first takes a character of his own: the Desktop waits on
     // that choice before the map takes any input.
     writeFile(clientDir.path() / "client.txt",
-              lh::test::newCharacterSteps("Ann") +
+              kDeadline + lh::test::newCharacterSteps("Ann") +
               "await map image.00001.image arrived\n"
               "await map image.00001.image polygon\n"
-              "wait 300\n"
               "menu 500 400 Enter Drawing Mode\n"
               "down left 280 500\n"
               "move 320 505\nmove 400 510\nmove 500 520\nmove 600 530\n"
               "up left 600 530\n"
-              "wait 300\n"
               "screenshot client\n"
               "await window closed imagewindow\n"
               "quit 0\n");
@@ -175,8 +170,7 @@ TEST(MapProcess, ALateClientGetsSnapshotsAndAKnownFileIsNotFetchedAgain) {
     fs::path hostTrace = hostDir.path() / "trace.txt";
     std::string outline = "down left 300 250\nmove 340 250\nmove 380 250\nmove 380 300\nmove 300 300\nup left 300 300\n";
     writeFile(hostDir.path() / "host.txt",
-              std::string(kOpenMap) +
-                  "wait 300\n"
+              kDeadline + kOpenMap +
                   "menu 500 400 Layers/Enable Mask\n" +
                   // Three polygons and a stroke before anybody is there.
                   outline + "wait 100\n" +
@@ -190,29 +184,27 @@ TEST(MapProcess, ALateClientGetsSnapshotsAndAKnownFileIsNotFetchedAgain) {
                   "await received IMSAQ\n"
                   "await received IMSAQ\n"
                   "menu 500 400 Layers/Erase Drawing Layer\n"
-                  "wait 500\n"
                   "menu 500 400 Close For All\n"
+                  "await departed Ann\n"
                   // The client comes back; the map opens again without its ink.
                   "await received IDLSQ\n" +
                   kOpenMap +
-                  "wait 300\n"
                   "menu 500 400 Share Sheet\n"
                   "await received IMGAR\n"
-                  "screenshot host\n"
-                  "menu 500 400 Close For All\n"
-                  "wait 2000\n"
-                  "quit 0\n");
-    writeFile(clientDir.path() / "client.txt", "await window closed imagewindow\nquit 0\n");
+                  "screenshot host\n" +
+                  kCloseAndQuit);
+    writeFile(clientDir.path() / "client.txt", kDeadline + "await window closed imagewindow\nquit 0\n");
     ChildProcess host(program(), hostArgs(hostDir, port), {"LOREHAVEN_TRACE=" + hostTrace.string()});
     waitUntilListening(hostTrace, host);
-    ASSERT_TRUE(waitForFile(hostTrace, "window opened imagewindow", host)) << host.errors();
+    ASSERT_TRUE(lh::test::waitForTracedLine(host, hostTrace, "window opened imagewindow 00001", kPatience))
+        << host.errors();
     std::vector<std::string> join = clientArgs(clientDir, port);
     for (const char* run : {"first.txt", "second.txt"}) {
         fs::path trace = clientDir.path() / run;
         ChildProcess client(program(), join, {"LOREHAVEN_TRACE=" + trace.string()});
-        EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(trace);
+        EXPECT_EQ(client.wait(kPatience), 0) << client.errors() << readFile(trace);
     }
-    EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
+    EXPECT_EQ(host.wait(kPatience), 0) << host.errors() << readFile(hostTrace);
 
     // The first run got the three polygons and the ink by snapshot, not as
     // messages, and the erase as a message.
@@ -255,8 +247,7 @@ TEST(MapProcess, AMapOf16384SquareOpensOnBothSidesAndAgrees) {
                                                          ((y >> 4) * 91 & 0xFF) << 8 | 0x80;
                                        }));
     writeFile(hostDir.path() / "host.txt",
-              std::string("await received IDLSQ\n") + kOpenMap +
-                  "wait 300\n"
+              kDeadline + "await received IDLSQ\n" + kOpenMap +
                   "menu 500 400 Share Sheet\n"
                   "await received IMGAR\n"
                   "menu 500 400 Layers/Enable Mask\n"
@@ -266,17 +257,13 @@ TEST(MapProcess, AMapOf16384SquareOpensOnBothSidesAndAgrees) {
                   "menu 500 400 Enter Drawing Mode\n"
                   "down left 320 300\nmove 420 320\nup left 420 320\n"
                   "await received DRSTQ\n"
-                  "wait 300\n"
-                  "screenshot host\n"
-                  "menu 500 400 Close For All\n"
-                  "wait 2000\n"
-                  "quit 0\n");
+                  "screenshot host\n" +
+                  kCloseAndQuit);
     writeFile(clientDir.path() / "client.txt",
-              lh::test::newCharacterSteps("Ann") +
+              kDeadline + lh::test::newCharacterSteps("Ann") +
                   "await map image.00001.image arrived\n"
                   "await map image.00001.image polygon\n"
                   "await map image.00001.image stroke\n"
-                  "wait 300\n"
                   "screenshot client\n"
                   "menu 500 400 Enter Drawing Mode\n"
                   "down left 300 500\nmove 500 520\nup left 500 520\n"
@@ -296,4 +283,113 @@ TEST(MapProcess, AMapOf16384SquareOpensOnBothSidesAndAgrees) {
     // Both sides saved layers of the map's size at the last close.
     expectSameLayerFile(hostDir, clientDir, "maskedimages");
     expectSameLayerFile(hostDir, clientDir, "drawings");
+}
+
+namespace {
+
+// A checkerboard of 64-pixel squares in two greens: any pixel's colour is
+// known, so a probe can tell the players' view lines from the picture.
+constexpr uint32_t kEven = 0xFF3C8A4Au, kOdd = 0xFF70C080u;
+uint32_t checker(int32_t x, int32_t y) { return ((x >> 6) + (y >> 6)) % 2 ? kOdd : kEven; }
+
+// Each channel of `dark` at most 80 % of the same channel of `light`.
+bool darker(uint32_t dark, uint32_t light) {
+    for (int shift = 0; shift < 24; shift += 8)
+        if (((dark >> shift) & 0xFF) * 5 > ((light >> shift) & 0xFF) * 4) return false;
+    return true;
+}
+
+// Pixels that differ between two screenshots inside a box.
+int differing(const lh::ui::PixelImage& a, const lh::ui::PixelImage& b, uint32_t l, uint32_t t, uint32_t r, uint32_t bottom) {
+    int n = 0;
+    for (uint32_t y = t; y < bottom; ++y)
+        for (uint32_t x = l; x < r; ++x) n += at(a, x, y) != at(b, x, y);
+    return n;
+}
+
+}  // namespace
+
+// "Preload Image" hands the picture to a player who has no window of it
+// yet; once he reports it the host's map shows the availability icon. The
+// shared view is drawn on the host's map as lines that move with the
+// picture when the host pans, stay where they are whatever the player does
+// with his own view, and "Go To Player View" brings the host back to it.
+TEST(MapProcess, APreloadedMapIsAvailableAndTheHostSeesThePlayersView) {
+    TempDir hostDir, clientDir;
+    uint16_t port = lh::test::freeTcpPort();
+    fs::create_directories(hostDir.path() / "campaigns/Saga/images");
+    ASSERT_TRUE(lh::test::writePngRows(hostDir.path() / "campaigns/Saga/images/board.png", 1200, 900,
+                                       [](uint32_t y, uint32_t* argb) {
+                                           for (uint32_t x = 0; x < 1200; ++x) argb[x] = checker(int32_t(x), int32_t(y));
+                                       }));
+    writeFile(hostDir.path() / "host.txt",
+              kDeadline + "await received IDLSQ\n" + kOpenMap +
+                  "screenshot alone\n"
+                  "menu 500 400 Preload Image\n"
+                  "await received IMGAR\n"
+                  "screenshot preloaded\n"
+                  "menu 500 400 Share Sheet\n"
+                  "await departed Ann\n"
+                  "screenshot shared\n"
+                  // The host pans by (-100, -60).
+                  "down middle 500 400\nmove 450 370\nmove 400 340\nup middle 400 340\n"
+                  "screenshot panned\n"
+                  "menu 500 400 Layers/Go To Player View\n"
+                  "screenshot back\n"
+                  "quit 0\n");
+    // The player pans his view, which snaps back, and sizes his window.
+    writeFile(clientDir.path() / "client.txt",
+              kDeadline + lh::test::newCharacterSteps("Ann") +
+                  "await map image.00001.image arrived\n"
+                  "await window opened imagewindow\n"
+                  "screenshot before\n"
+                  "down middle 500 400\nmove 450 370\nmove 400 340\n"
+                  "screenshot during\n"
+                  "up middle 400 340\n"
+                  "screenshot after\n"
+                  "resize 1100 820\n"
+                  "await desktop sized 1100 820\n"
+                  "quit 0\n");
+    runHostAndClient(hostDir, clientDir, port);
+
+    // The picture came before the window, and only once.
+    std::string trace = readFile(clientDir.path() / "trace.txt");
+    size_t fetch = trace.find("map image.00001.image fetch"), arrived = trace.find("map image.00001.image arrived");
+    size_t opened = trace.find("window opened imagewindow");
+    ASSERT_NE(opened, std::string::npos);
+    EXPECT_LT(fetch, arrived);
+    EXPECT_LT(arrived, opened);
+    EXPECT_EQ(trace.find("map image.00001.image fetch", fetch + 1), std::string::npos);
+
+    auto alone = screenshot(hostDir.path() / "alone.png"), preloaded = screenshot(hostDir.path() / "preloaded.png");
+    // The map's control spans (256, 206) to (768, 590): the icon stands in
+    // its bottom right corner, and nothing else changed.
+    EXPECT_GT(differing(alone, preloaded, 700, 530, 768, 590), 50);
+    EXPECT_EQ(differing(alone, preloaded, 256, 206, 700, 530), 0);
+    EXPECT_EQ(at(alone, 300, 300), checker(300 - 256, 300 - 206) & 0xFFFFFF);
+
+    // The player's pan moved his picture and snapped back.
+    auto before = screenshot(clientDir.path() / "before.png"), during = screenshot(clientDir.path() / "during.png");
+    auto after = screenshot(clientDir.path() / "after.png");
+    EXPECT_GT(differing(before, during, 256, 206, 768, 590), 1000);
+    EXPECT_EQ(differing(before, after, 256, 206, 768, 590), 0);
+
+    // On the host the view's left and top sides lie on the control's edges,
+    // darker than the same pixels on the player's screen (its right and
+    // bottom sides lie just past the control, where they are not drawn);
+    // inside, the two screens agree.
+    auto shared = screenshot(hostDir.path() / "shared.png");
+    EXPECT_TRUE(darker(at(shared, 257, 400), at(before, 257, 400)));
+    EXPECT_TRUE(darker(at(shared, 500, 207), at(before, 500, 207)));
+    EXPECT_EQ(at(shared, 400, 400), at(before, 400, 400));
+    // Panned by (-100, -60), the lines went with the picture: the right side
+    // now runs at x 668 and the bottom at y 530, the others left the control.
+    auto panned = screenshot(hostDir.path() / "panned.png");
+    EXPECT_EQ(at(panned, 680, 300), checker(680 - 156, 300 - 146) & 0xFFFFFF);
+    EXPECT_TRUE(darker(at(panned, 668, 300), checker(668 - 156, 300 - 146)));
+    EXPECT_TRUE(darker(at(panned, 400, 530), checker(400 - 156, 530 - 146)));
+    EXPECT_EQ(at(panned, 257, 400), checker(257 - 156, 400 - 146) & 0xFFFFFF);
+    // And back where the players were shown it.
+    auto back = screenshot(hostDir.path() / "back.png");
+    EXPECT_EQ(differing(shared, back, 256, 206, 768, 590), 0);
 }

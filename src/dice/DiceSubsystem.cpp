@@ -297,6 +297,7 @@ std::string checkThrowStep(std::string_view arguments) {
     DecodedThrows decoded = decodeThrowRecords(bytes.data(), bytes.size());
     if (!decoded.error.empty()) return "throw: " + decoded.error;
     if (decoded.starts.size() != bytes.size() / kThrowRecordSize) return "throw: a record lacks its marker";
+    if (decoded.starts.size() > size_t(kMaxHeldDice)) return "throw: a hand holds at most 30 dice";
     return {};
 }
 

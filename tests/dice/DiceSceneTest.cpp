@@ -107,6 +107,31 @@ TEST_F(DiceSceneTest, StartUpDiceLieAtHomeAndAClickOnEachGrabsIt) {
     EXPECT_EQ(scene.Mouse(5, 5, MousePhase::PressOrMove, false), 0);
 }
 
+// The scene steps by 0.006 s of the clock, however the frames fall; the
+// view's rectangle follows the back buffer, the roll area stays where the
+// chat was first.
+TEST_F(DiceSceneTest, StepsFollowTheClockAndTheBoundsTheCamera) {
+    Seen seen;
+    DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
+    scene.Advance(10.0);
+    const uint64_t before = scene.stepsRun;
+    for (int frame = 1; frame <= 37; ++frame) scene.Advance(10.0 + 0.6 * frame / 37);
+    EXPECT_GE(scene.stepsRun - before, 99u);
+    EXPECT_LE(scene.stepsRun - before, 100u);
+
+    const Bounds view = scene.world().viewBounds, roll = scene.world().rollBounds;
+    EXPECT_EQ(view.left, -19.5f);
+    EXPECT_EQ(view.top, 15.234375f);
+    EXPECT_EQ(view.right, scene.nearPicture(1024, 768).x);
+    EXPECT_EQ(view.bottom, scene.nearPicture(1024, 768).y);
+    EXPECT_EQ(roll.left, scene.nearPicture(kChat.left, kChat.top).x);
+    EXPECT_EQ(roll.bottom, scene.nearPicture(kChat.right, kChat.bottom).y);
+    scene.SetCamera(1280, 900);
+    EXPECT_EQ(scene.world().viewBounds.right, scene.nearPicture(1280, 900).x);
+    EXPECT_EQ(scene.world().rollBounds.right, roll.right);
+    EXPECT_EQ(scene.camera().viewport.width, 1280);
+}
+
 TEST_F(DiceSceneTest, TheHandHoldsRingsOfDiceUpToThirty) {
     Seen seen;
     DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
@@ -147,6 +172,11 @@ TEST_F(DiceSceneTest, AThrowOverTheChatIsReadInStopOrderAndPlaysAlikeElsewhere) 
     carry(scene, now, kShapeD20, {{500, 600}, {400, 560}, {300, 520}, {200, 500}}, MousePhase::ReleaseThrow, 3);
     ASSERT_EQ(thrower.sent.size(), 1u);
     ASSERT_EQ(thrower.sent[0].size(), 4 * kThrowRecordSize);
+    // The mouse went left and up the screen: so do the dice.
+    for (const ThrowStart& s : decodeThrowRecords(thrower.sent[0].data(), thrower.sent[0].size()).starts) {
+        EXPECT_LT(s.velocity.x, 0.0f);
+        EXPECT_GT(s.velocity.y, 0.0f);
+    }
     EXPECT_EQ(receiver.ReceiveRoll(thrower.sent[0].data(), thrower.sent[0].size()), "");
     settle(scene, now);
     settle(receiver, otherNow);

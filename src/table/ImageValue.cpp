@@ -83,10 +83,15 @@ std::set<ImageValue*>& openValues() {
 ImageValue::~ImageValue() { openValues().erase(this); }
 
 void ImageValue::SaveOpenLayers() {
-    for (ImageValue* value : openValues()) {
-        if (value->hasMask()) value->SaveMask();
-        if (value->hasDrawing()) value->SaveDrawing();
-    }
+    for (ImageValue* value : openValues()) value->saveChangedLayers();
+}
+
+void ImageValue::saveChangedLayers() {
+    // A layer as its file holds it is not written again: on a big map each
+    // write takes seconds, and the exit would otherwise write every open
+    // map's layers twice (here, and at the close of its window).
+    if (hasMask() && maskUnsaved) SaveMask();
+    if (hasDrawing() && drawingUnsaved) SaveDrawing();
 }
 
 // Section: stored form and replication.
@@ -108,6 +113,8 @@ void ImageValue::setImagePath(std::string_view path) {
     picturePath = std::string(path.substr(0, 259));
     maskPath.clear();
     drawingPath.clear();
+    // Layers still open go to new files of their own.
+    maskUnsaved = drawingUnsaved = true;
 }
 
 db::ImageWireState ImageValue::wireState() const {
@@ -118,6 +125,8 @@ void ImageValue::setWireState(const db::ImageWireState& state) {
     const bool pictureChanged = state.imagePath != picturePath;
     const bool maskAppeared = maskPath.empty() && !state.maskPath.empty();
     picturePath = state.imagePath.substr(0, std::min<size_t>(state.imagePath.size(), 259));
+    // The layer kept here goes to the file the host names now.
+    if (state.maskPath != maskPath) maskUnsaved = true;
     maskPath = state.maskPath.substr(0, std::min<size_t>(state.maskPath.size(), 259));
     // A grid of one pixel or less, or beyond the picture's reach, is none.
     grid.size = state.gridSize >= 2 && state.gridSize <= kMaxLayerSide ? state.gridSize : 0;
@@ -179,6 +188,7 @@ bool ImageValue::Open(ImageViewer* viewer) {
         if (db::isHost()) {
             loadLayer(maskPath, mask);
             loadLayer(drawingPath, drawing);
+            maskUnsaved = drawingUnsaved = false;
             if (hasBase()) applyPending();
         } else if (mapNetwork() && node) {
             net::NetMessage m;
@@ -211,8 +221,7 @@ void ImageValue::Close(ImageViewer* viewer) {
     if (viewer) viewers.erase(viewer);
     if (openCount == 0 || --openCount > 0) return;
     openValues().erase(this);
-    if (hasMask()) SaveMask();
-    if (hasDrawing()) SaveDrawing();
+    saveChangedLayers();
     base.clear();
     mask.clear();
     drawing.clear();
@@ -403,6 +412,7 @@ void ImageValue::applyPending() {
 void ImageValue::CreateMask() {
     if (hasMask() || !hasBase()) return;
     if (!mask.reset(width, height, 0)) return;
+    maskUnsaved = true;
     if (maskPath.empty()) maskPath = freshLayerName("maskedimages", "%08lx.png");
     Rebuild();
     traceEvent("masked");
@@ -418,7 +428,9 @@ void ImageValue::DeleteMask() {
 bool ImageValue::SaveMask() {
     if (!hasMask()) return false;
     if (maskPath.empty()) maskPath = freshLayerName("maskedimages", "%08lx.png");
-    return !maskPath.empty() && saveLayerFile(platform::diskPath(maskPath), mask);
+    if (maskPath.empty() || !saveLayerFile(platform::diskPath(maskPath), mask)) return false;
+    maskUnsaved = false;
+    return true;
 }
 
 void ImageValue::SendPolygon(const std::vector<uint32_t>& outline, bool noSend) {
@@ -441,6 +453,7 @@ void ImageValue::ApplyPolygon(const std::vector<uint32_t>& points) {
     if (!hasBase()) return;
     if (!hasMask()) CreateMask();
     render::Rect box = revealPolygon(mask, points);
+    maskUnsaved = maskUnsaved || !box.isEmpty();
     Rebuild(&box);
     traceEvent("polygon");
 }
@@ -450,6 +463,7 @@ void ImageValue::ApplyPolygon(const std::vector<uint32_t>& points) {
 void ImageValue::CreateDrawing() {
     int32_t w = hasBase() ? base.width : width, h = hasBase() ? base.height : height;
     if (!drawing.reset(w, h, 0)) return;
+    drawingUnsaved = true;
     drawingDirty = drawing.bounds();
     // Named now, so that a save of the database made before the layer's
     // own (the program's exit) already points at its file.
@@ -458,7 +472,9 @@ void ImageValue::CreateDrawing() {
 
 void ImageValue::DrawSegment(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint8_t pressure) {
     if (!hasDrawing()) CreateDrawing();
-    drawingDirty = render::unite(drawingDirty, drawSegment(drawing, x0, y0, x1, y1, pressure));
+    const render::Rect inked = drawSegment(drawing, x0, y0, x1, y1, pressure);
+    drawingUnsaved = drawingUnsaved || !inked.isEmpty();
+    drawingDirty = render::unite(drawingDirty, inked);
 }
 
 void ImageValue::SendStroke(const std::vector<StrokePoint>& stroke, bool noSend) {
@@ -505,13 +521,16 @@ void ImageValue::EraseDrawing(bool fromNetwork) {
 bool ImageValue::SaveDrawing() {
     if (!hasDrawing()) return false;
     if (drawingPath.empty()) drawingPath = freshLayerName("drawings", "drawing_%ld.png");
-    return !drawingPath.empty() && saveLayerFile(platform::diskPath(drawingPath), drawing);
+    if (drawingPath.empty() || !saveLayerFile(platform::diskPath(drawingPath), drawing)) return false;
+    drawingUnsaved = false;
+    return true;
 }
 
 void ImageValue::ResizeDrawing(int32_t w, int32_t h) {
     if (hasBase() || w <= 0 || h <= 0) return;
     if (hasDrawing()) {
         resizePlane(drawing, w, h);
+        drawingUnsaved = true;
         drawingDirty = drawing.bounds();
     }
     width = w;
@@ -546,6 +565,7 @@ bool ImageValue::MergeSnapshot(SnapshotKind kind, const std::vector<uint8_t>& fi
         }
     }
     layer.compact(layer.bounds());
+    (kind == SnapshotKind::Mask ? maskUnsaved : drawingUnsaved) = true;
     if (kind == SnapshotKind::Drawing) drawingDirty = drawing.bounds();
     Rebuild();
     traceEvent(kind == SnapshotKind::Mask ? "snapshot mask" : "snapshot drawing");

@@ -153,6 +153,8 @@ private:
     bool loadLayer(const std::string& path, AlphaPlane& plane);
     // True when the work must wait for the picture (and was kept if it may).
     bool keepUntilLoaded(PendingWork work);
+    // Writes the layers that changed since they were read or written.
+    void saveChangedLayers();
     void applyPending();
     CompositeInputs inputs() const;
 
@@ -166,6 +168,8 @@ private:
     // their order.
     std::deque<PendingWork> pending;
     int32_t defaultWidth = 0, defaultHeight = 0;
+    // A layer differs from its file (or has none yet).
+    bool maskUnsaved = false, drawingUnsaved = false;
 };
 
 // The value class for kind 5: registered by the maps subsystem.

@@ -86,6 +86,19 @@ TEST(ImageValue, MaskDrawingAndTheirFiles) {
     EXPECT_EQ(value.mask.at(5, 5), 255);
     EXPECT_EQ(value.mask.at(20, 20), 0);
     EXPECT_EQ(value.drawing.at(5, 20), 254);
+    // Layers that did not change are not written again, at the exit or at
+    // the close.
+    const std::filesystem::path maskFile = platform::diskPath(value.maskPath);
+    const auto old = std::filesystem::last_write_time(maskFile) - std::chrono::hours(48);
+    std::filesystem::last_write_time(maskFile, old);
+    ImageValue::SaveOpenLayers();
+    value.Close(nullptr);
+    EXPECT_EQ(std::filesystem::last_write_time(maskFile), old);
+    ASSERT_TRUE(value.Open(nullptr));
+    value.ApplyPolygon(square(20, 20, 25, 25));
+    value.Close(nullptr);
+    EXPECT_NE(std::filesystem::last_write_time(maskFile), old);
+    ASSERT_TRUE(value.Open(nullptr));
 
     // Erased, closed and opened again: still erased.
     value.EraseDrawing(false);

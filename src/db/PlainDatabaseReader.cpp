@@ -150,7 +150,7 @@ public:
         if (*p != '<') return false;
         if (!element(true)) return false;  // the root: its attributes are not read
         while (depth > 0) {
-            skipSpace();
+            skipLayout();
             if (*p != '<') return false;
             if (p[1] == '/') {
                 if (!endTag()) return false;
@@ -218,6 +218,26 @@ private:
     }
     void skipSpace() {
         while (classOf(*p) & kSpace) ++p;
+    }
+    // Between elements: a line break and the indentation, read 16 bytes at
+    // a time where the processor has vectors.
+    void skipLayout() {
+#if defined(__SSE2__)
+        const __m128i blank = _mm_set1_epi8(' '), tab = _mm_set1_epi8('\t'), lineFeed = _mm_set1_epi8('\n'),
+                      carriageReturn = _mm_set1_epi8('\r');
+        while (end - p >= 16) {
+            __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+            __m128i space = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, blank), _mm_cmpeq_epi8(bytes, tab)),
+                                         _mm_or_si128(_mm_cmpeq_epi8(bytes, lineFeed), _mm_cmpeq_epi8(bytes, carriageReturn)));
+            unsigned other = ~unsigned(_mm_movemask_epi8(space)) & 0xFFFFu;
+            if (other) {
+                p += std::countr_zero(other);
+                return;
+            }
+            p += 16;
+        }
+#endif
+        skipSpace();
     }
     std::string_view name() {
         const char* first = p;

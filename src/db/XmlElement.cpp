@@ -282,12 +282,15 @@ pugi::xml_node firstVisible(pugi::xml_node child) {
 }  // namespace
 
 pugi::xml_node_struct* XmlElement::seekChild(size_t index) {
+    bool plain = document->plainChildren;
     if (!cursor || index < cursorIndex) {
-        cursor = object(firstVisible(handle(node).first_child()));
+        pugi::xml_node first = handle(node).first_child();
+        cursor = object(plain ? first : firstVisible(first));
         cursorIndex = 0;
     }
     while (cursor && cursorIndex < index) {
-        cursor = object(firstVisible(handle(cursor).next_sibling()));
+        pugi::xml_node next = handle(cursor).next_sibling();
+        cursor = object(plain ? next : firstVisible(next));
         ++cursorIndex;
     }
     if (!cursor) {

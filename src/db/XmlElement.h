@@ -39,6 +39,9 @@ struct XmlDocumentHolder;
 // that a walk over a large document does both inline.
 struct XmlDocumentShares {
     uint32_t sharers = 0;
+    // The parse kept no comments or processing instructions: every child of
+    // an element is an element or a text piece, with no need to ask which.
+    bool plainChildren = false;
 };
 
 class XmlElement final : public Pooled<XmlElement> {

@@ -129,9 +129,14 @@ inline void* NodeArena::take(size_t size, bool lineAligned) {
     if (k < kClasses && freeBlocks[k]) {
         FreeBlock* block = freeBlocks[k];
 #if defined(LH_ARENA_POISON)
-        ASAN_UNPOISON_MEMORY_REGION(block, size);
-#endif
+        // The link may be longer than what is asked for: only the latter stays open.
+        ASAN_UNPOISON_MEMORY_REGION(block, sizeof(FreeBlock));
         freeBlocks[k] = block->next;
+        ASAN_POISON_MEMORY_REGION(block, sizeof(FreeBlock));
+        ASAN_UNPOISON_MEMORY_REGION(block, size);
+#else
+        freeBlocks[k] = block->next;
+#endif
         ++reused;
         return block;
     }

@@ -414,4 +414,20 @@ TEST_F(Tree, DeletedSubtreesLendTheirMemoryToTheNextOnes) {
     again->valueAs<StringValue>()->set("back");
     EXPECT_EQ(findNode("charsheet.00017", tree)->valueAs<StringValue>()->text(), "back");
     EXPECT_EQ(findNode("charsheet.00018.level", tree)->valueAs<IntValue>()->base(), 17 % 20 - 3);
+
+    // Texts shorter than a free block's link take blocks given back by others.
+    auto fillShortTexts = [&] {
+        DbNode* shorts = tree.addChildQuietly("shorts");
+        for (int i = 0; i < 8000; ++i) {
+            DbNode* text = shorts->addChildQuietly("s" + std::to_string(i));
+            text->attachValue(NodeKind::stringValue);
+            text->valueAs<StringValue>()->set(std::string(size_t(1 + i % 7), char('a' + i % 26)));
+        }
+        return shorts;
+    };
+    delete fillShortTexts();
+    size_t reusedBefore = tree.arena->reusedBlocks();
+    DbNode* shorts = fillShortTexts();
+    EXPECT_GT(tree.arena->reusedBlocks() - reusedBefore, 8000u);
+    EXPECT_EQ(shorts->child("s1234")->valueAs<StringValue>()->text(), std::string(1 + 1234 % 7, char('a' + 1234 % 26)));
 }

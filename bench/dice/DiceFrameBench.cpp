@@ -1,6 +1,7 @@
 // A frame of a 30-dice roll on the real device at 1024 x 768: three steps of
 // the simulation (a 60th of a second), the Desktop picture, the dice lit and
-// textured, and their shadows, read back so the GPU (or llvmpipe) finishes.
+// textured, and their shadows, read back so the GPU (or llvmpipe) finishes;
+// redrawn around the dice as the program does, and redrawn whole.
 // Run headless: SDL_VIDEODRIVER=offscreen ./bench/dice/bench_dice_frame
 #include <benchmark/benchmark.h>
 
@@ -31,6 +32,7 @@ struct Table {
     std::unique_ptr<render::DiceRenderer> renderer;
     dice::DiceWorld world;
     render::DiceCamera camera = render::diceCamera(kWidth, kHeight);
+    dice::DiceDirtyBoxes boxes;
     platform::Subscription layer;
     bool ok = false;
 
@@ -79,24 +81,48 @@ Table& table() {
     return t;
 }
 
-void BM_FrameOfThirtyDiceRolling(benchmark::State& state) {
+// The frame as the program draws it: only around the dice that moved, where
+// they were and where they are, over the kept picture. With `full`, the
+// whole client area instead, as every frame of a roll once was.
+void frameOfThirtyDice(benchmark::State& state, bool full) {
     Table& t = table();
     if (!t.ok) {
         state.SkipWithError("no OpenGL device");
         return;
     }
+    render::GraphicsDevice& device = render::GraphicsDevice::Get();
+    auto invalidate = [&device](const render::Rect& r) { device.Invalidate(&r); };
     t.throwThirty();
+    device.Invalidate(nullptr);
+    app::DrawFrame();
+    int64_t pixels = 0;
     for (auto _ : state) {
         // Only the first seconds of a roll, while every die still moves.
         if (!t.moving() || t.world.dice().front()->stepCount > 300) t.throwThirty();
         for (int s = 0; s < 3; ++s) t.world.Step();
-        render::GraphicsDevice::Get().Invalidate(nullptr);
+        if (full)
+            device.Invalidate(nullptr);
+        else
+            t.boxes.Mark(t.world, true, t.camera, invalidate);
+        pixels += int64_t(device.DirtyRect().width()) * device.DirtyRect().height();
         benchmark::DoNotOptimize(app::DrawFrame());
         std::vector<uint32_t> px;
-        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
+        device.ReadBackBuffer({0, 0, 1, 1}, px);
     }
+    // How much of the 1024 x 768 picture a frame redrew, on average.
+    state.counters["redrawn"] =
+        benchmark::Counter(double(pixels) / double(kWidth * kHeight), benchmark::Counter::kAvgIterations);
+}
+
+void BM_FrameOfThirtyDiceRolling(benchmark::State& state) {
+    frameOfThirtyDice(state, false);
 }
 BENCHMARK(BM_FrameOfThirtyDiceRolling)->Unit(benchmark::kMillisecond);
+
+void BM_FrameOfThirtyDiceRollingRedrawingAll(benchmark::State& state) {
+    frameOfThirtyDice(state, true);
+}
+BENCHMARK(BM_FrameOfThirtyDiceRollingRedrawingAll)->Unit(benchmark::kMillisecond);
 
 // The same frame with no dice, to tell what the dice add.
 void BM_FrameWithoutDice(benchmark::State& state) {

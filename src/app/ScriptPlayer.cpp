@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "platform/Clock.h"
+#include "platform/ScriptVerbs.h"
 #include "platform/Trace.h"
 
 namespace lh::app {
@@ -106,6 +107,14 @@ void ScriptPlayer::run() {
             actions.resize(step.width, step.height);
             timer.start(0);
             return;
+        case platform::ScriptStep::Kind::Added: {
+            const platform::ScriptVerb* verb = platform::findScriptVerb(step.name);
+            const std::string error = verb && verb->run ? verb->run(step.arguments) : "nothing runs it";
+            if (!error.empty())
+                std::fprintf(stderr, "lorehaven: script line %d: %s: %s\n", step.line, step.name.c_str(), error.c_str());
+            timer.start(0);
+            return;
+        }
         case platform::ScriptStep::Kind::Quit:
             actions.quit(step.exitCode);
             return;

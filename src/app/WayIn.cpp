@@ -62,9 +62,10 @@ bool wayInFromCommandLine(const CommandLine& cl, WayIn& w) {
     w.sessionMode = *cl.sessionMode;
     switch (w.sessionMode) {
     case db::SessionMode::Host:
-        // The user name defaults to the Gamemaster's: a host needs both.
+        // The user name defaults to the Gamemaster's, and a host needs one.
+        // The Gamemaster's may be empty: he then speaks as the Narrator.
         if (w.fields.userName.empty()) w.fields.userName = w.fields.gamemasterName;
-        return !w.campaign.name.empty() && !w.fields.gamemasterName.empty();
+        return !w.campaign.name.empty() && !w.fields.userName.empty();
     case db::SessionMode::Join:
         // An alias that the address server cannot translate sends the user
         // to the launcher's main menu, as the dialogs' own test does.

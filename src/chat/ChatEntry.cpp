@@ -368,7 +368,6 @@ void ChatEntry::resolve() {
 
 void ChatEntry::Draw(render::RenderContext& context) {
     resolve();
-    const ui::ChatWindowSettings& s = ui::ruleset().settings.chatWindow;
     const render::Rect clip = render::intersect(context.ClipRect(), rect);
     if (font && !clip.isEmpty()) {
         const std::string& t = buffers[current];
@@ -392,7 +391,7 @@ void ChatEntry::Draw(render::RenderContext& context) {
             if (x >= clip.left && x < clip.right) context.DrawRect(x, top, x + 1, top + lineHeight, lineColor(font), true);
         }
     }
-    if (hostTyping && waitIcon) context.DrawBitmap(*waitIcon, s.waitIconPosition.x, s.waitIconPosition.y, 0xFFFFFFFF);
+    if (hostTyping && waitIcon) context.DrawBitmap(*waitIcon, waitIconAt.x, waitIconAt.y, 0xFFFFFFFF);
     // What Return would do with the keys held now.
     const uint16_t held = heldKeys ? heldKeys() : 0;
     int state = 0;
@@ -403,7 +402,7 @@ void ChatEntry::Draw(render::RenderContext& context) {
     } else if (held & platform::ModCtrl) {
         state = 1;
     }
-    if (render::Bitmap* icon = stateIcons[state]) context.DrawBitmap(*icon, s.statePosition.x, s.statePosition.y, 0xFFFFFFFF);
+    if (render::Bitmap* icon = stateIcons[state]) context.DrawBitmap(*icon, stateIconAt.x, stateIconAt.y, 0xFFFFFFFF);
 }
 
 }  // namespace lh::chat

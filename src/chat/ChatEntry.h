@@ -14,6 +14,7 @@
 #include "platform/Scheduler.h"
 #include "ui/ChatPort.h"
 #include "ui/DesktopObject.h"
+#include "ui/RulesetXml.h"
 #include "ui/KeyboardFocus.h"
 
 namespace lh::render {
@@ -73,6 +74,8 @@ public:
     std::function<std::string()> clipboard;
     // The state icon's place is redrawn when the modifiers change.
     void invalidate() const;
+    // Where the wait icon and the state icon stand (the chat's placement).
+    ui::Point waitIconAt, stateIconAt;
 
 private:
     void keyDown(int code, int scanCode);

@@ -5,9 +5,11 @@
 // Index: the chat of this run; messages; start and stop.
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "chat/ChatEntry.h"
 #include "chat/ChatLog.h"
+#include "chat/ChatPlacement.h"
 #include "chat/ChatWindow.h"
 #include "chat/ChatWire.h"
 #include "chat/IdentityViews.h"
@@ -40,8 +42,6 @@ namespace lh::chat {
 
 namespace {
 
-render::Rect rectOf(const ui::RectXYWH& r) { return {r.x, r.y, r.x + r.width, r.y + r.height}; }
-
 uint16_t modifierOfKey(int key) {
     return key == 0x10 ? platform::ModShift : key == 0x11 ? platform::ModCtrl : key == 0x12 ? platform::ModAlt : 0;
 }
@@ -52,10 +52,7 @@ class Chat final : public ui::ChatPort {
 public:
     Chat(const ui::SubsystemStart& start)
         : link{start.mode, start.session}, window(link), entry(window, link), desktop(start.desktop) {
-        const ui::ChatWindowSettings& s = ui::ruleset().settings.chatWindow;
-        window.frameRect = rectOf(s.position);
-        window.rect = rectOf(s.chatArea);
-        entry.rect = rectOf(s.entryArea);
+        place(desktop.clientHeight);
         window.attachDieResult = [this](std::unique_ptr<ui::DieResult> r, const char* t) {
             entry.attachDieResult(std::move(r), t);
         };
@@ -125,6 +122,10 @@ public:
         if (link.isHost()) setLogging(true);
         identityViews = startIdentityViews(s, window);
         if (identityViews->list) identityViews->list->selected = [this] { entry.useFirstBuffer(); };
+        place(desktop.clientHeight);
+        frameHooks.push_back(ui::desktopSignals().clientSized.subscribe([this](int32_t, int32_t height) {
+            place(height);
+        }));
     }
 
     // ui::ChatPort
@@ -158,6 +159,33 @@ private:
             if (user->connection && !user->identity.view().empty()) names.emplace_back(user->identity.view());
         }
         return names;
+    }
+
+    // The chat in a client area of this height, and the Identity strip that
+    // stands above it; traced, so that a watcher sees where it went.
+    void place(int32_t clientHeight) {
+        const ui::ChatWindowSettings& s = ui::ruleset().settings.chatWindow;
+        IdentityList* list = identityViews ? identityViews->list.get() : nullptr;
+        int32_t highest = s.position.y;
+        bool listAbove = false;
+        if (list && ui::ruleset().settings.identityList.present) {
+            const auto [top, bottom] = IdentityList::restingSpan(clientHeight);
+            listAbove = bottom <= s.position.y;
+            if (listAbove) highest = top;
+        }
+        const ChatPlacement p = placeChat(s, clientHeight, highest);
+        window.frameRect = p.frame;
+        window.rect = p.area;
+        entry.rect = p.entry;
+        entry.waitIconAt = p.waitIcon;
+        entry.stateIconAt = p.stateIcon;
+        if (list) list->rise = listAbove ? p.rise : 0;
+        window.invalidate();
+        if (placed && p.frame == placed->frame && p.area == placed->area) return;
+        placed = p;
+        platform::trace("chat placed %d %d %d %d area %d %d %d %d", int(p.frame.left), int(p.frame.top),
+                        int(p.frame.right), int(p.frame.bottom), int(p.area.left), int(p.area.top),
+                        int(p.area.right), int(p.area.bottom));
     }
 
     void setLogging(bool on) {
@@ -288,6 +316,7 @@ private:
     }
 
     ui::Desktop& desktop;
+    std::optional<ChatPlacement> placed;
     bool overChat = false;
     uint16_t held = 0, pressed = 0;
     platform::Subscription keys, idle, presented;

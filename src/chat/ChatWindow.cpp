@@ -173,10 +173,23 @@ void ChatWindow::DrawFrame(render::RenderContext& context, uint32_t desktopLight
 void ChatWindow::Draw(render::RenderContext& context) {
     const render::Rect clip = render::intersect(context.ClipRect(), rect);
     if (clip.isEmpty()) return;
+    // Lines that changed go straight onto the screen when the whole area is
+    // drawn anew: painting them into the picture and then blending that
+    // over the frame touches every pixel of the area twice more, which on a
+    // software rasteriser is most of what a new line costs. The picture is
+    // brought up to date when a frame that leaves the lines alone (a die
+    // rolling over them) needs the area again.
+    if (dirty && clip == rect) {
+        paintLines(context, rect, clip);
+        dirty = false;
+        pictureStale = true;
+        notePainted();
+        return;
+    }
     const uint32_t width = uint32_t(rect.width()), height = uint32_t(rect.height());
     if (cache.GetState() != render::Bitmap::RenderTarget || cache.GetWidth() != width ||
         cache.GetHeight() != height) {
-        dirty = true;
+        pictureStale = true;
         if (!cache.CreateRenderTarget(width, height)) {
             // No picture to keep (no device, or no memory for it): paint
             // straight onto the screen, every time.
@@ -184,7 +197,7 @@ void ChatWindow::Draw(render::RenderContext& context) {
             return;
         }
     }
-    if (dirty) {
+    if (dirty || pictureStale) {
         render::RenderContext* target = cache.BeginRender();
         if (!target) {
             paintLines(context, rect, clip);
@@ -204,13 +217,17 @@ void ChatWindow::Draw(render::RenderContext& context) {
                            a->rect.bottom + rect.top};
             }
         }
+        if (dirty) notePainted();
         dirty = false;
-        if (platform::traceOn()) {
-            paintedNewest = lines.empty() ? "" : lines.back()->text.substr(0, 200);
-            paintedUnshown = true;
-        }
+        pictureStale = false;
     }
     context.DrawBitmap(cache, rect.left, rect.top, 0xFFFFFFFF, &clip);
+}
+
+void ChatWindow::notePainted() {
+    if (!platform::traceOn()) return;
+    paintedNewest = lines.empty() ? "" : lines.back()->text.substr(0, 200);
+    paintedUnshown = true;
 }
 
 void ChatWindow::paintLines(render::RenderContext& context, const render::Rect& area, const render::Rect& clip) {

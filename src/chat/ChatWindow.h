@@ -83,8 +83,10 @@ public:
     // a line is on the screen, not merely in the picture.
     void framePresented();
 
-    // Blits the picture of the lines, painting it first when something
-    // changed since; a frame that changes nothing in the chat costs a blit.
+    // Paints lines that changed straight onto the screen when the frame
+    // draws the whole area; otherwise blits the kept picture of the lines,
+    // bringing it up to date first: a frame that changes nothing in the
+    // chat costs a blit.
     void Draw(render::RenderContext& context);
     // How often the lines were laid out and painted (for tests).
     uint32_t paintCount() const { return paints; }
@@ -123,18 +125,23 @@ private:
     ui::DieResult* dieResultOf(ChatLine* line) const;
     // Lays out and paints the lines from the bottom of `area` up.
     void paintLines(render::RenderContext& context, const render::Rect& area, const render::Rect& clip);
+    // The lines as painted now are what the next presented frame shows.
+    void notePainted();
 
     // A device reset empties the picture: paint it again.
     struct DeviceWatch final : render::DeviceResource {
         explicit DeviceWatch(ChatWindow& w) : window(w) {}
-        void OnDeviceLost() override { window.dirty = true; }
-        void OnDeviceReset() override { window.dirty = true; }
+        void OnDeviceLost() override { window.pictureStale = true; }
+        void OnDeviceReset() override { window.pictureStale = true; }
         ChatWindow& window;
     };
 
     std::deque<std::unique_ptr<ChatLine>> lines;
     int scrollBottom = -1;
     mutable bool dirty = true;
+    // The kept picture lags behind the lines (they went straight on the
+    // screen), or was never painted.
+    bool pictureStale = true;
     uint32_t paints = 0;
     bool paintedUnshown = false;
     std::string paintedNewest;

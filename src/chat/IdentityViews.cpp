@@ -73,6 +73,11 @@ void drawCentred(render::Font& font, render::RenderContext& context, const rende
     if (!cut.isEmpty()) font.DrawText(context, x, y, text.data(), int32_t(text.size()), &cut);
 }
 
+// The Gamemaster's Identity without a name is his narration.
+std::string nameOf(const ui::Identity& identity) {
+    return identity.name.empty() ? std::string("Narrator") : identity.name;
+}
+
 }  // namespace
 
 // Section: IdentityList.
@@ -86,12 +91,18 @@ void IdentityList::Draw(render::RenderContext& context) {
     }
     const ui::Desktop& desk = ui::desktop();
     const int32_t px = s.position.x < 0 ? desk.clientWidth + s.position.x : s.position.x;
-    const int32_t py = s.position.y < 0 ? desk.clientHeight + s.position.y : s.position.y;
+    const int32_t py = restingSpan(desk.clientHeight).first - s.name.offset - rise;
     ui::FrameDef* frame = ui::findFrame(s.name.frame);
     ui::RulesetFont* nameFont = ui::findFont("mini_name");
     ui::RulesetFont* selectedFont = ui::findFont("mini_name_selected");
     const render::Rect clip = context.ClipRect();
     const int active = ui::identities().activePosition();
+    std::string shown;
+    for (const auto& identity : all) shown += (shown.empty() ? "" : ",") + nameOf(*identity);
+    if (shown != traced) {
+        traced = shown;
+        platform::trace("identity list %.400s", shown.c_str());
+    }
     for (size_t i = 0; i < all.size(); ++i) {
         const int32_t x = px + int32_t(i) * s.spacing;
         render::Rect plate{x + s.name.margin, py + s.name.offset, x + s.spacing - s.name.margin,
@@ -104,9 +115,15 @@ void IdentityList::Draw(render::RenderContext& context) {
             box.left = x + (s.spacing - s.name.maxWidth) / 2;
             box.right = box.left + s.name.maxWidth;
         }
-        drawCentred(*font, context, box, all[i]->name.empty() ? std::string("Narrator") : all[i]->name, clip);
+        drawCentred(*font, context, box, nameOf(*all[i]), clip);
     }
     rect = {px, py, px + int32_t(all.size()) * s.spacing, py + s.name.offset + s.name.height};
+}
+
+std::pair<int32_t, int32_t> IdentityList::restingSpan(int32_t clientHeight) {
+    const ui::IdentityListSettings& s = ui::ruleset().settings.identityList;
+    const int32_t py = s.position.y < 0 ? clientHeight + s.position.y : s.position.y;
+    return {py + s.name.offset, py + s.name.offset + s.name.height};
 }
 
 int IdentityList::slotAt(int32_t x) const {

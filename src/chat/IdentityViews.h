@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "chat/ChatWindow.h"
@@ -40,9 +41,15 @@ public:
     int slotAt(int32_t x) const;
     // Left clicks also reset the entry to its first buffer.
     std::function<void()> selected;
+    // The strip's plates as the Ruleset places them in a client area of
+    // this height, before any rise: top and bottom.
+    static std::pair<int32_t, int32_t> restingSpan(int32_t clientHeight);
+    // How far it went up with a chat grown beneath it.
+    int32_t rise = 0;
 
 private:
     std::string menuName;
+    std::string traced;  // the names last drawn, as traced
 };
 
 struct IdentityRow {

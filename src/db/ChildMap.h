@@ -11,6 +11,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <new>
@@ -110,10 +111,48 @@ private:
         capacity = uint32_t(next);
     }
 
+    // Byte-wise order, as std::string_view's, without a library call: keys
+    // are a few bytes, and a load of a large database compares one pair for
+    // every node it enters. Bytes are compared in words read as big-endian
+    // numbers; the last word of the common part may overlap the one before,
+    // which compared equal.
+    static bool less(std::string_view a, std::string_view b) {
+        size_t n = a.size() < b.size() ? a.size() : b.size();
+        if (n >= 8) {
+            for (size_t i = 0;; i += 8) {
+                if (i + 8 > n) i = n - 8;
+                uint64_t x = bigEndian64(a.data() + i), y = bigEndian64(b.data() + i);
+                if (x != y) return x < y;
+                if (i + 8 == n) break;
+            }
+        } else if (n >= 4) {
+            uint32_t x = bigEndian32(a.data()), y = bigEndian32(b.data());
+            if (x != y) return x < y;
+            x = bigEndian32(a.data() + n - 4);
+            y = bigEndian32(b.data() + n - 4);
+            if (x != y) return x < y;
+        } else {
+            for (size_t i = 0; i < n; ++i) {
+                if (a[i] != b[i]) return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]);
+            }
+        }
+        return a.size() < b.size();
+    }
+    static uint64_t bigEndian64(const char* at) {
+        uint64_t word;
+        std::memcpy(&word, at, 8);
+        return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
+    }
+    static uint32_t bigEndian32(const char* at) {
+        uint32_t word;
+        std::memcpy(&word, at, 4);
+        return std::endian::native == std::endian::little ? __builtin_bswap32(word) : word;
+    }
+
     const value_type* lowerBound(std::string_view key) const {
         // Appending in order is the usual case: test the end first.
-        if (count_ == 0 || entries[count_ - 1].first < key) return end();
-        return std::lower_bound(begin(), end(), key, [](const value_type& e, std::string_view k) { return e.first < k; });
+        if (count_ == 0 || less(entries[count_ - 1].first, key)) return end();
+        return std::lower_bound(begin(), end(), key, [](const value_type& e, std::string_view k) { return less(e.first, k); });
     }
 };
 

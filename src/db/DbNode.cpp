@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 #include "db/DbContext.h"
@@ -138,9 +139,45 @@ void DbNode::releaseOwnMemory() {
     if (trackedAt) arena->forget(*this);
 }
 
+namespace {
+
+// Words rather than a library call or a byte loop: keys are a few bytes
+// long, and a load of a large database checks one for every node. Short
+// keys are read in two words that may overlap.
+bool hasZeroByte(uint64_t x) {
+    constexpr uint64_t ones = 0x0101010101010101ull, high = 0x8080808080808080ull;
+    return (x - ones) & ~x & high;
+}
+bool hasDot(std::string_view key) {
+    constexpr uint64_t dots = 0x2E2E2E2E2E2E2E2Eull;
+    size_t n = key.size();
+    const char* s = key.data();
+    if (n >= 8) {
+        for (size_t i = 0; i + 8 < n; i += 8) {
+            uint64_t word;
+            std::memcpy(&word, s + i, 8);
+            if (hasZeroByte(word ^ dots)) return true;
+        }
+        uint64_t last;
+        std::memcpy(&last, s + n - 8, 8);
+        return hasZeroByte(last ^ dots);
+    }
+    if (n >= 4) {
+        uint32_t first, last;
+        std::memcpy(&first, s, 4);
+        std::memcpy(&last, s + n - 4, 4);
+        return hasZeroByte(((uint64_t(first) << 32) | last) ^ dots);
+    }
+    bool dot = false;
+    for (size_t i = 0; i < n; ++i) dot |= s[i] == '.';
+    return dot;
+}
+
+}  // namespace
+
 DbNode* DbNode::addChildQuietly(std::string_view key, bool* created) {
     if (created) *created = false;
-    if (key.empty() || key.find('.') != std::string_view::npos) return nullptr;
+    if (key.empty() || hasDot(key)) return nullptr;
     bool found = false;
     size_t at = children.position(key, found);
     if (found) return children.at(at);

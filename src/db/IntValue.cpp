@@ -69,12 +69,6 @@ const std::vector<IntValue*>& IntValue::dependants() const {
     return links ? links->dependants : none;
 }
 
-void IntValue::set(int32_t number) {
-    if (mode == readOnly) return;
-    baseValue = number;
-    recompute();
-}
-
 int IntValue::publish(bool quiet) {
     if (mode == readOnly) return 0;
     if (!node) return -1;

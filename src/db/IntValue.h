@@ -28,7 +28,17 @@ public:
     ~IntValue() override;
     NodeKind kind() const override { return NodeKind::intValue; }
 
-    void set(int32_t number);
+    // Inline: a load of a large database sets a number for most nodes, and
+    // most numbers neither feed nor take from others.
+    void set(int32_t number) {
+        if (mode == readOnly) return;
+        baseValue = number;
+        if (links) {
+            recompute();
+        } else {
+            effectiveValue = number;
+        }
+    }
     int32_t base() const { return baseValue; }
     int32_t effective() const { return effectiveValue; }
     // Sends the node on and marks it dirty; unless quiet, tells the node's

@@ -64,10 +64,12 @@ void* NodeArena::fresh(Run& run, size_t size) {
     if (size > kChunk / 4) {  // a block of its own
         void* chunk = ::operator new(size, std::align_val_t(kLine));
         chunks.push_back({chunk, size});
+        held += size;
         return chunk;
     }
     char* chunk = static_cast<char*>(::operator new(kChunk, std::align_val_t(kLine)));
     chunks.push_back({chunk, kChunk});
+    held += kChunk;
 #if defined(LH_ARENA_POISON)
     ASAN_POISON_MEMORY_REGION(chunk + size, kChunk - size);
 #endif
@@ -79,14 +81,33 @@ void* NodeArena::fresh(Run& run, size_t size) {
 void NodeArena::give(void* block, size_t size) {
 #if defined(LH_ARENA_POISON)
     ASAN_POISON_MEMORY_REGION(block, size);
+    quarantine.push_back({block, size});
+    quarantined += size;
+    while (quarantined > kQuarantine) {
+        Waiting oldest = quarantine.front();
+        quarantine.pop_front();
+        quarantined -= oldest.size;
+        toFreeList(oldest.block, oldest.size);
+    }
 #else
+    toFreeList(block, size);
+#endif
+}
+
+void NodeArena::toFreeList(void* block, size_t size) {
     size_t rounded = 0;
     size_t k = classOf(size, rounded);
     if (k >= kClasses) return;  // past any real size: kept with the tree
     auto* freed = static_cast<FreeBlock*>(block);
+#if defined(LH_ARENA_POISON)
+    // Only the link is open while the block waits on its list.
+    ASAN_UNPOISON_MEMORY_REGION(freed, sizeof(FreeBlock));
     freed->next = freeBlocks[k];
-    freeBlocks[k] = freed;
+    ASAN_POISON_MEMORY_REGION(freed, sizeof(FreeBlock));
+#else
+    freed->next = freeBlocks[k];
 #endif
+    freeBlocks[k] = freed;
 }
 
 }  // namespace lh::db

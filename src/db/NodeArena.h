@@ -18,7 +18,10 @@
 // Sanitizer builds run the same code, and mark what no block holds (the
 // rest of a chunk, a gap behind each block, a block given back) as not to be
 // touched: a node used after its deletion, or a write past its end, is
-// caught as it would be on the heap. Blocks given back are then not reused.
+// caught as it would be on the heap. Blocks given back are reused there too,
+// as in every build, but only after a quarantine, as the heap's own checker
+// does: a block waits, still marked, until a good many bytes were given back
+// after it, so that a late use of a deleted node is still caught.
 #if defined(__SANITIZE_ADDRESS__)
 #define LH_ARENA_POISON 1
 #elif defined(__has_feature)
@@ -28,6 +31,8 @@
 #endif
 #if defined(LH_ARENA_POISON)
 #include <sanitizer/asan_interface.h>
+
+#include <deque>
 #endif
 
 namespace lh::db {
@@ -59,6 +64,12 @@ public:
     // tree is taken down node by node, so that every observer is told.
     size_t observations = 0;
 
+    // What the tree holds of the system's memory, in chunks, and how many
+    // blocks given back were taken again: a tree whose subtrees are deleted
+    // and made anew reuses its blocks rather than growing.
+    size_t heldBytes() const { return held; }
+    size_t reusedBlocks() const { return reused; }
+
 private:
     struct Run {
         char* next = nullptr;
@@ -80,6 +91,19 @@ private:
     };
     std::vector<Chunk> chunks;
     FreeBlock* freeBlocks[kClasses] = {};
+    size_t held = 0;
+    size_t reused = 0;
+#if defined(LH_ARENA_POISON)
+    // Blocks given back, oldest first, and their bytes in all.
+    struct Waiting {
+        void* block;
+        size_t size;
+    };
+    std::deque<Waiting> quarantine;
+    size_t quarantined = 0;
+    static constexpr size_t kQuarantine = 256 * 1024;
+#endif
+    void toFreeList(void* block, size_t size);
 
     static size_t classOf(size_t size, size_t& rounded) {
         if (size - 1 < kSmallest) {
@@ -102,9 +126,18 @@ private:
 inline void* NodeArena::take(size_t size, bool lineAligned) {
     size_t rounded = 0;
     size_t k = classOf(size, rounded);
-    if (k < kClasses && freeBlocks[k]) {  // never in sanitizer builds
+    if (k < kClasses && freeBlocks[k]) {
         FreeBlock* block = freeBlocks[k];
+#if defined(LH_ARENA_POISON)
+        // The link may be longer than what is asked for: only the latter stays open.
+        ASAN_UNPOISON_MEMORY_REGION(block, sizeof(FreeBlock));
         freeBlocks[k] = block->next;
+        ASAN_POISON_MEMORY_REGION(block, sizeof(FreeBlock));
+        ASAN_UNPOISON_MEMORY_REGION(block, size);
+#else
+        freeBlocks[k] = block->next;
+#endif
+        ++reused;
         return block;
     }
     Run& run = runs[lineAligned ? 1 : 0];

@@ -10,15 +10,7 @@ namespace {
 
 constexpr size_t kBlocksPerChunk = 512;
 
-size_t roundUp(size_t size) {
-    size_t align = alignof(std::max_align_t);
-    size = size < sizeof(void*) ? sizeof(void*) : size;
-    return (size + align - 1) / align * align;
-}
-
 }  // namespace
-
-BlockPool::BlockPool(size_t size) : blockSize(roundUp(size)) {}
 
 void BlockPool::reserveFree(size_t count) {
     if (count <= freeCapacity) return;
@@ -38,21 +30,6 @@ void BlockPool::grow() {
     reserveFree(freeCount + kBlocksPerChunk);
     // Pushed from the end, so that the blocks are taken in address order.
     for (size_t i = kBlocksPerChunk; i-- > 0;) freeBlocks[freeCount++] = chunk + i * blockSize;
-}
-
-void* BlockPool::take() {
-    if (freeCount == 0) grow();
-    void* block = freeBlocks[--freeCount];
-    // The blocks asked for next are known: start their loads now, as a
-    // large tree does not stay in the cache.
-    constexpr size_t kAhead = 6;
-    if (freeCount >= kAhead) __builtin_prefetch(freeBlocks[freeCount - kAhead], 1);
-    return block;
-}
-
-void BlockPool::give(void* block) {
-    if (freeCount == freeCapacity) reserveFree(freeCount + 1);
-    freeBlocks[freeCount++] = block;
 }
 
 }  // namespace lh::db

@@ -150,7 +150,7 @@ public:
         if (*p != '<') return false;
         if (!element(true)) return false;  // the root: its attributes are not read
         while (depth > 0) {
-            skipSpace();
+            skipLayout();
             if (*p != '<') return false;
             if (p[1] == '/') {
                 if (!endTag()) return false;
@@ -182,13 +182,13 @@ private:
     static constexpr int kMaxOpen = 100;
     enum : int8_t { kEnd = -2, kOther = -1, kNode, kInt, kString, kHolder, kCategoryDef, kFormattedText, kImage };
     struct Item {
-        int8_t tag;
-        bool empty;         // no children (and no end item) follow
-        uint8_t found;      // bit i: attribute slot i is there
-        uint8_t cooked;     // bit i: its value holds references, line breaks or 8-bit text
-        uint32_t children;  // the nodes it may make below it, for an exact reserve
-        uint32_t at[3], size[3];
-        uint32_t stored;  // formatted text and images: the index of their parsed element
+        int8_t tag = kOther;
+        bool empty = false;     // no children (and no end item) follow
+        uint8_t found = 0;      // bit i: attribute slot i is there
+        uint8_t cooked = 0;     // bit i: its value holds references, line breaks or 8-bit text
+        uint32_t children = 0;  // the nodes it may make below it, for an exact reserve
+        uint32_t at[3] = {}, size[3] = {};
+        uint32_t stored = 0;  // formatted text and images: the index of their parsed element
     };
     // An element that a value reads itself (formatted text, images), where it
     // stands in the file.
@@ -201,6 +201,7 @@ private:
     const char* end;  // *end is 0
     int depth = 0;
     std::vector<Item> items;
+    Item rootItem;  // the root's attributes are read and dropped
     std::string_view open[kMaxOpen + 1];
     uint32_t openItem[kMaxOpen + 1];  // the index of each open element's item; the root has none
     uint32_t rootChildren = 0;
@@ -217,6 +218,26 @@ private:
     }
     void skipSpace() {
         while (classOf(*p) & kSpace) ++p;
+    }
+    // Between elements: a line break and the indentation, read 16 bytes at
+    // a time where the processor has vectors.
+    void skipLayout() {
+#if defined(__SSE2__)
+        const __m128i blank = _mm_set1_epi8(' '), tab = _mm_set1_epi8('\t'), lineFeed = _mm_set1_epi8('\n'),
+                      carriageReturn = _mm_set1_epi8('\r');
+        while (end - p >= 16) {
+            __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+            __m128i space = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, blank), _mm_cmpeq_epi8(bytes, tab)),
+                                         _mm_or_si128(_mm_cmpeq_epi8(bytes, lineFeed), _mm_cmpeq_epi8(bytes, carriageReturn)));
+            unsigned other = ~unsigned(_mm_movemask_epi8(space)) & 0xFFFFu;
+            if (other) {
+                p += std::countr_zero(other);
+                return;
+            }
+            p += 16;
+        }
+#endif
+        skipSpace();
     }
     std::string_view name() {
         const char* first = p;
@@ -330,7 +351,10 @@ private:
             if (!isRoot) tag = tagOf(tagName);
         }
         if (tagName.empty() || depth >= kMaxOpen) return false;
-        Item item{tag, false, 0, 0, 0, {0, 0, 0}, {0, 0, 0}, 0};
+        // Filled where it stays: an item put together on the stack and
+        // copied into the list cost a stall on every element.
+        Item& item = isRoot ? rootItem : items.emplace_back();
+        item.tag = tag;
         for (;;) {
             bool spaced = classOf(*p) & kSpace;
             skipSpace();
@@ -373,15 +397,12 @@ private:
             item.stored = uint32_t(storedSpans.size());
             storedSpans.push_back(Span{uint32_t(tagStart - start), uint32_t(p - tagStart)});
         }
-        if (!isRoot) {
-            if (makesNode(item.tag)) {
-                if (depth == 1) {
-                    ++rootChildren;
-                } else {
-                    ++items[openItem[depth - 1]].children;
-                }
+        if (!isRoot && makesNode(item.tag)) {
+            if (depth == 1) {
+                ++rootChildren;
+            } else {
+                ++items[openItem[depth - 1]].children;
             }
-            items.push_back(item);
         }
         if (!item.empty) {
             open[depth] = tagName;
@@ -396,7 +417,7 @@ private:
         std::string_view tagName = name();
         if (tagName != open[depth - 1] || *p != '>') return false;
         ++p;
-        if (--depth > 0) items.push_back(Item{kEnd, false, 0, 0, 0, {0, 0, 0}, {0, 0, 0}, 0});
+        if (--depth > 0) items.emplace_back().tag = kEnd;
         return true;
     }
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 #include "db/DbContext.h"
 #include "db/DbNode.h"
@@ -25,11 +24,14 @@ void StringValue::giveBack() {
     home = nullptr;
 }
 
-void StringValue::set(std::optional<std::string_view> text) {
+// The text comes in two registers: a load of a large database sets a text
+// for every third node, and an optional built on the stack and read back at
+// once stalled each of those calls.
+void StringValue::set(std::string_view text) {
     size = 0;
-    if (!text || text->empty()) return;
+    if (text.empty()) return;
     // The record formats carry lengths in 32 bits.
-    size_t length = std::min<size_t>(text->size(), UINT32_MAX);
+    size_t length = std::min<size_t>(text.size(), UINT32_MAX);
     NodeArena* where = node ? node->arena : nullptr;
     if (length > capacity || where != home) {
         giveBack();
@@ -37,9 +39,8 @@ void StringValue::set(std::optional<std::string_view> text) {
         capacity = uint32_t(length);
         home = where;
     }
-    std::memcpy(bytes, text->data(), length);
     // Undoing escapes only ever shortens the text.
-    size = uint32_t(unescapeText(bytes, length));
+    size = uint32_t(unescapeText(text.data(), length, bytes));
 }
 
 int StringValue::publish(bool quiet) {

@@ -24,9 +24,16 @@ public:
 
     // Empty or absent text leaves the value null; otherwise the text is
     // stored with its escapes undone.
-    void set(std::optional<std::string_view> text);
-    void set(const char* text) { set(text ? std::optional<std::string_view>(text) : std::nullopt); }
-    void set(const std::string& text) { set(std::optional<std::string_view>(text)); }
+    void set(std::string_view text);
+    void set(std::optional<std::string_view> text) {
+        if (text) {
+            set(*text);
+        } else {
+            size = 0;
+        }
+    }
+    void set(const char* text) { set(text ? std::string_view(text) : std::string_view()); }
+    void set(const std::string& text) { set(std::string_view(text)); }
     bool isNull() const { return size == 0; }
     // The text, empty for null. It stays valid until the next set.
     std::string_view text() const { return {bytes, size}; }

@@ -18,7 +18,8 @@ std::string escapeText(std::string_view text);
 // byte they give. A "#" without two hex digits behind it stays as it is, so
 // hand-written text with a plain "#" in it survives.
 void unescapeText(std::string& text);
-// The same on `size` bytes at `text`; answers the length that is left.
-size_t unescapeText(char* text, size_t size);
+// The same from `size` bytes at `from` into `to`, which may be `from`
+// itself or `size` bytes of its own; answers the length written.
+size_t unescapeText(const char* from, size_t size, char* to);
 
 }  // namespace lh::db

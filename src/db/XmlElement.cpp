@@ -29,29 +29,51 @@ inline pugi::xml_node_struct* object(pugi::xml_node node) { return std::bit_cast
 inline bool isNull(pugi::xml_node node) { return object(node) == nullptr; }
 inline bool isNull(pugi::xml_attribute attribute) { return std::bit_cast<void*>(attribute) == nullptr; }
 
-// Eight bytes at a time: large documents are mostly ASCII, and this check
-// runs on every value read.
+// Whether any byte of `length` at `s` is above 127, eight bytes at a time:
+// large documents are mostly ASCII, and this check runs on every value read.
+// The last word overlaps the one before it rather than ending in a byte loop,
+// and short texts are read in two overlapping halves the same way.
+uint64_t load64(const char* s) {
+    uint64_t word;
+    std::memcpy(&word, s, 8);
+    return word;
+}
+uint32_t load32(const char* s) {
+    uint32_t word;
+    std::memcpy(&word, s, 4);
+    return word;
+}
 bool isAscii(const char* s, size_t length) {
-    size_t i = 0;
-    for (; i + 8 <= length; i += 8) {
-        uint64_t word;
-        std::memcpy(&word, s + i, 8);
-        if (word & 0x8080808080808080ull) return false;
+    if (length >= 8) {
+        uint64_t bits = load64(s + length - 8);
+        for (size_t i = 0; i + 8 < length; i += 8) bits |= load64(s + i);
+        return !(bits & 0x8080808080808080ull);
     }
-    for (; i < length; ++i) {
-        if (static_cast<unsigned char>(s[i]) >= 0x80) return false;
-    }
-    return true;
+    if (length >= 4) return !((load32(s) | load32(s + length - 4)) & 0x80808080u);
+    unsigned bits = 0;
+    for (size_t i = 0; i < length; ++i) bits |= static_cast<unsigned char>(s[i]);
+    return bits < 0x80;
 }
 
 void assign8Bit(std::string& out, const char* utf8) {
     // The library's length and copy beat a byte loop already for the short
-    // values that most are; the check for 8-bit text then runs on the copy,
-    // eight bytes at a time.
+    // values that most are (assign copies without first filling the string,
+    // as resize would); the check for 8-bit text then runs eight bytes at a
+    // time.
     size_t length = std::strlen(utf8);
-    out.resize(length);
-    std::memcpy(out.data(), utf8, length);
+    out.assign(utf8, length);
     if (!isAscii(utf8, length)) out = platform::utf8ToWindows1252(std::string_view(utf8, length));
+}
+
+// Raises the ASCII letters of eight bytes at once: a byte gets its case bit
+// cleared where it lies in 'a'..'z', and no other byte changes.
+inline uint64_t upperWord(uint64_t word) {
+    constexpr uint64_t ones = 0x0101010101010101ull, high = 0x8080808080808080ull;
+    uint64_t low7 = word & ~high;
+    uint64_t fromA = low7 + ones * (0x80 - 'a');      // high bit set from 'a' on
+    uint64_t pastZ = low7 + ones * (0x80 - 'z' - 1);  // high bit set past 'z'
+    uint64_t lower = (fromA ^ pastZ) & ~word & high;
+    return word ^ (lower >> 2);
 }
 
 void copyToBuffer(const std::string& text, char* buffer, size_t size) {
@@ -231,12 +253,9 @@ void appendElementMarkup(std::string& out, pugi::xml_node top) {
 
 }  // namespace
 
-XmlElement::XmlElement(XmlDocumentHolder* doc, pugi::xml_node_struct* n) : document(doc), sharing(true), node(n) {
-    ++document->sharers;
-}
+XmlElement::XmlElement(XmlDocumentHolder* doc, pugi::xml_node_struct* n) : XmlElement(Shared{}, doc, n) {}
 
-XmlElement::XmlElement(Lent, XmlDocumentHolder* doc, pugi::xml_node_struct* n)
-    : document(doc), sharing(false), node(n) {}
+void XmlElement::drop(XmlDocumentShares* document) { delete static_cast<XmlDocumentHolder*>(document); }
 
 void XmlElement::visitChildren(bool (*visit)(void* callable, XmlElement& child), void* callable) const {
     for (pugi::xml_node child = handle(node).first_child(); !isNull(child); child = child.next_sibling()) {
@@ -245,10 +264,6 @@ void XmlElement::visitChildren(bool (*visit)(void* callable, XmlElement& child),
         XmlElement lent(Lent{}, document, object(child));
         if (!visit(callable, lent)) return;
     }
-}
-
-XmlElement::~XmlElement() {
-    if (sharing && --document->sharers == 0) delete document;
 }
 
 namespace {
@@ -267,27 +282,24 @@ pugi::xml_node firstVisible(pugi::xml_node child) {
 }  // namespace
 
 pugi::xml_node_struct* XmlElement::seekChild(size_t index) {
+    bool plain = document->plainChildren;
     if (!cursor || index < cursorIndex) {
-        cursor = object(firstVisible(handle(node).first_child()));
+        pugi::xml_node first = handle(node).first_child();
+        cursor = object(plain ? first : firstVisible(first));
         cursorIndex = 0;
     }
     while (cursor && cursorIndex < index) {
-        cursor = object(firstVisible(handle(cursor).next_sibling()));
+        pugi::xml_node next = handle(cursor).next_sibling();
+        cursor = object(plain ? next : firstVisible(next));
         ++cursorIndex;
+    }
+    if (!cursor) {
+        childTotal = cursorIndex;  // the walk ran off the end: now the count is known
+        return nullptr;
     }
     return cursor;
 }
 
-std::unique_ptr<XmlElement> XmlElement::childAt(size_t index) {
-    if (index >= childTotal) return nullptr;
-    pugi::xml_node_struct* child = seekChild(index);
-    if (!child) {
-        childTotal = cursorIndex;  // the walk ran off the end: now the count is known
-        cursor = nullptr;
-        return nullptr;
-    }
-    return std::make_unique<XmlElement>(document, child);
-}
 
 size_t XmlElement::childCount() {
     if (childTotal == SIZE_MAX) {
@@ -310,14 +322,20 @@ int XmlElement::tagName(std::string& out) const {
     // in one pass, and convert only when a byte above 127 turns up.
     const char* name = n.name();
     size_t length = std::strlen(name);
-    out.resize(length);
+    out.assign(name, length);
     char* bytes = out.data();
-    unsigned char high = 0;
-    for (size_t i = 0; i < length; ++i) {  // no early exit: the compiler runs it in vector steps
-        high |= static_cast<unsigned char>(name[i]);
-        bytes[i] = upper(name[i]);
+    if (length >= 8) {
+        // Raising twice changes nothing: the last word may overlap.
+        for (size_t i = 0; i + 8 < length; i += 8) {
+            uint64_t word = upperWord(load64(bytes + i));
+            std::memcpy(bytes + i, &word, 8);
+        }
+        uint64_t last = upperWord(load64(bytes + length - 8));
+        std::memcpy(bytes + length - 8, &last, 8);
+    } else {
+        for (size_t i = 0; i < length; ++i) bytes[i] = upper(bytes[i]);
     }
-    if (high >= 0x80) {
+    if (!isAscii(name, length)) {
         out = platform::utf8ToWindows1252(std::string_view(name, length));
         for (char& c : out) c = upper(c);
     }

@@ -34,7 +34,17 @@ namespace lh::db {
 
 struct XmlDocumentHolder;
 
-class XmlElement : public Pooled<XmlElement> {
+// The count of elements that keep a document alive: the part of the
+// document that elements touch as they are made and dropped, visible here so
+// that a walk over a large document does both inline.
+struct XmlDocumentShares {
+    uint32_t sharers = 0;
+    // The parse kept no comments or processing instructions: every child of
+    // an element is an element or a text piece, with no need to ask which.
+    bool plainChildren = false;
+};
+
+class XmlElement final : public Pooled<XmlElement> {
 public:
     // Limits of the fixed-buffer forms, as the callers' buffers are sized.
     static constexpr size_t maxTagName = 1024;
@@ -42,14 +52,21 @@ public:
 
     // Takes a share of the document, which goes when its last element does.
     XmlElement(XmlDocumentHolder* document, pugi::xml_node_struct* node);
-    virtual ~XmlElement();
+    ~XmlElement() {
+        if (sharing && --document->sharers == 0) drop(document);
+    }
     XmlElement(const XmlElement&) = delete;
     XmlElement& operator=(const XmlElement&) = delete;
 
     // The child at index, or null past the end. Callers index through the
     // children in order: the element keeps its place in them, so that each
     // step costs the same however many children there are.
-    std::unique_ptr<XmlElement> childAt(size_t index);
+    std::unique_ptr<XmlElement> childAt(size_t index) {
+        if (index >= childTotal) return nullptr;
+        pugi::xml_node_struct* child = seekChild(index);
+        if (!child) return nullptr;
+        return std::unique_ptr<XmlElement>(new XmlElement(Shared{}, document, child));
+    }
     size_t childCount();
 
     // Visits the children in document order, text pieces included, each
@@ -104,9 +121,15 @@ private:
     // A lent child: it holds no share of its own; the element that lent it
     // keeps the document alive while it exists.
     struct Lent {};
-    XmlElement(Lent, XmlDocumentHolder* document, pugi::xml_node_struct* node);
+    XmlElement(Lent, XmlDocumentShares* doc, pugi::xml_node_struct* n) : document(doc), sharing(false), node(n) {}
+    // A child made by childAt: a share of the same document.
+    struct Shared {};
+    XmlElement(Shared, XmlDocumentShares* doc, pugi::xml_node_struct* n) : document(doc), sharing(true), node(n) {
+        ++document->sharers;
+    }
+    static void drop(XmlDocumentShares* document);  // the last share went
 
-    XmlDocumentHolder* document;
+    XmlDocumentShares* document;
     bool sharing;  // holds a share of the document (not lent)
     pugi::xml_node_struct* node;
     // Where childAt last stood: the child and its index.
@@ -114,6 +137,7 @@ private:
     size_t cursorIndex = 0;
     size_t childTotal = SIZE_MAX;  // counted when first asked for
 
+    // The child at index, or null past the end (then the count is known).
     pugi::xml_node_struct* seekChild(size_t index);
     // The walk behind forEachChild: a plain function and its callable, which
     // costs less than a std::function made for every element of a document.

@@ -214,6 +214,7 @@ XmlParseResult parseBuffer(std::string utf8, const std::string& title, Original 
     size_t stray = strayContentOffset(holder->document);
     if (stray != std::string::npos) return malformed(title, pugi::status_bad_pcdata, original(), stray);
     result.status = XmlStatus::ok;
+    holder->plainChildren = !(options & (pugi::parse_comments | pugi::parse_pi));
     result.root = std::make_unique<XmlElement>(holder.release(), root.internal_object());
     return result;
 }

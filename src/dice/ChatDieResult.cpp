@@ -50,6 +50,7 @@ std::unique_ptr<ui::DieResult> toChatResult(const DieResult& result, bool onHost
     out->modifier = result.modifier;
     out->hidden = result.hidden;
     out->displayMode = int(result.displayMode);
+    out->throwRecords = result.throwRecords;
     return out;
 }
 
@@ -62,6 +63,7 @@ DieResult fromChatResult(const ui::DieResult& result) {
                           ? ShownValue(result.displayMode)
                           : ShownValue::None;
     out.rolled = true;
+    if (const auto* ours = dynamic_cast<const ChatDieResult*>(&result)) out.throwRecords = ours->throwRecords;
     return out;
 }
 

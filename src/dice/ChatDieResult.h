@@ -4,7 +4,9 @@
 // model of a result.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "dice/DieResult.h"
 #include "ui/ChatPort.h"
@@ -19,6 +21,11 @@ public:
 
     void draw(render::RenderContext& context, const render::Rect& rectangle, const render::Rect* clip) override;
     void measure(ui::AttachmentSize& sizeOut, render::RenderContext& context, int32_t availableWidth) override;
+
+    // On the thrower's own line, the roll's throw records: all it takes to
+    // play the roll again anywhere, face for face. They stay in this
+    // program; the line goes out without them.
+    std::vector<uint8_t> throwRecords;
 
 private:
     // Looked up when first drawn: the Ruleset is loaded by then.

@@ -2,9 +2,9 @@
 #include "dice/DiceScene.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdio>
 
-#include "dice/ThrowRecord.h"
 #include "platform/Registry.h"
 #include "ui/DieType.h"
 #include "ui/RulesetData.h"
@@ -20,7 +20,6 @@ constexpr float kHomeZ = -1.0f;
 constexpr float kTrailSeconds = 0.1f;
 constexpr float kMinTrailSeconds = 0.05f;
 constexpr float kPixelSpeedToWorld = 0.0005f;
-constexpr int kRedrawRoundsAfterRelease = 5;
 constexpr float kPickRadiusSquared = 400.0f;  // pixels
 constexpr float kGrabRadiusSquared = 1.0f;    // world units
 constexpr float kTwoPi = 6.28318530718f;
@@ -75,39 +74,24 @@ void DiceScene::SetCamera(int32_t width, int32_t height) {
 
 void DiceScene::markDiceDirty() {
     if (!hooks.invalidate) return;
-    const auto& dice = diceWorld.dice();
-    for (size_t i = 0; i < dice.size(); ++i) {
-        const DieBody& die = *dice[i];
-        if (die.atRest && i < size_t(kPermanentDice)) continue;
-        glm::vec3 s = project(die.center);
-        if (!(s.x > -1e6f && s.x < 1e6f && s.y > -1e6f && s.y < 1e6f)) continue;
-        const int32_t x = int32_t(s.x), y = int32_t(s.y);
-        render::Rect r{x + 5 - 40, y + 5 - 40, x + 40 + 40, y + 40 + 40};
-        hooks.invalidate(&r);
-    }
+    dirtyBoxes.Mark(diceWorld, host, cam, [this](const render::Rect& r) { hooks.invalidate(&r); });
 }
 
 void DiceScene::Advance(double now) {
     if (lastTime == 0.0) lastTime = now;
     delta = now - lastTime;
     lastTime = now;
-    if (redrawFrames > 0) {
-        --redrawFrames;
-        if (hooks.invalidate) hooks.invalidate(nullptr);
-    } else {
-        markDiceDirty();
-    }
     accumulator += delta;
-    bool stepped = false;
     while (accumulator > kStepSeconds) {
         if (isDragging) grabStep(mouseX, mouseY, float(delta));
         diceWorld.Step();
         ++stepsRun;
         accumulator -= kStepSeconds;
-        stepped = true;
     }
-    // Where they went, too: the rectangles above were where they were.
-    if (stepped) markDiceDirty();
+    // Whatever changed the dice since the last frame (these steps, the
+    // mouse, a roll that came in, a colour) shows as it is drawn next: the
+    // frame redraws only around the dice that changed, over the kept picture.
+    markDiceDirty();
 }
 
 std::vector<DieBody*> DiceScene::heldDice() const {
@@ -181,7 +165,6 @@ void DiceScene::layOutHand() {
             placed += inRing;
         }
     }
-    if (hooks.invalidate) hooks.invalidate(nullptr);
 }
 
 int DiceScene::Mouse(int32_t x, int32_t y, MousePhase phase, bool ctrl) {
@@ -191,11 +174,8 @@ int DiceScene::Mouse(int32_t x, int32_t y, MousePhase phase, bool ctrl) {
     };
     mouseX = hold(x, cam.viewport.width);
     mouseY = hold(y, cam.viewport.height);
-    markDiceDirty();
     if (phase != MousePhase::PressOrMove) {
         isDragging = false;
-        redrawFrames = kRedrawRoundsAfterRelease;
-        if (hooks.invalidate) hooks.invalidate(nullptr);
         const int32_t mode = ctrl && diceWorld.heldCount == 1 ? kThrowSpin : kThrowRolling;
         throwHand(mouseX, mouseY, mode, phase == MousePhase::ReleaseThrow);
         return 0;
@@ -204,7 +184,6 @@ int DiceScene::Mouse(int32_t x, int32_t y, MousePhase phase, bool ctrl) {
     grabStep(mouseX, mouseY, float(delta));
     if (!grabbed) return 0;
     isDragging = true;
-    if (hooks.invalidate) hooks.invalidate(nullptr);
     return 1;
 }
 
@@ -262,7 +241,6 @@ void DiceScene::Arrange(bool all) {
         die.Fit();
         die.atRest = false;
     }
-    if (hooks.invalidate) hooks.invalidate(nullptr);
 }
 
 void DiceScene::throwHand(int32_t x, int32_t y, int32_t mode, bool send) {
@@ -279,12 +257,7 @@ void DiceScene::throwHand(int32_t x, int32_t y, int32_t mode, bool send) {
     std::vector<DieBody*> held = heldDice();
     RollGroup* group = nullptr;
     int32_t groupId = 0;
-    if (send) {
-        groupId = nextGroup++;
-        group = &groups[groupId];
-        group->remaining = int32_t(held.size());
-        group->result = std::make_unique<DieResult>();
-    }
+    if (send) group = &startGroup(groupId, held.size());
     const Vec3 v{kPixelSpeedToWorld * sx, kPixelSpeedToWorld * sy, 0.0f};
     for (DieBody* die : held) {
         if (send) {
@@ -298,6 +271,41 @@ void DiceScene::throwHand(int32_t x, int32_t y, int32_t mode, bool send) {
     if (send && hooks.sendRoll) hooks.sendRoll(group->message);
 }
 
+RollGroup& DiceScene::startGroup(int32_t& id, size_t dice) {
+    id = nextGroup++;
+    RollGroup& group = groups[id];
+    group.remaining = int32_t(dice);
+    group.result = std::make_unique<DieResult>();
+    return group;
+}
+
+void DiceScene::clampIntoRollArea(ThrowStart& s) const {
+    const Bounds& area = diceWorld.rollBounds;
+    s.center.x = std::max(std::min(s.center.x, area.right - 1.0f), area.left + 1.0f);
+    s.center.y = std::min(std::max(s.center.y, area.bottom + 1.0f), area.top - 1.0f);
+}
+
+std::string DiceScene::ThrowRecorded(const uint8_t* body, size_t size) {
+    DecodedThrows decoded = decodeThrowRecords(body, size);
+    if (!decoded.error.empty()) return decoded.error;
+    if (decoded.starts.empty()) return "no throw record";
+    if (decoded.starts.size() > size_t(kMaxHeldDice))
+        return "more than " + std::to_string(kMaxHeldDice) + " dice in one hand";
+    int32_t groupId = 0;
+    RollGroup& group = startGroup(groupId, decoded.starts.size());
+    // Clamped as every receiver clamps, and sent as played: the records
+    // that go out are the ones the dice here started from.
+    for (ThrowStart s : decoded.starts) {
+        clampIntoRollArea(s);
+        DieBody* die = diceWorld.AddThrown(s);
+        assert(die);  // the records were validated, and clamping keeps them valid
+        die->rollGroup = groupId;
+        appendThrowRecord(group.message, s);
+    }
+    if (hooks.sendRoll) hooks.sendRoll(group.message);
+    return {};
+}
+
 std::string DiceScene::ReceiveRoll(const uint8_t* body, size_t size, bool fromPlayer) {
     DecodedThrows decoded = decodeThrowRecords(body, size);
     if (!decoded.error.empty()) return decoded.error;
@@ -309,13 +317,10 @@ std::string DiceScene::ReceiveRoll(const uint8_t* body, size_t size, bool fromPl
         return "too many dice on the table (" + std::to_string(live) + " already)";
     // An honest thrower held its dice inside the roll area already, so this
     // changes nothing for it; anyone else's dice land on the table too.
-    const Bounds& area = diceWorld.rollBounds;
     for (ThrowStart s : decoded.starts) {
-        s.center.x = std::max(std::min(s.center.x, area.right - 1.0f), area.left + 1.0f);
-        s.center.y = std::min(std::max(s.center.y, area.bottom + 1.0f), area.top - 1.0f);
+        clampIntoRollArea(s);
         diceWorld.AddThrown(s);
     }
-    if (hooks.invalidate) hooks.invalidate(nullptr);
     return {};
 }
 
@@ -347,7 +352,6 @@ void DiceScene::SetColors(const float body[4], const float numerals[4]) {
         dice[i]->bodyColor = bodyColor;
         dice[i]->colorFlags = colorFlags;
     }
-    if (hooks.invalidate) hooks.invalidate(nullptr);
 }
 
 uint32_t packColor(const float rgba[4]) {

@@ -12,8 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "dice/DiceDrawing.h"
 #include "dice/DiceWorld.h"
 #include "dice/DieResult.h"
+#include "dice/ThrowRecord.h"
 #include "render/Camera.h"
 #include "render/Rect.h"
 
@@ -80,6 +82,11 @@ public:
     // `fromPlayer`: a host's copy of a player's roll, which may not claim
     // to be the Gamemaster's (players would see only its shadows).
     std::string ReceiveRoll(const uint8_t* body, size_t size, bool fromPlayer = false);
+    // A roll of this user's from given throw records, as if the hand had
+    // thrown those dice: played, sent, read into the chat. For replaying a
+    // roll exactly (the test driver's "throw"). Empty when thrown;
+    // otherwise why not.
+    std::string ThrowRecorded(const uint8_t* body, size_t size);
 
     bool dragging() const { return isDragging; }
     bool isHost() const { return host; }
@@ -105,6 +112,8 @@ private:
     void throwHand(int32_t x, int32_t y, int32_t mode, bool send);
     void randomTurn(DieBody& die);
     void onDieFinished(DieBody& die, int32_t value);
+    RollGroup& startGroup(int32_t& id, size_t dice);
+    void clampIntoRollArea(ThrowStart& start) const;
     std::vector<DieBody*> heldDice() const;
 
     struct TrailSample {
@@ -121,12 +130,12 @@ private:
     double accumulator = 0.0, lastTime = 0.0, delta = 0.0;
     int32_t mouseX = 0, mouseY = 0;
     bool isDragging = false;
-    int redrawFrames = 0;
     DieBody* grabbed = nullptr;
     Vec3 holdPoint;
     std::vector<TrailSample> mouseTrail;
     int32_t nextGroup = 1;
     std::map<int32_t, RollGroup> groups;
+    DiceDirtyBoxes dirtyBoxes;
 };
 
 // Four floats from 0 to 1 packed into 0xAARRGGBB: x 255 + 0.5, with 1.0 and

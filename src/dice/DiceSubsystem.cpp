@@ -3,6 +3,7 @@
 #include "dice/DiceSubsystem.h"
 
 #include <cstdio>
+#include <string_view>
 
 #include "dice/ChatCommands.h"
 #include "dice/ChatDieResult.h"
@@ -10,12 +11,14 @@
 #include "dice/DiceScene.h"
 #include "dice/DieMeshes.h"
 #include "dice/LightState.h"
+#include "dice/ThrowRecord.h"
 #include "dice/ModifierCollector.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
 #include "platform/Clock.h"
 #include "platform/Events.h"
 #include "platform/Scheduler.h"
+#include "platform/ScriptVerbs.h"
 #include "platform/Spine.h"
 #include "platform/Trace.h"
 #include "render/DiceRenderer.h"
@@ -266,6 +269,46 @@ void stop() {
 }
 
 ui::SubsystemRegistration registration{"dice", 60, start, stop};
+
+// The test driver's "throw RECORDS": a roll of this user's from throw
+// records in hexadecimal (216 digits each), so that a test can throw the
+// same roll on any machine and replay it anywhere else.
+bool recordsFromHex(std::string_view hex, std::vector<uint8_t>& bytes) {
+    auto digit = [](char c) {
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+        return -1;
+    };
+    if (hex.size() % 2 != 0) return false;
+    bytes.clear();
+    for (size_t i = 0; i < hex.size(); i += 2) {
+        const int high = digit(hex[i]), low = digit(hex[i + 1]);
+        if (high < 0 || low < 0) return false;
+        bytes.push_back(uint8_t(high << 4 | low));
+    }
+    return true;
+}
+
+std::string checkThrowStep(std::string_view arguments) {
+    std::vector<uint8_t> bytes;
+    if (!recordsFromHex(arguments, bytes) || bytes.empty() || bytes.size() % kThrowRecordSize != 0)
+        return "throw needs whole throw records in hexadecimal";
+    DecodedThrows decoded = decodeThrowRecords(bytes.data(), bytes.size());
+    if (!decoded.error.empty()) return "throw: " + decoded.error;
+    if (decoded.starts.size() != bytes.size() / kThrowRecordSize) return "throw: a record lacks its marker";
+    if (decoded.starts.size() > size_t(kMaxHeldDice)) return "throw: a hand holds at most 30 dice";
+    return {};
+}
+
+std::string runThrowStep(std::string_view arguments) {
+    std::vector<uint8_t> bytes;
+    if (!recordsFromHex(arguments, bytes)) return "not hexadecimal";
+    if (!state || !state->scene) return "the dice are not on the table";
+    return state->scene->ThrowRecorded(bytes.data(), bytes.size());
+}
+
+platform::ScriptVerbRegistration throwStep{"throw", {checkThrowStep, runThrowStep}};
 
 }  // namespace
 

@@ -9,6 +9,7 @@
 
 #include "platform/Encoding.h"
 #include "platform/ScanCodes.h"
+#include "platform/ScriptVerbs.h"
 
 namespace lh::platform {
 
@@ -212,6 +213,13 @@ std::string parseLine(std::string_view line, ScriptStep& step, int& mouseX, int&
         if (w.size() > 2 || (w.size() == 2 && !readNumber(w[1], -255, 255, code))) return "quit takes an exit code";
         step.kind = ScriptStep::Kind::Quit;
         step.exitCode = int(code);
+    } else if (const ScriptVerb* added = findScriptVerb(verb)) {
+        size_t at = size_t(verb.data() + verb.size() - line.data());
+        while (at < line.size() && (line[at] == ' ' || line[at] == '\t')) ++at;
+        step.kind = ScriptStep::Kind::Added;
+        step.name = std::string(verb);
+        step.arguments = std::string(line.substr(at));
+        if (added->check) return added->check(step.arguments);
     } else {
         return "unknown step \"" + std::string(verb) + "\"";
     }

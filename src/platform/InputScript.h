@@ -31,6 +31,8 @@
 //                              a user dragging its border would (the least
 //                              size still holds); the size event follows
 //   quit CODE                  end the program with this exit code
+//   VERB ARGUMENTS             a step that a subsystem added (ScriptVerbs.h),
+//                              e.g. "throw RECORDS" of the dice
 //
 // Pure parsing: bytes in, steps out, errors with their line.
 #pragma once
@@ -45,7 +47,7 @@
 namespace lh::platform {
 
 struct ScriptStep {
-    enum class Kind { Input, Wait, Await, Deadline, Screenshot, Resize, Quit, Menu };
+    enum class Kind { Input, Wait, Await, Deadline, Screenshot, Resize, Quit, Menu, Added };
     Kind kind = Kind::Input;
     int line = 0;         // 1-based, for traces and errors
     std::string source;   // the line as written, trimmed
@@ -53,7 +55,9 @@ struct ScriptStep {
     std::vector<Event> events;
     uint32_t waitMs = 0;  // Wait; Deadline: how long an await may take
     std::string name;     // Screenshot: the file name, ".png" added if missing; Await: the text;
-                          // Menu: the labels, '/' between a sub-menu and its entry
+                          // Menu: the labels, '/' between a sub-menu and its entry;
+                          // Added: the verb
+    std::string arguments;  // Added: the rest of the line
     int32_t x = 0, y = 0;  // Menu: where the menu opens
     int exitCode = 0;     // Quit
     int width = 0, height = 0;  // Resize

@@ -113,6 +113,41 @@ float DiceRenderer::ShadowAlpha(float z) {
     return 0.0f;
 }
 
+Rect DiceRenderer::ScreenBox(const DiceCamera& camera, const float world[16], float radius) {
+    const glm::vec3 origin{world[12], world[13], world[14]};
+    if (!std::isfinite(origin.x) || !std::isfinite(origin.y) || !std::isfinite(origin.z) || !std::isfinite(radius))
+        return {};
+    const Rect whole{camera.viewport.x, camera.viewport.y, camera.viewport.x + camera.viewport.width,
+                     camera.viewport.y + camera.viewport.height};
+    // The mesh lies in the cube around its origin, and so its picture and its
+    // shadow's lie in those of the cube's corners (both are projections of
+    // convex sets that keep straight lines straight).
+    const glm::mat4 flatten = shadowMatrix();
+    const glm::mat4 viewProj = camera.projection * camera.view;
+    float left = 1e30f, top = 1e30f, right = -1e30f, bottom = -1e30f;
+    for (int corner = 0; corner < 16; ++corner) {
+        glm::vec4 p{origin.x + (corner & 1 ? radius : -radius), origin.y + (corner & 2 ? radius : -radius),
+                    origin.z + (corner & 4 ? radius : -radius), 1.0f};
+        if (corner & 8) {
+            p = flatten * p;
+            p /= p.w;
+        }
+        const glm::vec4 clip = viewProj * p;
+        if (!(clip.w > 0.0f)) return whole;
+        const float x = float(camera.viewport.x) + (1.0f + clip.x / clip.w) * float(camera.viewport.width) * 0.5f;
+        const float y = float(camera.viewport.y) + (1.0f - clip.y / clip.w) * float(camera.viewport.height) * 0.5f;
+        left = std::min(left, x);
+        right = std::max(right, x);
+        top = std::min(top, y);
+        bottom = std::max(bottom, y);
+    }
+    // A pixel of margin beyond the pixels whose centres the corners cover,
+    // and nothing beyond a size that ints hold.
+    const float limit = 1e8f;
+    auto cut = [limit](float v) { return int32_t(std::max(-limit, std::min(limit, v))); };
+    return {cut(std::floor(left)) - 1, cut(std::floor(top)) - 1, cut(std::ceil(right)) + 1, cut(std::ceil(bottom)) + 1};
+}
+
 void DiceRenderer::SetContent(std::vector<DieMeshData> meshes, ArgbPicture numerals) {
     release(false);
     meshData = std::move(meshes);

@@ -15,6 +15,7 @@
 
 #include "render/Camera.h"
 #include "render/DeviceResource.h"
+#include "render/Rect.h"
 
 namespace lh::render {
 
@@ -59,6 +60,13 @@ public:
     // The strength of a die's shadow by the height of its centre: full above
     // -0.4, fading to nothing at -0.1, as a finished die sinks.
     static float ShadowAlpha(float centerZ);
+
+    // The pixels that a die drawn with `world` may touch, its shadow's
+    // included, when no point of its mesh lies farther than `radius` from
+    // the mesh's origin: what must be redrawn where it was and where it is.
+    // Empty when the matrix is not finite; the whole viewport when the die
+    // reaches behind the eye.
+    static Rect ScreenBox(const DiceCamera& camera, const float world[16], float radius);
 
     void OnDeviceLost() override;
     void OnDeviceReset() override;

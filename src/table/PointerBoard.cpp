@@ -33,9 +33,9 @@ void PointerBoard::SetLocal(const WindowKey* window, int32_t kind, uint32_t star
     if (finish) Send();
 }
 
-void PointerBoard::SetColor(uint32_t color) {
+void PointerBoard::SetColor(uint32_t color, bool send) {
     if (PointerState* p = obtain(local)) p->color = color;
-    Send();
+    if (send) Send();
 }
 
 void PointerBoard::Send() {

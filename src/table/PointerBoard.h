@@ -39,7 +39,8 @@ public:
     // The local user's pointer; `window` null takes it away. Positions are
     // packed, already relative to the pointer's origin. `finish` sends it.
     void SetLocal(const WindowKey* window, int32_t kind, uint32_t start, uint32_t end, bool finish);
-    void SetColor(uint32_t color);
+    // Keeps the local user's colour; `send` tells the others at once.
+    void SetColor(uint32_t color, bool send = true);
     void Send();
 
     // PNTRQ on the host (from `fromUser`) or PNTRR on a client. False with

@@ -2,15 +2,19 @@
 #include "table/TokenDesk.h"
 
 #include <cmath>
+#include <optional>
 
 #include "db/Users.h"
+#include "net/JoinEvents.h"
 #include "net/MessageCatalogue.h"
 #include "net/Session.h"
 #include "platform/Trace.h"
 #include "render/Bitmap.h"
+#include "render/Color.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
 #include "table/ImageControl.h"
+#include "table/PointerDrawing.h"
 #include "table/PointerGeometry.h"
 #include "table/TokenDrawing.h"
 #include "table/TokenGrip.h"
@@ -172,6 +176,8 @@ TokenDesk::TokenDesk(ui::Desktop& desktop, net::Session* s, bool isHost)
             decodePointer(m, body, why);
             const PointerState* before = pointers.find(body.user);
             if (before) redrawPointerWindow(before);
+            // The first word of a user shows his colour where none was.
+            const std::optional<uint32_t> formerColor = before ? std::optional(before->color) : std::nullopt;
             if (!pointers.handle(m, from ? from->name : std::string(), accepted, why)) {
                 session->reportMalformed(from, m, why);
                 return net::HandlerResult::Rejected;
@@ -180,12 +186,27 @@ TokenDesk::TokenDesk(ui::Desktop& desktop, net::Session* s, bool isHost)
             redrawPointerWindow(pointers.find(body.user));
             platform::trace("pointer %s kind %d on %s %s", body.user.c_str(), body.kind, body.window.className.c_str(),
                             body.window.recordName.c_str());
+            if (body.color != formerColor) colorChanged(body.user, body.color);
             return net::HandlerResult::Handled;
         });
-        departSub = session->departed().subscribe([this](net::SessionPeer& peer) {
-            redrawPointerWindow(pointers.find(peer.name));
-            pointers.UserLeft(peer.name);
-        });
+        if (host) {
+            departSub = session->departed().subscribe([this](net::SessionPeer& peer) { userLeft(peer.name); });
+        } else {
+            // A client hears of a departure only as its Identity leaving play.
+            net::JoinEvents& events = net::joinEvents();
+            inPlaySub = events.characterInPlay.subscribe(
+                [this](const std::string& identity, const std::string& user, bool) { playerOf[identity] = user; });
+            goneSub = events.characterGone.subscribe([this](const std::string& identity) {
+                auto it = playerOf.find(identity);
+                if (it == playerOf.end()) return;
+                const std::string user = it->second;
+                playerOf.erase(it);
+                // The same user may play another character still.
+                for (const auto& [other, player] : playerOf)
+                    if (player == user) return;
+                userLeft(user);
+            });
+        }
         if (host) joinSub = session->joined().subscribe([this](net::SessionPeer& peer) { tokens.SendAll(peer.name); });
     }
     auto& signals = ui::desktopSignals();
@@ -376,75 +397,24 @@ void TokenDesk::drawPointer(ui::Window& window, const PointerState& p, render::R
             MapScroll scroll = image->scroll();
             GridView grid{g, v->grid.offsetX, v->grid.offsetY, scroll.left(), scroll.top(), image->rect.width(),
                           image->rect.height()};
-            if (!gridCell || gridCellSize != g) {
-                gridCell = std::make_unique<render::Bitmap>();
-                std::vector<uint32_t> cell(size_t(g) * size_t(g), 0x40000000u);
-                gridCellSize = gridCell->LoadFromPixels(uint32_t(g), uint32_t(g), cell.data()) ? g : 0;
-            }
             int32_t cx = 0, cy = 0;
             image->GetOrigin(cx, cy);
             const IntPoint start{p.startX, p.startY}, end{p.endX, p.endY};
-            if (gridCellSize == g) {
-                for (IntPoint cell : litCells(grid, p.kind, start, end))
-                    context.DrawBitmap(*gridCell, cx + cell.x, cy + cell.y, 0xFFFFFFFF, &clip);
-            }
+            const std::vector<IntPoint> cells = litCells(grid, p.kind, start, end);
+            litSquares.draw(context, g, cx, cy, cells, clip);
             std::string label = lengthLabel(pointerLength(p.kind, start, end), g);
             IntPoint at = labelPosition(p.kind, s, e);
             if (ui::RulesetFont* font = ui::findFont("modcollectorlabel")) {
                 context.PushFont();
                 context.SetFont(font);
-                render::TextSize size = context.MeasureText(label.c_str(), int32_t(label.size()));
-                // FIXME: the label is drawn in the font's own colour, as the
-                // text drawing has no tint yet; the shadow is left out.
-                context.DrawText(at.x - size.width / 2, at.y - size.height / 2, label.c_str(),
-                                 int32_t(label.size()), &clip);
+                drawPointerLabel(context, label, at, color, clip);
                 context.PopFont();
             }
-            platform::trace("pointer lit %zu label %s", litCells(grid, p.kind, start, end).size(), label.c_str());
+            platform::trace("pointer lit %zu label %s", cells.size(), label.c_str());
         }
     }
 
-    for (int pass = 0; pass < 2; ++pass) {
-        const int32_t d = pass == 0 ? 1 : 0, dy = pass == 0 ? 2 : 0;
-        const IntPoint S{s.x + d, s.y + dy}, E{e.x + d, e.y + dy};
-        const uint32_t c = pass == 0 ? (p.kind == kArrow ? 0x000000u : 0x7F000000u) : color;
-        switch (p.kind) {
-            case kArrow: {
-                context.DrawLine(float(S.x), float(S.y), float(E.x), float(E.y), c, 3, &clip);
-                // The body's head is the shadow's less (1, 2).
-                auto head = arrowHead(IntPoint{s.x + 1, s.y + 2}, IntPoint{e.x + 1, e.y + 2});
-                render::PointF pts[3];
-                for (int i = 0; i < 3; ++i) pts[i] = {float(head[size_t(i)].x - 1 + d), float(head[size_t(i)].y - 2 + dy)};
-                context.DrawPolyline(pts, 3, c, 3, &clip);
-                break;
-            }
-            case kCircle: {
-                int32_t r = std::max(std::abs(e.x - s.x), std::abs(e.y - s.y));
-                context.DrawEllipse(S.x - r, S.y - r, S.x + r, S.y + r, c, 1, &clip);
-                break;
-            }
-            case kCone: {
-                float a1 = 0, a2 = 0;
-                coneAngles(s, e, a1, a2);
-                float r = float(pointerRadius(s, e));
-                context.DrawArc(float(S.x), float(S.y), r, a1, a2, c, 1, &clip);
-                context.DrawLine(float(S.x), float(S.y), float(int32_t(float(S.x) + r * std::sin(a1))),
-                                 float(int32_t(float(S.y) - r * std::cos(a1))), c, 1, &clip);
-                context.DrawLine(float(S.x), float(S.y), float(int32_t(float(S.x) + r * std::sin(a2))),
-                                 float(int32_t(float(S.y) - r * std::cos(a2))), c, 1, &clip);
-                break;
-            }
-            case kSquare: {
-                auto k = squareCorners(S, E);
-                render::PointF pts[5];
-                for (int i = 0; i < 5; ++i) pts[i] = {float(k[size_t(i % 4)].x), float(k[size_t(i % 4)].y)};
-                context.DrawPolyline(pts, 5, c, 1, &clip);
-                break;
-            }
-            default:
-                break;
-        }
-    }
+    drawPointerShape(context, p.kind, s, e, color, clip);
 }
 
 void TokenDesk::DrawPointersOn(ui::Window& window, render::RenderContext& context) {
@@ -466,6 +436,24 @@ bool TokenDesk::HasPointer() {
 void TokenDesk::redrawPointerWindow(const PointerState* p) {
     if (!p || !p->shown) return;
     if (ui::Window* w = windowOf(p->window)) w->Invalidate();
+}
+
+void TokenDesk::SetPointerColor(uint32_t bgr) {
+    pointers.SetColor(bgr);
+    colorChanged(pointers.localUser(), bgr);
+}
+
+void TokenDesk::colorChanged(const std::string& user, uint32_t bgr) {
+    render::GraphicsDevice::Get().Invalidate(nullptr);
+    platform::trace("pointer %s color %06X", user.c_str(), unsigned(bgr & 0xFFFFFF));
+}
+
+void TokenDesk::userLeft(const std::string& user) {
+    const PointerState* p = pointers.find(user);
+    if (!p) return;
+    redrawPointerWindow(p);
+    pointers.UserLeft(user);
+    platform::trace("pointer %s left", user.c_str());
 }
 
 void TokenDesk::SetPointer(ui::Window* window, int kind, uint32_t start, uint32_t end, bool finish) {

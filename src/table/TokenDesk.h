@@ -13,6 +13,7 @@
 #include "platform/Scheduler.h"
 #include "platform/Signal.h"
 #include "table/PointerBoard.h"
+#include "table/PointerDrawing.h"
 #include "table/TokenBoard.h"
 #include "ui/DesktopHooks.h"
 
@@ -58,6 +59,9 @@ public:
     bool HasPointer() override;
     void SetPointer(ui::Window* window, int kind, uint32_t start, uint32_t end, bool finish) override;
     void DrawPointersOn(ui::Window& window, render::RenderContext& context) override;
+    // The local user's pointer colour (0x00BBGGRR), chosen here: kept, sent
+    // to the others, and every mark of it redrawn.
+    void SetPointerColor(uint32_t bgr);
 
     // The window of a key, and a key of a window.
     ui::Window* windowOf(const WindowKey& key);
@@ -82,6 +86,11 @@ private:
     void drawTokens(ui::Window& window, render::RenderContext& context);
     void drawPointer(ui::Window& window, const PointerState& p, render::RenderContext& context);
     void redrawPointerWindow(const PointerState* p);
+    // A user's pointer colour changed here: his pointer and the strip's
+    // mark of him show it, so the whole Desktop is drawn again.
+    void colorChanged(const std::string& user, uint32_t bgr);
+    // A user left: his pointer goes from every window here.
+    void userLeft(const std::string& user);
 
     ui::Desktop& home;
     net::Session* session;
@@ -90,10 +99,12 @@ private:
     PointerBoard pointers;
     std::map<WindowKey, std::unique_ptr<TokenPlace>> places;
     std::map<std::pair<WindowKey, uint32_t>, std::unique_ptr<TokenGrip>> grips;
-    std::unique_ptr<render::Bitmap> gridCell;
-    int32_t gridCellSize = 0;
+    LitSquares litSquares;
     platform::TickSubscription glide;
-    platform::Subscription attached, openSub, closeSub, hitSub, dropSub, departSub, joinSub;
+    // Client: whose character each Identity in play is, so that the
+    // departure of an Identity tells whose pointer goes.
+    std::map<std::string, std::string> playerOf;
+    platform::Subscription attached, openSub, closeSub, hitSub, dropSub, departSub, joinSub, inPlaySub, goneSub;
 };
 
 // The process's token desk while the maps run; null before and after.

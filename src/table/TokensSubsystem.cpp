@@ -2,7 +2,10 @@
 // disk; on the host the shared, host-only and Campaign folders too), the
 // TOKENBAG tag is registered, and the desk takes the session's token and
 // pointer messages and the Desktop's pointer input.
+#include <cstdlib>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "db/Campaign.h"
 #include "db/SessionMode.h"
@@ -10,6 +13,7 @@
 #include "net/FileFetch.h"
 #include "net/FileStamp.h"
 #include "net/Session.h"
+#include "platform/Registry.h"
 #include "platform/Trace.h"
 #include "render/GraphicsDevice.h"
 #include "table/TokenBag.h"
@@ -53,12 +57,26 @@ void loadLibrary(bool host, net::FileExchange* files) {
     library.LoadFolder(db::campaignPath("tokens"), true);
 }
 
+// The colour that the colour selection kept: the dice's, whose top byte
+// holds the numerals' choice and is no part of the pointer's colour.
+std::optional<uint32_t> keptColor() {
+    std::optional<std::string> text = platform::readRegistryValue("Software\\Lorehaven", "DiceColor");
+    if (!text || text->empty()) return std::nullopt;
+    char* end = nullptr;
+    const unsigned long value = std::strtoul(text->c_str(), &end, 0);
+    if (end == text->c_str() || *end != '\0') return std::nullopt;
+    return uint32_t(value) & 0x00FFFFFFu;
+}
+
 void start(const ui::SubsystemStart& s) {
     registerTokenBag();
     const bool host = s.mode != db::SessionMode::Join;
     net::FileExchange* files = s.session && !s.session->isHost() ? net::FileExchange::current() : nullptr;
     loadLibrary(host, files);
     desk() = std::make_unique<TokenDesk>(s.desktop, s.session, host);
+    // The colour chosen last time, kept with the dice's; it goes out with
+    // the first pointer.
+    if (std::optional<uint32_t> kept = keptColor()) desk()->pointerBoard().SetColor(*kept, false);
     ui::ColorPort& colors = ui::colorPort();
     colors.pointerColorOf = [](const std::string& user, uint32_t& bgr) {
         const PointerState* p = desk() ? desk()->pointerBoard().find(user) : nullptr;
@@ -66,7 +84,7 @@ void start(const ui::SubsystemStart& s) {
         return p != nullptr;
     };
     colors.setPointerColor = [](uint32_t bgr) {
-        if (desk()) desk()->pointerBoard().SetColor(bgr);
+        if (desk()) desk()->SetPointerColor(bgr);
     };
 }
 

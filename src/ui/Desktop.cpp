@@ -145,6 +145,7 @@ void Desktop::OnMainWindowSized(int32_t width, int32_t height) {
     for (auto& w : windows) {
         if (w->windowClass.desktopWindow) w->Anchor();
     }
+    desktopSignals().clientSized.emit(width, height);
     render::GraphicsDevice::Get().Invalidate(nullptr);
     platform::trace("desktop sized %d %d", int(width), int(height));
 }

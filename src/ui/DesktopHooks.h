@@ -106,6 +106,9 @@ struct DesktopSignals {
     // Carried dice came over the chat frame or left it (the chat draws its
     // HILIGHT frame meanwhile), or the chat frame must be drawn again.
     platform::Signal<void(bool overChat)> chatFrameChanged;
+    // The client area took a new size (pixels): what is placed by the
+    // client's edges rather than as a window places itself again.
+    platform::Signal<void(int32_t width, int32_t height)> clientSized;
     // A drag ended on the bare Desktop: no die and no object took it. Answers
     // 1 when handled (a link opens its window, a token stays on the Desktop).
     platform::Signal<int(int32_t x, int32_t y, uint32_t flags, DesktopObject& source)> desktopDrop;

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "platform/InputScript.h"
+#include "platform/ScriptVerbs.h"
 #include "support/TestSupport.h"
 #include "ui/PictureDecoder.h"
 
@@ -116,7 +117,18 @@ TEST(Script, BadScriptsAreRefusedWithTheirLine) {
     EXPECT_EQ(patient.steps[0].kind, lh::platform::ScriptStep::Kind::Deadline);
     EXPECT_EQ(patient.steps[0].waitMs, 600000u);
 
-    for (const char* bad : {"jump 1 2", "move 1", "move x y", "click left", "down sideways", "wheel 0",
+    // A verb that a subsystem added: the rest of the line is its own, and
+    // its check may refuse it.
+    lh::platform::ScriptVerbRegistration added{
+        "sing", {[](std::string_view notes) { return notes.empty() ? std::string("sing needs notes") : std::string(); },
+                 nullptr}};
+    lh::platform::ParsedScript sung = parseInputScript("sing  do re mi\n");
+    ASSERT_EQ(sung.steps.size(), 1u) << sung.error;
+    EXPECT_EQ(sung.steps[0].kind, lh::platform::ScriptStep::Kind::Added);
+    EXPECT_EQ(sung.steps[0].name, "sing");
+    EXPECT_EQ(sung.steps[0].arguments, "do re mi");
+
+    for (const char* bad : {"sing", "jump 1 2", "move 1", "move x y", "click left", "down sideways", "wheel 0",
                             "key NoSuchKey", "key a meta", "wait -5", "wait", "screenshot ../x", "quit 1 2",
                             "text", "move 99999 0", "menu 1 2", "menu x 2 Close", "await", "resize 1280", "resize 0 900", "resize a b",
                             "deadline", "deadline 0", "deadline soon"}) {

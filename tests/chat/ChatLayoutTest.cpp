@@ -1,10 +1,13 @@
 // The chat model as tables: wrapping, the measure of a line with label,
 // attachment and text sharing the width, labels with and without a mood,
-// and the 50-line view with a scrolled-back position that stays put.
+// the 50-line view with a scrolled-back position that stays put, and the
+// chat's place in a client area of each height.
 #include <gtest/gtest.h>
 
 #include "ChatTestFont.h"
 #include "chat/ChatLine.h"
+#include "chat/ChatPlacement.h"
+#include "ui/RulesetSettings.h"
 #include "chat/ChatWindow.h"
 #include "render/RecordingRenderContext.h"
 #include "render/RenderContext.h"
@@ -191,6 +194,44 @@ TEST(ChatLayout, TheViewKeepsFiftyLinesAndItsPlace) {
     EXPECT_EQ(window.scrollPosition(), -1);
     window.clear();
     EXPECT_TRUE(window.allLines().empty());
+}
+
+// The default Ruleset's chat in client areas of 768 (as given), 960 (192
+// taller, upwards), and very tall with something above the chat: that stops
+// the rise 10 pixels under the top. Icons by the lines' top rise, the state
+// icon by the entry stays; a chat without a frame rises as far as allowed.
+TEST(ChatLayout, TheChatGrowsUpwardsInATallerClientArea) {
+    ui::ChatWindowSettings s;
+    s.position = {10, 330, 440, 340};
+    s.chatArea = {26, 346, 408, 270};
+    s.entryArea = {26, 626, 378, 26};
+    s.waitIconPosition = {412, 346};
+    s.statePosition = {410, 628};
+    ChatPlacement given = placeChat(s, 768, 330);
+    EXPECT_EQ(given.rise, 0);
+    EXPECT_EQ(given.frame, (render::Rect{10, 330, 450, 670}));
+    EXPECT_EQ(given.area, (render::Rect{26, 346, 434, 616}));
+    ChatPlacement smaller = placeChat(s, 700, 330);
+    EXPECT_EQ(smaller.rise, 0);
+
+    ChatPlacement tall = placeChat(s, 960, 298);
+    EXPECT_EQ(tall.rise, 192);
+    EXPECT_EQ(tall.frame, (render::Rect{10, 138, 450, 670}));
+    EXPECT_EQ(tall.area, (render::Rect{26, 154, 434, 616}));
+    EXPECT_EQ(tall.entry, (render::Rect{26, 626, 404, 652}));
+    EXPECT_EQ(tall.waitIcon.y, 154);
+    EXPECT_EQ(tall.stateIcon.y, 628);
+
+    EXPECT_EQ(placeChat(s, 2000, 298).rise, 288);  // the strip stops 10 under the top
+    EXPECT_EQ(placeChat(s, 2000, 330).rise, 320);
+    EXPECT_EQ(placeChat(s, 2000, 5).rise, 0);
+
+    ui::ChatWindowSettings bare;
+    bare.chatArea = {0, 100, 200, 100};
+    ChatPlacement loose = placeChat(bare, 800, 100);
+    EXPECT_EQ(loose.rise, 32);
+    EXPECT_TRUE(loose.frame.isEmpty());
+    EXPECT_EQ(loose.area, (render::Rect{0, 68, 200, 200}));
 }
 
 }  // namespace

@@ -21,6 +21,9 @@
 #include "render/Bitmap.h"
 #include "render/RenderContext.h"
 #include "support/TestSupport.h"
+#include "../ui/DesktopFixture.h"
+#include "ui/StringControl.h"
+#include "ui/Window.h"
 #include "ui/ChatPort.h"
 #include "ui/Desktop.h"
 #include "ui/DesktopObject.h"
@@ -412,6 +415,63 @@ TEST(ChatWindow, TheHostClearsAndRings) {
     ui::stopSubsystems();
     db::setSessionMode(db::SessionMode::Host);
     ui::identities().clear();
+}
+
+// The Gamemaster's button beside a name field: pressed and let go over it,
+// the field's text becomes an Identity in "npcchatfont" and the active one;
+// let go elsewhere, or over an empty field, none.
+TEST(IdentityActivation, TheHostsButtonMakesAVoiceOfItsField) {
+    test::loadWindowRuleset(R"(<root>
+  <windowclass name="npc">
+    <datasource name="npc"/><defaultsize width="200" height="100"/><defaultposition x="100" y="100"/>
+    <sheetdata>
+      <stringcontrol name="name"><bounds rect="10,10,100,20"/></stringcontrol>
+      <identityactivation><bounds rect="120,10,20,20"/><sourcefield name="name"/><icon normal="open" pressed="openpressed"/></identityactivation>
+    </sheetdata>
+  </windowclass>
+</root>)");
+    net::Session session;
+    session.becomeHost();
+    db::setSessionMode(db::SessionMode::Host);
+    db::DbNode* before = ui::desktop().root;
+    ui::desktop().root = &db::rootNode();
+    ui::startSubsystems({db::SessionMode::Host, ui::desktop(), &session, nullptr});
+    ui::Window* npc = ui::desktop().OpenWindow(*ui::findWindowClass("npc"), "00001");
+    ASSERT_TRUE(npc);
+    ui::Control* button = nullptr;
+    for (const auto& control : npc->controls) {
+        if (dynamic_cast<IdentityActivation*>(control.get())) button = control.get();
+    }
+    ASSERT_TRUE(button);
+    auto* name = dynamic_cast<ui::StringControl*>(npc->FindControl("name"));
+    ASSERT_TRUE(name);
+    int32_t x, y;
+    button->GetOrigin(x, y);
+    auto press = [&](int32_t upX) {
+        button->MouseButton(ui::mouse::kLeftDown, 0, ui::mouse::pack(x + 5, y + 5));
+        button->MouseButton(ui::mouse::kLeftUp, 0, ui::mouse::pack(upX, y + 5));
+    };
+    const size_t voices = ui::identities().all().size();
+    press(x + 5);  // an empty field names nobody
+    EXPECT_EQ(ui::identities().all().size(), voices);
+    name->value().set("Innkeeper");
+    press(x + 500);  // let go away from the button
+    EXPECT_EQ(ui::identities().all().size(), voices);
+    press(x + 5);
+    ASSERT_TRUE(ui::activeIdentity());
+    EXPECT_EQ(ui::activeIdentity()->name, "Innkeeper");
+    EXPECT_EQ(ui::activeIdentity()->fontName, "npcchatfont");
+    EXPECT_EQ(ui::identities().all().size(), voices + 1);
+    press(x + 5);  // the same name again picks it, and makes no second
+    EXPECT_EQ(ui::identities().all().size(), voices + 1);
+
+    while (!ui::desktop().windows.empty()) ui::desktop().Remove(ui::desktop().windows.back().get());
+    ui::desktop().CollectClosed();
+    ui::stopSubsystems();
+    ui::identities().clear();
+    ui::desktop().root = before;
+    db::clearTree();
+    ui::clearRuleset();
 }
 
 }  // namespace

@@ -8,12 +8,18 @@
 #include <map>
 
 #include "../render/GlFixture.h"
+#include "app/Frame.h"
 #include "dice/DiceDrawing.h"
+#include "dice/DiceScene.h"
 #include "dice/DiceWorld.h"
 #include "dice/DieMeshes.h"
 #include "dice/DieResult.h"
 #include "render/FreeTypeFont.h"
+#include "platform/Platform.h"
+#include "platform/Window.h"
+#include "render/Bitmap.h"
 #include "render/RenderContext.h"
+#include "ui/FrameLayers.h"
 #include "ui/DieType.h"
 
 namespace lh::dice {
@@ -217,6 +223,108 @@ TEST_F(DiceDrawingTest, AResultBoxDrawsItsTotalInGrey) {
     const int split = left + font->MeasureText("+2", 2).width;
     EXPECT_TRUE(test::near(test::brightestIn(s, kWidth, left, 0, split, 40), 0xFFFFFFFFu, 2));
     EXPECT_TRUE(test::near(test::brightestIn(s, kWidth, split, 0, kWidth, 40), 0xFFAFAFAFu, 2));
+}
+
+// The real frame at 1024 x 768 over a patterned Desktop, where a stale
+// pixel would show.
+class DiceFrameTest : public ::testing::Test {
+protected:
+    static constexpr int kWide = 1024, kHigh = 768;
+    void SetUp() override {
+        std::string error;
+        ASSERT_TRUE(platform::initialize(error)) << error;
+        window.reset(platform::Window::create("dice frame", kWide, kHigh));
+        ASSERT_TRUE(window);
+        ASSERT_EQ(render::GraphicsDevice::Get().Create(*window), 0);
+        std::vector<uint32_t> tile(97 * 61);
+        for (uint32_t i = 0; i < tile.size(); ++i) tile[i] = 0xFF000000u | (i * 2654435761u >> 8);
+        desktop.LoadFromPixels(97, 61, tile.data());
+        app::setDesktopImage(&desktop);
+    }
+    void TearDown() override {
+        app::setDesktopImage(nullptr);
+        render::GraphicsDevice::Get().Destroy();
+        window.reset();
+        platform::shutdown();
+    }
+    static std::vector<uint32_t> picture() {
+        std::vector<uint32_t> px;
+        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, kWide, kHigh}, px);
+        return px;
+    }
+
+    std::unique_ptr<platform::Window> window;
+    render::Bitmap desktop;
+};
+
+// A roll drawn frame by frame, each frame redrawing only around the dice
+// that changed, leaves the same picture as a frame that redraws all: the
+// boxes hold every die and shadow where it was and where it is, through a
+// hand of dice carried high over the table and thrown, and a roll of
+// twenty-four from elsewhere, some of them the Gamemaster's (shadows only).
+TEST_F(DiceFrameTest, FramesOfRollingDiceRedrawnAroundThemMatchAFullRedraw) {
+    render::GraphicsDevice& device = render::GraphicsDevice::Get();
+    DiceArt art = makeDiceArt();
+    render::DiceRenderer renderer;
+    renderer.SetContent(std::move(art.meshes), std::move(art.numerals));
+    ASSERT_TRUE(renderer.IsReady());
+    DiceScene::Hooks hooks;
+    hooks.invalidate = [&device](const render::Rect* r) { device.Invalidate(r); };
+    seedRandom(3);
+    DiceScene scene(false, kWide, kHigh, render::Rect{10, 330, 450, 670}, std::move(hooks));
+    platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DiceScene, [&](render::RenderContext&) {
+        std::vector<render::DieDrawItem> items = drawItemsOf(scene.world(), scene.isHost());
+        renderer.Draw(scene.camera(), items);
+    });
+    double now = 1.0;
+    scene.Advance(now);
+    device.Invalidate(nullptr);
+    app::DrawFrame();
+
+    std::vector<uint8_t> body;
+    for (int j = 0; j < 24; ++j) {
+        ThrowStart s;
+        s.shape = j % kShapeCount;
+        s.colorFlags = j % 3 == 0 ? kGamemasterDice | kWhiteNumerals : kWhiteNumerals;
+        s.bodyColor = 0xFF000000u | uint32_t(j) * 0x0A1B2Cu;
+        s.orientation = rotationYawPitchRoll(0.7f * float(j), 1.1f + 0.4f * float(j), 0.0f);
+        s.center = Vec3{-17.0f + 1.5f * float(j % 8), -8.0f + 3.0f * float(j / 8), -5.0f};
+        s.velocity = Vec3{0.5f - 0.04f * float(j), 0.35f, 0.0f};
+        appendThrowRecord(body, s);
+    }
+    // The d20 from its home, five more in the hand, carried up to the chat.
+    const glm::vec3 home = scene.project(scene.world().dice()[0]->center);
+    ASSERT_EQ(scene.Mouse(int32_t(home.x), int32_t(home.y), MousePhase::PressOrMove, false), 1);
+    for (int i = 0; i < 5; ++i) scene.AddDie(-1);
+
+    int compared = 0, small = 0;
+    for (int frame = 1; frame <= 150; ++frame) {
+        now += 1.0 / 60.0;
+        if (frame < 30) scene.Mouse(int32_t(home.x) - 8 * frame, int32_t(home.y) - 7 * frame, MousePhase::PressOrMove, false);
+        if (frame == 30) scene.Mouse(int32_t(home.x) - 240, int32_t(home.y) - 210, MousePhase::ReleaseThrow, false);
+        if (frame == 10) {
+            ASSERT_EQ(scene.ReceiveRoll(body.data(), body.size()), "");
+        }
+        scene.Advance(now);
+        const render::Rect dirty = device.DirtyRect();
+        small += !dirty.isEmpty() && dirty.width() * dirty.height() < kWide * kHigh / 2;
+        app::DrawFrame();
+        if (frame % 15 != 0) continue;
+        const std::vector<uint32_t> partial = picture();
+        device.Invalidate(nullptr);
+        app::DrawFrame();
+        const std::vector<uint32_t> full = picture();
+        ASSERT_EQ(partial.size(), full.size());
+        int differ = 0, firstX = -1, firstY = -1;
+        for (size_t i = 0; i < full.size(); ++i) {
+            if (partial[i] == full[i]) continue;
+            if (differ++ == 0) firstX = int(i % kWide), firstY = int(i / kWide);
+        }
+        EXPECT_EQ(differ, 0) << "frame " << frame << ", first at (" << firstX << ", " << firstY << ")";
+        ++compared;
+    }
+    EXPECT_EQ(compared, 10);
+    EXPECT_GT(small, 60);  // most frames of the roll redraw less than half the screen
 }
 
 }  // namespace

@@ -10,11 +10,14 @@
 #include <chrono>
 #include <memory>
 #include <csignal>
+#include <cstdio>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "dice/DiceScene.h"
+#include "dice/ThrowRecord.h"
 #include "support/TestSupport.h"
 #include "ui/PictureDecoder.h"
 
@@ -234,6 +237,89 @@ TEST(DiceProcess, WhispersGoBothWaysAndNightTintsThePlayersDesktop) {
     EXPECT_NEAR(channel(night, 16), channel(day, 16) * 0xA4 / 255, 3) << std::hex << day << " " << night;
     EXPECT_NEAR(channel(night, 8), channel(day, 8) * 0xB8 / 255, 3) << std::hex << day << " " << night;
     EXPECT_NEAR(channel(night, 0), channel(day, 0), 3) << std::hex << day << " " << night;
+}
+
+// Two dice thrown from exactly these numbers over the default Ruleset's
+// chat, as 108-byte records in hexadecimal for the script's "throw".
+std::vector<uint8_t> twoThrowRecords() {
+    std::vector<uint8_t> body;
+    dice::ThrowStart d20;
+    d20.shape = dice::kShapeD20;
+    d20.bodyColor = 0xFF2A0070u;
+    d20.colorFlags = 1;  // white numerals, a player's dice
+    d20.orientation = dice::rotationYawPitchRoll(0.7f, 1.9f, 0.3f);
+    d20.center = dice::Vec3{-12.5f, -3.25f, -5.0f};
+    d20.velocity = dice::Vec3{0.41f, 0.27f, 0.0f};
+    dice::appendThrowRecord(body, d20);
+    dice::ThrowStart d6 = d20;
+    d6.shape = dice::kShapeD6;
+    d6.orientation = dice::rotationYawPitchRoll(2.3f, 0.4f, 1.1f);
+    d6.center = dice::Vec3{-9.75f, -6.5f, -5.0f};
+    d6.velocity = dice::Vec3{-0.2f, 0.33f, 0.0f};
+    dice::appendThrowRecord(body, d6);
+    return body;
+}
+
+std::string hexOf(const std::vector<uint8_t>& bytes) {
+    static const char digits[] = "0123456789abcdef";
+    std::string hex;
+    for (uint8_t b : bytes) hex += {digits[b >> 4], digits[b & 15]};
+    return hex;
+}
+
+// The roll played here from its records, as a receiver plays it: the trace
+// line of each die as it comes to rest (" die stopped SHAPE VALUE X Y Z").
+std::vector<std::string> replayHere(const std::vector<uint8_t>& records) {
+    std::vector<std::string> stops;
+    const dice::DiceWorld* world = nullptr;
+    dice::DiceScene::Hooks hooks;
+    hooks.dieStopped = [&stops, &world](const dice::DieBody& die, int32_t value) {
+        // Not a permanent die settling at home.
+        if (!world || (die.shape < dice::kPermanentDice && &die == world->dice()[size_t(die.shape)].get())) return;
+        char line[160];
+        std::snprintf(line, sizeof line, " die stopped %d %d %a %a %a", die.shape, value, double(die.center.x),
+                      double(die.center.y), double(die.center.z));
+        stops.emplace_back(line);
+    };
+    dice::DiceScene scene(false, 1024, 768, render::Rect{10, 330, 450, 670}, std::move(hooks));
+    world = &scene.world();
+    EXPECT_EQ(scene.ReceiveRoll(records.data(), records.size()), "");
+    for (int step = 0; step < 2 * dice::kMaxStepsPerThrow && stops.size() < 2; ++step) scene.world().Step();
+    return stops;
+}
+
+// A roll thrown by the test driver from given records: the player's own
+// result, the Gamemaster's play of it and a replay in this process agree
+// on every die's face and resting place, bit for bit.
+TEST(DiceProcess, AThrowFromRecordsReplaysAlikeEverywhere) {
+    const std::vector<uint8_t> records = twoThrowRecords();
+    const std::vector<std::string> replayed = replayHere(records);
+    ASSERT_EQ(replayed.size(), 2u);
+
+    TwoMachines m;
+    std::string why;
+    ASSERT_TRUE(m.start("await received IDENQ\nwait 60000\nquit 0\n",
+                        "await frame\nawait received IDENR\nthrow " + hexOf(records) + "\nwait 60000\nquit 0\n",
+                        why))
+        << why;
+    ChildProcess &host = *m.hostProgram, &client = *m.clientProgram;
+    ASSERT_TRUE(waitFor(m.clientTrace, " dice result ", client)) << readFile(m.clientTrace) << client.errors();
+    ASSERT_TRUE(waitFor(m.hostTrace, " dice received 2\n", host)) << readFile(m.hostTrace) << host.errors();
+    for (const std::string& stop : replayed) {
+        EXPECT_TRUE(waitFor(m.clientTrace, stop + "\n", client)) << stop << "\n" << readFile(m.clientTrace);
+        EXPECT_TRUE(waitFor(m.hostTrace, stop + "\n", host)) << stop << "\n" << readFile(m.hostTrace);
+    }
+    // The thrower's result reads the faces in the order the dice stopped.
+    auto faceOf = [](const std::string& stop) {
+        std::istringstream words(stop);
+        std::string die, stopped, shape, value;
+        words >> die >> stopped >> shape >> value;
+        return std::string(shape == "0" ? "d20=" : "d6=") + value;
+    };
+    EXPECT_NE(findEvent(readFile(m.clientTrace), " dice result " + faceOf(replayed[0]) + "," + faceOf(replayed[1]) + ":0\n"),
+              std::string::npos)
+        << readFile(m.clientTrace);
+    EXPECT_EQ(findEvent(readFile(m.hostTrace), " dice result "), std::string::npos);  // the player's roll
 }
 
 }  // namespace

@@ -107,6 +107,31 @@ TEST_F(DiceSceneTest, StartUpDiceLieAtHomeAndAClickOnEachGrabsIt) {
     EXPECT_EQ(scene.Mouse(5, 5, MousePhase::PressOrMove, false), 0);
 }
 
+// The scene steps by 0.006 s of the clock, however the frames fall; the
+// view's rectangle follows the back buffer, the roll area stays where the
+// chat was first.
+TEST_F(DiceSceneTest, StepsFollowTheClockAndTheBoundsTheCamera) {
+    Seen seen;
+    DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
+    scene.Advance(10.0);
+    const uint64_t before = scene.stepsRun;
+    for (int frame = 1; frame <= 37; ++frame) scene.Advance(10.0 + 0.6 * frame / 37);
+    EXPECT_GE(scene.stepsRun - before, 99u);
+    EXPECT_LE(scene.stepsRun - before, 100u);
+
+    const Bounds view = scene.world().viewBounds, roll = scene.world().rollBounds;
+    EXPECT_EQ(view.left, -19.5f);
+    EXPECT_EQ(view.top, 15.234375f);
+    EXPECT_EQ(view.right, scene.nearPicture(1024, 768).x);
+    EXPECT_EQ(view.bottom, scene.nearPicture(1024, 768).y);
+    EXPECT_EQ(roll.left, scene.nearPicture(kChat.left, kChat.top).x);
+    EXPECT_EQ(roll.bottom, scene.nearPicture(kChat.right, kChat.bottom).y);
+    scene.SetCamera(1280, 900);
+    EXPECT_EQ(scene.world().viewBounds.right, scene.nearPicture(1280, 900).x);
+    EXPECT_EQ(scene.world().rollBounds.right, roll.right);
+    EXPECT_EQ(scene.camera().viewport.width, 1280);
+}
+
 TEST_F(DiceSceneTest, TheHandHoldsRingsOfDiceUpToThirty) {
     Seen seen;
     DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
@@ -147,6 +172,11 @@ TEST_F(DiceSceneTest, AThrowOverTheChatIsReadInStopOrderAndPlaysAlikeElsewhere) 
     carry(scene, now, kShapeD20, {{500, 600}, {400, 560}, {300, 520}, {200, 500}}, MousePhase::ReleaseThrow, 3);
     ASSERT_EQ(thrower.sent.size(), 1u);
     ASSERT_EQ(thrower.sent[0].size(), 4 * kThrowRecordSize);
+    // The mouse went left and up the screen: so do the dice.
+    for (const ThrowStart& s : decodeThrowRecords(thrower.sent[0].data(), thrower.sent[0].size()).starts) {
+        EXPECT_LT(s.velocity.x, 0.0f);
+        EXPECT_GT(s.velocity.y, 0.0f);
+    }
     EXPECT_EQ(receiver.ReceiveRoll(thrower.sent[0].data(), thrower.sent[0].size()), "");
     settle(scene, now);
     settle(receiver, otherNow);
@@ -187,6 +217,31 @@ TEST_F(DiceSceneTest, AThrowOverTheChatIsReadInStopOrderAndPlaysAlikeElsewhere) 
     EXPECT_EQ(receiver.world().dice().size(), 6u);
 }
 
+// Ctrl held at the release spins a single die on the spot; a hand of more
+// than one rolls all the same.
+TEST_F(DiceSceneTest, CtrlSpinsASingleDieOnly) {
+    Seen seen;
+    DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
+    double now = 1.0;
+    settle(scene, now);
+    for (int extra : {0, 1}) {
+        glm::vec3 p = pixelOf(scene, kShapeD12);
+        ASSERT_EQ(scene.Mouse(int32_t(p.x), int32_t(p.y), MousePhase::PressOrMove, false), 1);
+        for (int i = 0; i < extra; ++i) scene.AddDie(-1);
+        now += 0.1;
+        scene.Mouse(200, 500, MousePhase::PressOrMove, false);
+        scene.Advance(now);
+        scene.Mouse(200, 500, MousePhase::ReleaseThrow, true);
+        ASSERT_EQ(seen.sent.size(), size_t(extra + 1));
+        DecodedThrows thrown = decodeThrowRecords(seen.sent.back().data(), seen.sent.back().size());
+        ASSERT_EQ(thrown.starts.size(), size_t(extra + 1));
+        for (const ThrowStart& s : thrown.starts) EXPECT_EQ(s.mode, extra == 0 ? kThrowSpin : kThrowRolling);
+        settle(scene, now);
+        scene.Arrange(false);
+        settle(scene, now);
+    }
+}
+
 TEST_F(DiceSceneTest, HostRollsAreSecretAndPercentileAddsUp) {
     Seen seen;
     DiceScene scene(true, 1024, 768, kChat, hooksFor(seen));
@@ -215,6 +270,39 @@ TEST_F(DiceSceneTest, HostRollsAreSecretAndPercentileAddsUp) {
     scene.RollCount(5, int32_t(p.x), int32_t(p.y), 600, 300);
     EXPECT_EQ(scene.world().heldCount, 5);
     scene.Mouse(600, 300, MousePhase::Release, false);
+}
+
+// A roll thrown from given records is this user's own: sent as played
+// (a centre beyond the roll area clamped as receivers clamp it) and read.
+TEST_F(DiceSceneTest, ARollFromRecordsIsThrownSentAndRead) {
+    Seen seen;
+    DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));
+    double now = 1.0;
+    settle(scene, now);
+    ThrowStart start;
+    start.shape = kShapeD8;
+    start.colorFlags = kWhiteNumerals;
+    start.center = {-10.0f, 40.0f, -5.0f};
+    start.velocity = {0.2f, -0.1f, 0.0f};
+    std::vector<uint8_t> body;
+    appendThrowRecord(body, start);
+    EXPECT_NE(scene.ThrowRecorded(body.data(), 0), "");
+    ThrowStart bad = start;
+    bad.shape = 9;
+    std::vector<uint8_t> hostile;
+    appendThrowRecord(hostile, bad);
+    EXPECT_NE(scene.ThrowRecorded(hostile.data(), hostile.size()), "");
+    EXPECT_TRUE(seen.sent.empty());
+
+    ASSERT_EQ(scene.ThrowRecorded(body.data(), body.size()), "");
+    ASSERT_EQ(seen.sent.size(), 1u);
+    DecodedThrows sent = decodeThrowRecords(seen.sent[0].data(), seen.sent[0].size());
+    ASSERT_EQ(sent.starts.size(), 1u);
+    EXPECT_EQ(sent.starts[0].center.y, scene.world().rollBounds.top - 1.0f);
+    settle(scene, now);
+    ASSERT_EQ(seen.results.size(), 1u);
+    EXPECT_EQ(seen.results[0]->dice[0]->name, "d8");
+    EXPECT_EQ(seen.results[0]->throwRecords, seen.sent[0]);
 }
 
 TEST_F(DiceSceneTest, HostileRollMessagesAreRefused) {

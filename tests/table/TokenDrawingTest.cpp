@@ -3,13 +3,19 @@
 // overlap; tokens draw from the page (shadow, then picture) in their order,
 // and turned copies and pictures too big to pack draw from their own. On
 // the real device: a crowd of tokens costs one draw call per page however
-// many there are, and looks exactly as when each picture is drawn alone.
+// many there are, and looks exactly as when each picture is drawn alone;
+// the squares a pointer lights, however many, cost one draw too.
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+#include <utility>
 
 #include "render/GlFixture.h"
 #include "render/Pipeline2D.h"
 #include "render/RecordingRenderContext.h"
 #include "render/RenderContext.h"
+#include "table/PointerDrawing.h"
 #include "table/TokenDrawing.h"
 
 using namespace lh::table;
@@ -138,8 +144,10 @@ protected:
             board.AddToken(key, *defs[size_t(i) % defs.size()], (i * 37) % (kWidth - 8), (i * 53) % (kHeight - 8), 0);
     }
 
-    // One frame of the window's tokens; the draw calls they took.
-    uint64_t drawTokens(TokenAtlas& atlas) {
+    // One frame of what `draw` draws; the draw calls it took, from what
+    // `ground` drew before it apart.
+    uint64_t countedFrame(const std::function<void(lh::render::RenderContext&)>& draw,
+                          const std::function<void(lh::render::RenderContext&)>& ground = {}) {
         auto& device = lh::render::GraphicsDevice::Get();
         const Rect all{0, 0, kWidth, kHeight};
         uint64_t draws = 0;
@@ -149,15 +157,21 @@ protected:
             context.SetClipRect(all);
             context.BeginScene();
             device.SetDepthTest(false);
+            if (ground) ground(context);
             device.pipeline().flush();
             const uint64_t before = device.pipeline().drawCalls();
-            drawWindowTokens(board, key, atlas, context, 0xFFFFFFFF);
+            draw(context);
             device.pipeline().flush();
             draws = device.pipeline().drawCalls() - before;
             context.EndScene();
         }
         device.Present(all);
         return draws;
+    }
+
+    // One frame of the window's tokens; the draw calls they took.
+    uint64_t drawTokens(TokenAtlas& atlas) {
+        return countedFrame([&](lh::render::RenderContext& c) { drawWindowTokens(board, key, atlas, c, 0xFFFFFFFF); });
     }
 };
 
@@ -214,4 +228,36 @@ TEST_F(TokenDrawingOnDevice, PicturesOverManyPagesCostADrawPerPage) {
             if ((packed.slotOf(*d).page == packed.slotOf(*defs[0]).page) == (round == 0))
                 for (int i = 0; i < 10; ++i) board.AddToken(key, *d, i * 7, i * 5, 0);
     EXPECT_EQ(drawTokens(packed), 2u);
+}
+
+TEST_F(TokenDrawingOnDevice, ThePointersLitSquaresCostOneDraw) {
+    // A grid of 10 pixels over the whole window, the shapes drawn from its
+    // middle; a grey ground shows the shade.
+    const GridView grid{10, 0, 0, 0, 0, kWidth, kHeight};
+    const std::pair<int32_t, IntPoint> shapes[] = {{kCircle, {105, 60}}, {kCone, {80, 20}}, {kSquare, {80, 95}}};
+    LitSquares squares;
+    for (const auto& [kind, end] : shapes) {
+        const std::vector<IntPoint> cells = litCells(grid, kind, IntPoint{80, 60}, end);
+        ASSERT_GT(cells.size(), 4u) << kind;
+        const Rect all{0, 0, kWidth, kHeight};
+        bool drawn = false;
+        const uint64_t draws = countedFrame(
+            [&](lh::render::RenderContext& c) { drawn = squares.draw(c, grid.gridSize, 0, 0, cells, all); },
+            [](lh::render::RenderContext& c) { c.DrawRect(0, 0, kWidth, kHeight, 0x808080, true); });
+        ASSERT_TRUE(drawn);
+        EXPECT_EQ(draws, 1u) << kind << ": " << cells.size() << " squares";
+
+        // Each lit square is shaded to its edges, and nothing else is.
+        const auto px = screen();
+        std::set<std::pair<int, int>> lit;
+        for (IntPoint c : cells) lit.insert({c.x, c.y});
+        for (int y = 0; y < kHeight; y += 10)
+            for (int x = 0; x < kWidth; x += 10) {
+                const bool shaded = lit.count({x, y}) != 0;
+                for (auto [dx, dy] : {std::pair{0, 0}, {9, 9}, {5, 2}}) {
+                    const uint32_t p = at(px, x + dx, y + dy) & 0xFFFFFF;
+                    EXPECT_EQ(p < 0x707070u, shaded) << kind << " at " << x + dx << "," << y + dy << std::hex << " " << p;
+                }
+            }
+    }
 }

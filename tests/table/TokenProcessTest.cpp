@@ -2,13 +2,23 @@
 // by scripts and read back from their traces and screenshots. Every test
 // shares the set-up below: the host opens the first map and shares it, the
 // player takes a character and receives the map, and both open the bag.
-//  - Drops, moves, proposals, "Accept Move" and drags off the map agree.
+//  - Drops, moves, proposals, "Accept Move" and drags off the map agree;
+//    a token dragged off stays on the dragging user's Desktop alone.
 //  - Turns agree (the wrap from 7 to 0 included), and a map closed for all
 //    and opened again gives its tokens back, turned and in place, on both.
 //  - A player who joins late gets the tokens of a map he has not seen,
 //    fetches the picture he lacks and draws it where the host does.
+//  - The token menus: the host locks and unlocks, a player deletes one
+//    (and has no "Delete All Tokens"), the host deletes the rest.
+//  - Forged requests from a peer speaking by hand: a pointer in another's
+//    name, unsafe picture names, a far anchor, a wild turn byte, unknown
+//    ids and a short body change nothing they must not.
 //  - A circle pointer lights the same squares on both screens; a click
 //    without a move and "Remove Pointer" take pointers away for everybody.
+//  - A colour picked on the player's palette colours his pointer and his
+//    mark in the host's strip at once, though the pointer did not move.
+//  - With a second player: a player's pointer goes from every screen when
+//    he leaves, and a map closed and opened again shows no old pointer.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -20,6 +30,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/RawPeer.h"
 #include "support/TestSupport.h"
 #include "ui/PictureDecoder.h"
 
@@ -119,41 +130,63 @@ const std::string kHostOpensBag = "click left 976 474\nawait window opened token
 const std::string kClientOpensBag = "click left 976 264\nawait window opened tokenbag\n";
 std::string clientTakesMap() { return lh::test::newCharacterSteps("Ann") + "await map image.00001.image arrived\n"; }
 
-// The host "Boss" and the player "Ann", each in a working directory of its
-// own, playing their scripts; then their traces.
+// The host "Boss" and the player "Ann", and in some tests a second player
+// "Bob", each in a working directory and a config folder of its own (the
+// colours a player picks stay his), playing their scripts; then their
+// traces.
 class Table {
 public:
-    TempDir hostDir, clientDir;
+    TempDir hostDir, clientDir, secondDir;
 
     // The host starts at once; the player once the host's trace holds
-    // `clientAfter` (its first frame by default).
+    // `clientAfter` (its first frame by default); the second player, if he
+    // has a script, once the host has the first player's join.
     void play(const std::string& hostScript, const std::string& clientScript,
-              const std::string& clientAfter = " frame") {
+              const std::string& clientAfter = " frame", const std::string& secondScript = "") {
         const uint16_t port = lh::test::freeTcpPort();
         const fs::path hostTrace = hostDir.path() / "trace.txt", clientTrace = clientDir.path() / "trace.txt";
+        const fs::path secondTrace = secondDir.path() / "trace.txt";
         writeFile(hostDir.path() / "host.txt", hostScript);
         writeFile(clientDir.path() / "client.txt", clientScript);
+        writeFile(secondDir.path() / "client.txt", secondScript);
+        auto environment = [](const TempDir& dir) {
+            return std::vector<std::string>{"LOREHAVEN_TRACE=" + (dir.path() / "trace.txt").string(),
+                                            "LOREHAVEN_CONFIG_DIR=" + (dir.path() / "config").string()};
+        };
         ChildProcess host(program(),
                           {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user",
                            "Boss", "p" + std::to_string(port), "--script", (hostDir.path() / "host.txt").string()},
-                          {"LOREHAVEN_TRACE=" + hostTrace.string()});
+                          environment(hostDir));
         ASSERT_TRUE(waitForFile(hostTrace, clientAfter, host)) << host.errors() << readFile(hostTrace);
-        ChildProcess client(program(),
-                            {"--workdir", clientDir.str(), "--join", "127.0.0.1", "--user", "Ann",
-                             "p" + std::to_string(port), "--script", (clientDir.path() / "client.txt").string()},
-                            {"LOREHAVEN_TRACE=" + clientTrace.string()});
-        EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(clientTrace);
+        auto join = [&](const TempDir& dir, const std::string& user) {
+            return std::make_unique<ChildProcess>(
+                program(),
+                std::vector<std::string>{"--workdir", dir.str(), "--join", "127.0.0.1", "--user", user,
+                                         "p" + std::to_string(port), "--script", (dir.path() / "client.txt").string()},
+                environment(dir));
+        };
+        std::unique_ptr<ChildProcess> client = join(clientDir, "Ann"), second;
+        if (!secondScript.empty()) {
+            ASSERT_TRUE(waitForFile(hostTrace, "received IDLSQ", host)) << host.errors() << readFile(hostTrace);
+            second = join(secondDir, "Bob");
+        }
+        EXPECT_EQ(client->wait(180s), 0) << client->errors() << readFile(clientTrace);
+        if (second) {
+            EXPECT_EQ(second->wait(180s), 0) << second->errors() << readFile(secondTrace);
+        }
         EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
         hostText = readFile(hostTrace);
         clientText = readFile(clientTrace);
+        if (second) secondText = readFile(secondTrace);
         h = tokenLines(hostText);
         c = tokenLines(clientText);
     }
 
     lh::ui::PixelImage hostShot(const std::string& name) const { return shot(hostDir.path() / (name + ".png")); }
     lh::ui::PixelImage clientShot(const std::string& name) const { return shot(clientDir.path() / (name + ".png")); }
+    lh::ui::PixelImage secondShot(const std::string& name) const { return shot(secondDir.path() / (name + ".png")); }
 
-    std::string hostText, clientText;
+    std::string hostText, clientText, secondText;
     std::vector<TokenLine> h, c;
 
 private:
@@ -206,6 +239,7 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
                    "wait 300\n" +
                    drag(600, 450, 880, 700) +  // the player's token off the map
                    "wait 300\n"
+                   "screenshot off\n"
                    "menu 500 450 Close For All\n"
                    "wait 2000\n"
                    "quit 0\n",
@@ -221,6 +255,8 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
                    "await token TOKPR\n"  // the proposal comes back
                    "await token TOKPR\n"  // and is accepted
                    "await token TOKDR\n"
+                   "wait 300\n"
+                   "screenshot off\n"
                    "await window closed imagewindow\n"
                    "quit 0\n");
     const std::string& hostText = table.hostText;
@@ -289,6 +325,13 @@ TEST(TokenProcess, DropMoveProposeAcceptAndDragOffAgreeOnBothSides) {
     auto deleted = about(c, "TOKDR", 2);
     ASSERT_EQ(deleted.size(), 1u) << clientText;
     EXPECT_TRUE(deleted[0].gone);
+    // The host keeps it on his Desktop where he let it go, the player not.
+    auto hostOff = table.hostShot("off"), clientOff = table.clientShot("off");
+    int differ = 0;
+    for (int dy = -12; dy <= 12; dy += 2)
+        for (int dx = -12; dx <= 12; dx += 2) differ += at(hostOff, 880 + dx, 700 + dy) != at(clientOff, 880 + dx, 700 + dy);
+    EXPECT_GT(differ, 40);
+    EXPECT_EQ(at(hostOff, 700, 740), at(clientOff, 700, 740));  // the Desktop beside it
 }
 
 TEST(TokenProcess, TurnsAgreeAndAReopenedMapGivesItsTokensBack) {
@@ -493,4 +536,247 @@ TEST(TokenProcess, PointersLightTheSameSquaresOnBothAndGoAway) {
     EXPECT_NE(table.clientText.find("pointer Boss kind 0 on"), std::string::npos);
     EXPECT_NE(table.hostText.find("pointer Ann kind 4 on imagewindow 00001"), std::string::npos);
     EXPECT_NE(table.hostText.find("pointer Ann kind 0 on"), std::string::npos);
+}
+
+TEST(TokenProcess, APlayersPaletteColoursHisPointerAndHisMarkOnEveryScreen) {
+    Table table;
+    // The palette opens at (302, 170); its cells are 22 x 17 pixels from
+    // (336, 246); the sixth row's twelfth is a strong green.
+    const uint32_t green = 0x00E21F;  // 0x00BBGGRR
+    const std::string pickGreen = "click left 588 338\n";
+    table.play(kHostSharesMap +
+                   "await pointer Ann kind 1\n"  // the player's arrow, red
+                   "wait 300\n"
+                   "screenshot red\n"
+                   "menu 500 400 Pointers/Draw Arrow\n" +
+                   drag(420, 520, 480, 520) +  // tells the player to go on
+                   "await pointer Ann color 00E21F\n"
+                   "wait 300\n"
+                   "screenshot green\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() + "menu 500 400 Pointers/Draw Arrow\n" + drag(262, 300, 298, 300) +
+                   "await pointer Boss kind 1\n"
+                   "move 40 40\n"  // the strip's menu is of the place under the mouse
+                   "menu 40 40 Select Colors\n"
+                   "await window opened colorselection\n" +
+                   pickGreen +
+                   "wait 300\n"
+                   "screenshot own\n"
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    ASSERT_NE(table.clientText.find("pointer Ann color 00E21F"), std::string::npos) << table.clientText;
+
+    // The arrow's body: red before the pick, then green on the host,
+    // though the arrow did not move; green on the player's own screen.
+    auto red = table.hostShot("red"), host = table.hostShot("green"), own = table.clientShot("own");
+    const uint32_t rgb = (green & 0xFF) << 16 | (green & 0xFF00) | (green >> 16 & 0xFF);
+    EXPECT_EQ(at(red, 275, 300), 0xFF0000u) << std::hex << at(red, 275, 300);
+    EXPECT_EQ(at(host, 275, 300), rgb) << std::hex << at(host, 275, 300);
+    EXPECT_EQ(at(own, 275, 300), rgb) << std::hex << at(own, 275, 300);
+
+    // The host's strip marks the player's character with a gem in his
+    // colour, at the top left of its portrait: red, then green.
+    auto gem = [](const lh::ui::PixelImage& p, bool wantGreen) {
+        int count = 0;
+        for (int y = 10; y < 40; ++y)
+            for (int x = 16; x < 46; ++x) {
+                const uint32_t c = at(p, x, y);
+                const int r = int(c >> 16 & 0xFF), g = int(c >> 8 & 0xFF);
+                count += wantGreen ? g > r + 100 : r > g + 100;
+            }
+        return count;
+    };
+    EXPECT_GT(gem(red, false), 10);
+    EXPECT_EQ(gem(red, true), 0);
+    EXPECT_GT(gem(host, true), 10);
+    EXPECT_EQ(gem(host, false), 0);
+}
+
+TEST(TokenProcess, APointerGoesWhenItsUserLeavesOrItsWindowCloses) {
+    Table table;
+    const std::string bothTakeMap = "await received IDLSQ\nawait received IDLSQ\n" + kHostOpensMap +
+                                    "menu 500 400 Share Sheet\n"
+                                    "await received IMGAR\n"
+                                    "await received IMGAR\n";
+    table.play(bothTakeMap +
+                   "await pointer Ann kind 1\n"
+                   "wait 300\n"
+                   "screenshot before\n"
+                   "await pointer Ann left\n"
+                   "wait 300\n"
+                   "screenshot after\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 500\n" +
+                   kHostOpensMap + "menu 500 400 Share Sheet\n"
+                   "await pointer Bob kind 1\n"
+                   "await pointer Bob kind 1\n"  // the player has the map again
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() + "menu 500 400 Pointers/Draw Arrow\n" + drag(400, 300, 480, 300) +
+                   "await pointer Bob kind 1\n"  // the other player saw it
+                   "quit 0\n",
+               " frame",
+               lh::test::newCharacterSteps("Bob") +
+                   "await map image.00001.image arrived\n"
+                   "await pointer Ann kind 1\n"
+                   "wait 300\n"
+                   "screenshot before\n"
+                   "menu 500 400 Pointers/Draw Arrow\n" +
+                   drag(400, 520, 480, 520) +
+                   "await pointer Ann left\n"
+                   "wait 300\n"
+                   "screenshot after\n"
+                   "await window closed imagewindow\n"
+                   "await window opened imagewindow\n"
+                   "await window opened imagewindow\n"
+                   "wait 300\n"
+                   "screenshot reopened\n"
+                   "menu 500 400 Pointers/Draw Arrow\n" +
+                   drag(400, 560, 480, 560) +
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    // Ann's departure reached the host and the player who stayed.
+    ASSERT_NE(table.hostText.find("pointer Ann left"), std::string::npos) << table.hostText;
+    ASSERT_NE(table.secondText.find("pointer Ann left"), std::string::npos) << table.secondText;
+
+    // Her arrow was red on both screens, and is gone from both.
+    auto hostBefore = table.hostShot("before"), hostAfter = table.hostShot("after");
+    auto bobBefore = table.secondShot("before"), bobAfter = table.secondShot("after");
+    EXPECT_EQ(at(hostBefore, 440, 300), 0xFF0000u);
+    EXPECT_EQ(at(bobBefore, 440, 300), 0xFF0000u);
+    EXPECT_NE(at(hostAfter, 440, 300), 0xFF0000u);
+    EXPECT_EQ(at(bobAfter, 440, 300), at(hostAfter, 440, 300));
+
+    // Bob's own arrow stood until the map closed; opened again, the map
+    // shows no pointer until a new one is drawn.
+    auto reopened = table.secondShot("reopened");
+    EXPECT_EQ(at(bobAfter, 440, 520), 0xFF0000u);
+    EXPECT_EQ(at(reopened, 440, 520), at(bobBefore, 440, 520));
+    EXPECT_NE(at(reopened, 440, 520), 0xFF0000u);
+}
+
+TEST(TokenProcess, TheTokenMenusLockUnlockDeleteOneAndDeleteAll) {
+    Table table;
+    table.play(kHostSharesMap + kHostOpensBag + drag(211, 132, 450, 350) + drag(211, 132, 560, 350) +
+                   drag(211, 132, 450, 470) +
+                   "menu 450 350 Lock Tokens\n"
+                   "menu 450 350 Unlock Tokens\n"
+                   "await token TOKDQ\n"  // the player deletes the first
+                   "menu 560 350 Delete All Tokens\n"
+                   "wait 300\n"
+                   "menu 500 450 Close For All\n"
+                   "wait 2000\n"
+                   "quit 0\n",
+               clientTakesMap() + "await token TOKAR\nawait token TOKAR\nawait token TOKAR\n" +
+                   "await token TOKLR\nawait token TOKLR\nawait token TOKLR\n"
+                   "await token TOKLR\nawait token TOKLR\nawait token TOKLR\n"
+                   "move 560 350\n"
+                   "menu 560 350 Delete All Tokens\n"  // the host's alone: not offered here
+                   "move 450 350\n"
+                   "menu 450 350 Delete Token\n"
+                   "await token TOKDR\nawait token TOKDR\nawait token TOKDR\n"
+                   "await window closed imagewindow\n"
+                   "quit 0\n");
+    const auto &h = table.h, &c = table.c;
+    ASSERT_EQ(about(h, "dropped", 3).size(), 1u) << table.hostText;
+
+    // Locked and unlocked on the host: each token both ways on the client.
+    for (unsigned id : {1u, 2u, 3u}) {
+        auto locks = about(c, "TOKLR", id);
+        ASSERT_EQ(locks.size(), 2u) << table.clientText;
+        EXPECT_EQ(locks[0].locked, 1);
+        EXPECT_EQ(locks[1].locked, 0);
+    }
+    // The player's "Delete Token" asks; the host deletes it for both; the
+    // player has no "Delete All Tokens", the host's takes the rest.
+    EXPECT_NE(table.clientText.find("menu Delete Token"), std::string::npos) << table.clientText;
+    EXPECT_EQ(table.clientText.find("menu Delete All Tokens"), std::string::npos);
+    auto asked = about(h, "TOKDQ", 1);
+    ASSERT_EQ(asked.size(), 1u) << table.hostText;
+    EXPECT_TRUE(asked[0].gone);
+    for (unsigned id : {1u, 2u, 3u}) {
+        auto deleted = about(c, "TOKDR", id);
+        ASSERT_EQ(deleted.size(), 1u) << id << table.clientText;
+        EXPECT_TRUE(deleted[0].gone);
+    }
+    EXPECT_LT(table.clientText.find("token TOKDR imagewindow 00001 id 1"),
+              table.clientText.find("token TOKDR imagewindow 00001 id 2"));
+    EXPECT_TRUE(about(h, "TOKDQ", 2).empty());
+}
+
+namespace {
+
+std::string text(const std::string& s) { return s + '\0'; }
+std::string number(int32_t v) {
+    std::string b(4, '\0');
+    for (int i = 0; i < 4; ++i) b[size_t(i)] = char(uint32_t(v) >> (8 * i));
+    return b;
+}
+const std::string kMap = text("imagewindow") + text("00001");
+
+}  // namespace
+
+TEST(TokenProcess, TheHostTrustsNoForgedTokenOrPointerRequest) {
+    TempDir dir;
+    const uint16_t port = lh::test::freeTcpPort();
+    const fs::path trace = dir.path() / "trace.txt";
+    writeFile(dir.path() / "host.txt", kHostOpensMap + kHostOpensBag + drag(211, 132, 450, 350) +
+                                           "await pointer Raw kind 1\n"  // the forger's last word
+                                           "wait 300\n"
+                                           "quit 0\n");
+    ChildProcess host(program(),
+                      {"--workdir", dir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
+                       "p" + std::to_string(port), "--script", (dir.path() / "host.txt").string()},
+                      {"LOREHAVEN_TRACE=" + trace.string(), "LOREHAVEN_CONFIG_DIR=" + (dir.path() / "config").string()});
+    ASSERT_TRUE(waitForFile(trace, "token dropped imagewindow 00001 id 1", host)) << host.errors() << readFile(trace);
+    lh::test::RawPeer peer(port);
+    peer.send("CONNQ", lh::test::connectBody("Raw", ""));
+    peer.send("IDENQ", std::string("Rogue") + '\0' + '\0');
+    std::string tag, body;
+    while (tag != "LGINR") ASSERT_TRUE(peer.receive(tag, body)) << host.errors();
+
+    const std::string skeleton = text("data/tokens/monsters/skeleton.png");
+    // A pointer in somebody else's name.
+    peer.send("PNTRQ", text("Ann") + kMap + number(2) + number(0x00100010) + number(0x00400040) + number(255));
+    // Pictures from outside the library's folders.
+    peer.send("TOKAQ", text("../campaigns/Saga/db.xml") + kMap + number(0) + number(100) + number(100));
+    peer.send("TOKAQ", text("/etc/passwd") + kMap + number(0) + number(100) + number(100));
+    // An anchor far past the map's controls: the token stands on the window.
+    peer.send("TOKAQ", skeleton + kMap + number(999) + number(120) + number(110));
+    peer.send("TOKAQ", skeleton + kMap + number(0) + number(120) + number(110));
+    // A move and a deletion of ids that do not exist; a move cut short;
+    // then a turn of the host's token by a byte far out of 0..7.
+    peer.send("TOKPQ", kMap + number(0) + number(10) + number(10) + std::string(1, '\0') + number(99));
+    peer.send("TOKDQ", kMap + number(77));
+    peer.send("TOKPQ", kMap + number(0) + number(10));
+    peer.send("TOKOQ", kMap + number(1) + std::string(1, char(-123)));
+    // His own pointer, which the host takes: the end of the forgeries.
+    peer.send("PNTRQ", text("Raw") + kMap + number(1) + number(0x00100010) + number(0x00400040) + number(255));
+    EXPECT_EQ(host.wait(120s), 0) << host.errors();
+    const std::string lines = readFile(trace);
+    const std::vector<TokenLine> h = tokenLines(lines);
+
+    EXPECT_EQ(lines.find("pointer Ann"), std::string::npos) << lines;
+    EXPECT_NE(lines.find("pointer Raw kind 1 on imagewindow 00001"), std::string::npos) << lines;
+    // The unsafe names made nothing: the good drops got the next ids, 2
+    // and 3, and the far anchor put its token where the window's own does.
+    auto far = about(h, "TOKAQ", 2), own = about(h, "TOKAQ", 3);
+    ASSERT_EQ(far.size(), 1u) << lines;
+    ASSERT_EQ(own.size(), 1u) << lines;
+    EXPECT_EQ(far[0].x, own[0].x);
+    EXPECT_EQ(far[0].y, own[0].y);
+    for (const TokenLine& t : h) EXPECT_TRUE(t.what != "TOKAQ" || t.id <= 3u) << t.id;
+    // The unknown ids and the short body left the host's token where it
+    // was (the short body reported in the chat); the turn wrapped into 0..7.
+    auto dropped = about(h, "dropped", 1), turned = about(h, "TOKOQ", 1);
+    ASSERT_EQ(dropped.size(), 1u) << lines;
+    ASSERT_EQ(turned.size(), 1u) << lines;
+    EXPECT_FALSE(turned[0].gone);
+    EXPECT_EQ(turned[0].turned, 5);
+    EXPECT_EQ(turned[0].x, dropped[0].x);
+    EXPECT_EQ(turned[0].y, dropped[0].y);
+    EXPECT_NE(lines.find("] Dropped a message TOKPQ from 'Raw'"), std::string::npos) << lines;
 }

@@ -3,12 +3,15 @@
 // hides it and a polygon reveals the same pixels on both screens, the
 // client's stroke reaches the host with no double ink, the layer files
 // come out byte-equal, the cursor shows the mode, and a second run of the
-// client fetches nothing.
+// client fetches nothing; a map of 16384 x 16384 opens on both; a map
+// handed out before it is shown bears the availability icon on the host,
+// where the players' view is drawn too.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -78,6 +81,14 @@ void runHostAndClient(const TempDir& hostDir, const TempDir& clientDir, uint16_t
     ChildProcess client(program(), clientArgs(clientDir, port), {"LOREHAVEN_TRACE=" + clientTrace.string()});
     EXPECT_EQ(client.wait(kPatience), 0) << client.errors() << readFile(clientTrace);
     EXPECT_EQ(host.wait(kPatience), 0) << host.errors() << readFile(hostTrace);
+}
+
+// The host's Campaign starts with this picture as its only map, the record
+// image.00001, instead of the program's own maps.
+bool givePicture(const TempDir& hostDir, const char* name, uint32_t w, uint32_t h,
+                 const std::function<void(uint32_t y, uint32_t* argb)>& row) {
+    fs::create_directories(hostDir.path() / "campaigns/Saga/images");
+    return lh::test::writePngRows(hostDir.path() / "campaigns/Saga/images" / name, w, h, row);
 }
 
 // A layer's file, the only one of its folder, has the same bytes on both
@@ -238,14 +249,11 @@ TEST(MapProcess, ALateClientGetsSnapshotsAndAKnownFileIsNotFetchedAgain) {
 TEST(MapProcess, AMapOf16384SquareOpensOnBothSidesAndAgrees) {
     TempDir hostDir, clientDir;
     uint16_t port = lh::test::freeTcpPort();
-    fs::create_directories(hostDir.path() / "campaigns/Saga/images");
-    ASSERT_TRUE(lh::test::writePngRows(hostDir.path() / "campaigns/Saga/images/huge.png", 16384, 16384,
-                                       [](uint32_t y, uint32_t* argb) {
-                                           std::fill_n(argb, 16384, 0xFF4A6B3Cu);
-                                           for (uint32_t x = 0; x < 2048 && y < 2048; ++x)
-                                               argb[x] = 0xFF000000u | ((x >> 4) * 37 & 0xFF) << 16 |
-                                                         ((y >> 4) * 91 & 0xFF) << 8 | 0x80;
-                                       }));
+    ASSERT_TRUE(givePicture(hostDir, "huge.png", 16384, 16384, [](uint32_t y, uint32_t* argb) {
+        std::fill_n(argb, 16384, 0xFF4A6B3Cu);
+        for (uint32_t x = 0; x < 2048 && y < 2048; ++x)
+            argb[x] = 0xFF000000u | ((x >> 4) * 37 & 0xFF) << 16 | ((y >> 4) * 91 & 0xFF) << 8 | 0x80;
+    }));
     writeFile(hostDir.path() / "host.txt",
               kDeadline + "await received IDLSQ\n" + kOpenMap +
                   "menu 500 400 Share Sheet\n"
@@ -317,11 +325,9 @@ int differing(const lh::ui::PixelImage& a, const lh::ui::PixelImage& b, uint32_t
 TEST(MapProcess, APreloadedMapIsAvailableAndTheHostSeesThePlayersView) {
     TempDir hostDir, clientDir;
     uint16_t port = lh::test::freeTcpPort();
-    fs::create_directories(hostDir.path() / "campaigns/Saga/images");
-    ASSERT_TRUE(lh::test::writePngRows(hostDir.path() / "campaigns/Saga/images/board.png", 1200, 900,
-                                       [](uint32_t y, uint32_t* argb) {
-                                           for (uint32_t x = 0; x < 1200; ++x) argb[x] = checker(int32_t(x), int32_t(y));
-                                       }));
+    ASSERT_TRUE(givePicture(hostDir, "board.png", 1200, 900, [](uint32_t y, uint32_t* argb) {
+        for (uint32_t x = 0; x < 1200; ++x) argb[x] = checker(int32_t(x), int32_t(y));
+    }));
     writeFile(hostDir.path() / "host.txt",
               kDeadline + "await received IDLSQ\n" + kOpenMap +
                   "screenshot alone\n"

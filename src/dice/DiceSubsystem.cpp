@@ -23,6 +23,7 @@
 #include "platform/Trace.h"
 #include "render/DiceRenderer.h"
 #include "render/GraphicsDevice.h"
+#include "render/RenderContext.h"
 #include "ui/ChatPort.h"
 #include "ui/ColorPort.h"
 #include "ui/Desktop.h"
@@ -143,13 +144,21 @@ bool fadeTick() {
     return state->light.fading();
 }
 
-void drawDice(render::RenderContext&) {
+void drawDice(render::RenderContext& context) {
     if (!state || !state->scene || !state->renderer) return;
     render::GraphicsDevice& device = render::GraphicsDevice::Get();
     const render::Viewport& vp = state->scene->camera().viewport;
     if (device.Width() > 0 && (vp.width != device.Width() || vp.height != device.Height()))
         state->scene->SetCamera(device.Width(), device.Height());
     std::vector<render::DieDrawItem> items = drawItemsOf(state->scene->world(), state->scene->isHost());
+    // Dice and shadows wholly outside the frame's clip would be cut away
+    // pixel by pixel: a frame for a chat line beside resting dice draws none.
+    const render::Rect clip = context.ClipRect();
+    std::erase_if(items, [&](const render::DieDrawItem& item) {
+        const render::Rect box =
+            render::DiceRenderer::ScreenBox(state->scene->camera(), item.world, meshRadius(item.mesh));
+        return render::intersect(box, clip).isEmpty();
+    });
     state->renderer->Draw(state->scene->camera(), items);
 }
 

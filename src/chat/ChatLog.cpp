@@ -60,7 +60,7 @@ std::string chatLogLine(const ChatLine& line) {
 
 void ChatLog::setLogging(bool enable) {
     on = enable;
-    if (!on) return;
+    if (!on) return close();
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     localtime_r(&now, &local);
@@ -72,11 +72,21 @@ void ChatLog::write(const ChatLine& line) const {
 }
 
 void ChatLog::append(const std::string& text) const {
-    if (path.empty()) return;
-    std::FILE* file = std::fopen(platform::diskPath(path).c_str(), "ab");
-    if (!file) return;
+    if (path.empty()) return close();
+    if (!file || openPath != path) {
+        close();
+        file = std::fopen(platform::diskPath(path).c_str(), "ab");
+        if (!file) return;
+        std::setvbuf(file, nullptr, _IONBF, 0);
+        openPath = path;
+    }
     std::fwrite(text.data(), 1, text.size(), file);
-    std::fclose(file);
+}
+
+void ChatLog::close() const {
+    if (file) std::fclose(file);
+    file = nullptr;
+    openPath.clear();
 }
 
 }  // namespace lh::chat

@@ -47,6 +47,12 @@ void tileDesktopImage(render::RenderContext& context) {
     }
 }
 
+// The tiles lay opaque pixels over every part of the frame: nothing of the
+// last picture shows through, so the frame need not clear first.
+bool desktopCoversFrame() {
+    return desktopImage && !desktopImage->IsEmpty() && desktopImage->IsOpaque() && (desktopLight() >> 24) == 0xFF;
+}
+
 }  // namespace
 
 void setFrameState(FrameState s) {
@@ -57,17 +63,18 @@ void setDesktopImage(render::Bitmap* image) {
     desktopImage = image;
 }
 
-void drawFrameLayers(render::RenderContext& context) {
-    tileDesktopImage(context);
+void drawFrameLayers(render::RenderContext& context, std::optional<FrameStep> from) {
+    // Steps before `from` lie under the backdrop that was put back.
+    auto due = [&from](FrameStep step) { return !from || step >= *from; };
+    if (!from) tileDesktopImage(context);
     if (db::sessionMode() != db::SessionMode::LocalCharacters) {
-        run(FrameStep::ChatFrame, context);
-        run(FrameStep::ModifierCollector, context);
-        run(FrameStep::ChatWindow, context);
-        run(FrameStep::ChatEntry, context);
-        run(FrameStep::HotkeyBar, context);
+        for (FrameStep step : {FrameStep::ChatFrame, FrameStep::ModifierCollector, FrameStep::ChatWindow,
+                               FrameStep::ChatEntry, FrameStep::HotkeyBar}) {
+            if (due(step)) run(step, context);
+        }
     }
-    run(FrameStep::CharacterList, context);
-    if (db::isHost()) run(FrameStep::IdentityList, context);
+    if (due(FrameStep::CharacterList)) run(FrameStep::CharacterList, context);
+    if (db::isHost() && due(FrameStep::IdentityList)) run(FrameStep::IdentityList, context);
     run(FrameStep::DesktopTokens, context);
     run(FrameStep::DesktopWindows, context);
     run(FrameStep::DieBox, context);
@@ -93,14 +100,16 @@ int DrawFrame() {
     const render::Rect dirty = device.DirtyRect();
     if (device.IsResetting() || !device.IsCreated() || dirty.isEmpty()) return 0;
 
-    device.BeginFrame(dirty);
+    // A backdrop put back holds every pixel under its step, as the tiles do.
+    const std::optional<FrameStep> from = ui::beginFrameOverBackdrops(dirty, device.DirtyUnderBackdrops());
+    device.BeginFrame(dirty, !from && !desktopCoversFrame());
     {
         render::RenderContext context(false, device.Width(), device.Height());
         context.SetClipRect(render::intersect(dirty, render::Rect{0, 0, device.Width(), device.Height()}));
         device.ClearDirtyRect();
         context.BeginScene();
         device.SetDepthTest(false);
-        drawFrameLayers(context);
+        drawFrameLayers(context, from);
         context.EndScene();
     }
     // A GPU reset loses the context: the frame still counts as drawn, and

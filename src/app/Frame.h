@@ -7,7 +7,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
+
+#include "ui/FrameLayers.h"
 
 namespace lh::render {
 class Bitmap;
@@ -35,8 +38,9 @@ bool framePending();
 
 // The layers of a frame into `context` (whose clip rectangle is the dirty
 // rectangle), without the device's clear and present: DrawFrame's middle,
-// which tests run on a recording context.
-void drawFrameLayers(render::RenderContext& context);
+// which tests run on a recording context. With `from`, a backdrop already
+// holds what the desktop image and the steps before it drew.
+void drawFrameLayers(render::RenderContext& context, std::optional<ui::FrameStep> from = std::nullopt);
 
 // The first "screenshotNNNN.png" (from 0001) that does not exist in `dir`.
 std::string nextScreenshotName(const std::filesystem::path& dir);

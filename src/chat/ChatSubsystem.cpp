@@ -115,6 +115,9 @@ public:
         }));
         layers.push_back(
             ui::drawOnFrameStep(ui::FrameStep::ChatWindow, [this](render::RenderContext& c) { window.Draw(c); }));
+        // A new line changes only the lines: the desktop and the frame under
+        // them come back from a copy instead of being drawn again.
+        layers.push_back(ui::keepBackdrop(ui::FrameStep::ChatWindow, [this] { return window.rect; }));
         layers.push_back(
             ui::drawOnFrameStep(ui::FrameStep::ChatEntry, [this](render::RenderContext& c) { entry.Draw(c); }));
         if (s.session) attachMessages(*s.session);

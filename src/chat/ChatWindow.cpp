@@ -126,9 +126,13 @@ void ChatWindow::clear() {
 
 void ChatWindow::invalidate() const {
     dirty = true;
-    // Lines sit inside the area: the frame around it stays as it was.
-    render::Rect r = rect.isEmpty() ? frameRect : rect;
-    render::GraphicsDevice::Get().Invalidate(&r);
+    // Lines sit inside the area, over its backdrop: the frame around them
+    // and the desktop under them stay as they were.
+    if (rect.isEmpty()) {
+        render::GraphicsDevice::Get().Invalidate(&frameRect);
+        return;
+    }
+    render::GraphicsDevice::Get().InvalidateOverBackdrop(rect);
 }
 
 void ChatWindow::invalidateFrame() const {

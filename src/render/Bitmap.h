@@ -89,6 +89,9 @@ public:
     // on the device; a render target never counts as opaque.
     bool IsOpaque() const { return opaque; }
 
+    // A render target's GL framebuffer; 0 for the other kinds.
+    unsigned TargetFramebuffer() const { return state == RenderTarget ? framebuffer : 0; }
+
     // GL texture name; 0 when there is nothing to draw. A picture filled
     // before the device existed gets its texture here, on first use.
     unsigned Texture();

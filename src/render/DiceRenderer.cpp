@@ -240,6 +240,7 @@ void DiceRenderer::OnDeviceReset() {
 
 void DiceRenderer::Draw(const DiceCamera& camera, std::span<const DieDrawItem> items) {
     if (!IsReady() || items.empty()) return;
+    GraphicsDevice::Get().PrepareDepth();
     const glm::mat4 viewProj =
         glClipFromD3D(camera.projection, camera.viewport.width, camera.viewport.height) * camera.view;
     glEnable(GL_CULL_FACE);

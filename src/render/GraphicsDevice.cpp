@@ -8,6 +8,7 @@
 #include "platform/GlContext.h"
 #include "platform/Platform.h"
 #include "platform/Window.h"
+#include "render/Bitmap.h"
 #include "render/DeviceResource.h"
 
 namespace lh::render {
@@ -233,10 +234,43 @@ void GraphicsDevice::Invalidate(const Rect* rect) {
     if (!rect) {
         int w = backWidth, h = backHeight;
         if (window) window->drawableSize(w, h);
-        dirtyRect = Rect{0, 0, w, h};
+        dirtyRect = plainDirtyRect = Rect{0, 0, w, h};
         return;
     }
     dirtyRect = unite(dirtyRect, *rect);
+    plainDirtyRect = unite(plainDirtyRect, *rect);
+}
+
+void GraphicsDevice::InvalidateOverBackdrop(const Rect& rect) {
+    dirtyRect = unite(dirtyRect, rect);
+}
+
+bool GraphicsDevice::copyBetween(unsigned from, unsigned to, const Rect& source, int32_t x, int32_t y) {
+    if (!context || !backFramebuffer || !from || !to || source.isEmpty()) return false;
+    pipeline2D.flush();
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, from);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, to);
+    glDisable(GL_SCISSOR_TEST);
+    // Same size, no flip, no scissor, one format: the driver copies memory.
+    glBlitFramebuffer(source.left, source.top, source.right, source.bottom, x, y, x + source.width(),
+                      y + source.height(), GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    applyTarget(current.framebuffer, current.width, current.height, current.scissor, current.scissorRect);
+    return true;
+}
+
+bool GraphicsDevice::CopyBackBufferTo(const Rect& source, Bitmap& target) {
+    const Rect part = intersect(source, Rect{0, 0, backWidth, backHeight});
+    if (part != source || int64_t(target.GetWidth()) < part.width() || int64_t(target.GetHeight()) < part.height())
+        return false;
+    return copyBetween(backFramebuffer, target.TargetFramebuffer(), part, 0, 0);
+}
+
+bool GraphicsDevice::CopyToBackBuffer(Bitmap& source, const Rect& part, int32_t x, int32_t y) {
+    const Rect from = intersect(part, source.Bounds());
+    if (from != part || !Rect{0, 0, backWidth, backHeight}.contains(x, y) || x + part.width() > backWidth ||
+        y + part.height() > backHeight)
+        return false;
+    return copyBetween(source.TargetFramebuffer(), backFramebuffer, part, x, y);
 }
 
 void GraphicsDevice::applyTarget(unsigned framebuffer, int width, int height, bool scissor, const Rect& box) {
@@ -255,18 +289,18 @@ void GraphicsDevice::applyTarget(unsigned framebuffer, int width, int height, bo
     current = TargetState{framebuffer, width, height, scissor, box};
 }
 
-void GraphicsDevice::BeginFrame(const Rect& dirty) {
+void GraphicsDevice::BeginFrame(const Rect& dirty, bool clearColor) {
     if (!context || !backFramebuffer) return;
     applyTarget(backFramebuffer, backWidth, backHeight, true, dirty);
-    glClearColor(0, 0, 0, 0);
-    glClear(GL_COLOR_BUFFER_BIT);
-    // The depth clear obeys both scissor and depth mask: the whole buffer
-    // must go back to the far plane, so both are opened for it.
-    glDisable(GL_SCISSOR_TEST);
-    glDepthMask(GL_TRUE);
-    glClearDepth(1.0);
-    glClear(GL_DEPTH_BUFFER_BIT);
-    glEnable(GL_SCISSOR_TEST);
+    if (clearColor) {
+        glClearColor(0, 0, 0, 0);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
+    // The depth buffer is cleared when the first depth-tested draw wants it,
+    // and only inside the frame scissor: draws never reach past it, so the
+    // far plane there is the same picture as a whole cleared buffer, and a
+    // frame without dice (a chat line) costs no pass over the depth at all.
+    depthStale = true;
 }
 
 void GraphicsDevice::SetDepthTest(bool on) {
@@ -277,6 +311,14 @@ void GraphicsDevice::SetDepthTest(bool on) {
     } else {
         glDisable(GL_DEPTH_TEST);
     }
+}
+
+void GraphicsDevice::PrepareDepth() {
+    if (!context || !depthStale || current.framebuffer != backFramebuffer) return;
+    depthStale = false;
+    glDepthMask(GL_TRUE);
+    glClearDepth(1.0);
+    glClear(GL_DEPTH_BUFFER_BIT);
 }
 
 int GraphicsDevice::Present(const Rect& dirty) {

@@ -23,6 +23,7 @@ class GlContext;
 
 namespace lh::render {
 
+class Bitmap;
 class DeviceResource;
 
 class GraphicsDevice {
@@ -57,17 +58,25 @@ public:
 
     // Null: the whole client area. Otherwise united into the dirty rectangle.
     void Invalidate(const Rect* rect);
+    // `rect` is dirty only in what a layer that keeps a backdrop there, or a
+    // layer above it, draws: the layers under it are as they were, and the
+    // frame may put the backdrop back instead of drawing them.
+    void InvalidateOverBackdrop(const Rect& rect);
     const Rect& DirtyRect() const { return dirtyRect; }
-    void ClearDirtyRect() { dirtyRect = Rect{}; }
+    // The part of the dirty rectangle that every layer must draw again.
+    const Rect& DirtyUnderBackdrops() const { return plainDirtyRect; }
+    void ClearDirtyRect() { dirtyRect = plainDirtyRect = Rect{}; }
 
     int Width() const { return backWidth; }
     int Height() const { return backHeight; }
     const std::string& RendererName() const { return renderer; }
 
     // --- The frame ---
-    // Binds the back buffer, clears `dirty` of colour to 0 and the whole
-    // depth buffer to 1.0, and leaves the scissor on `dirty`.
-    void BeginFrame(const Rect& dirty);
+    // Binds the back buffer, clears `dirty` of colour to 0 and leaves the
+    // scissor on it. A frame whose first layer covers `dirty` with opaque
+    // pixels asks for no clear. The depth is 1.0 again for the first
+    // depth-tested draw of the frame (PrepareDepth).
+    void BeginFrame(const Rect& dirty, bool clearColor = true);
     // Scene nesting: only the outermost BeginScene/EndScene pair counts.
     // There is no GL work in a scene; the count is what callers may ask.
     void BeginScene() { ++sceneDepth; }
@@ -77,6 +86,9 @@ public:
     int SceneDepth() const { return sceneDepth; }
     // Depth testing for the dice between the 2D layers (LEQUAL, writes on).
     void SetDepthTest(bool on);
+    // Called by a depth-tested draw into the back buffer before it draws:
+    // the first one of a frame clears the depth inside the frame scissor.
+    void PrepareDepth();
     // Copies the dirty part of the back buffer to the window and swaps. The
     // window's buffer may be older than the last frame (buffer age): then the
     // parts dirtied since it was drawn go across too, or, when its age is
@@ -99,9 +111,17 @@ public:
     // which is where tests check that partial presents add up.
     bool ReadWindow(std::vector<uint32_t>& argb);
 
+    // Pixel copies between the back buffer and a render-target bitmap, which
+    // share a format: plain memory copies on a software rasteriser, where a
+    // draw of the same pixels costs a pass per layer. The frame scissor does
+    // not apply. False when either side is missing.
+    bool CopyBackBufferTo(const Rect& source, Bitmap& target);
+    bool CopyToBackBuffer(Bitmap& source, const Rect& part, int32_t x, int32_t y);
+
     Pipeline2D& pipeline() { return pipeline2D; }
 
 private:
+    bool copyBetween(unsigned from, unsigned to, const Rect& source, int32_t x, int32_t y);
     GraphicsDevice() = default;
     bool makeBackBuffer(unsigned& status);
     void releaseBackBuffer();
@@ -126,7 +146,8 @@ private:
     bool robust = false;  // the context can tell of a GPU reset
     bool closing = false;
     int sceneDepth = 0;
-    Rect dirtyRect;
+    bool depthStale = true;  // no depth-tested draw yet this frame
+    Rect dirtyRect, plainDirtyRect;
     int backWidth = 0, backHeight = 0;
     unsigned backFramebuffer = 0, backColor = 0, backDepth = 0;
     Pipeline2D pipeline2D;

@@ -97,6 +97,90 @@ TEST_F(Frame, ASmallDirtyRectangleChangesOnlyItsPixels) {
     }
 }
 
+// A backdrop stands in for the desktop image and the steps under its step:
+// a change over it only (a chat line) puts the copy back and draws the rest,
+// with the same pixels as drawing everything; a change under it, a dirty
+// rectangle reaching past it or a lost context draws everything again.
+TEST_F(Frame, ABackdropStandsInForTheLayersUnderItsStep) {
+    useTile(7, 5);
+    const Rect area{20, 30, 130, 100};
+    // Each layer has a spot whose colour changes; a change invalidates it.
+    const Rect underSpot{15, 25, 60, 50}, overSpot{40, 45, 70, 58};
+    int underDraws = 0;
+    uint32_t under = 0x4000FF00u, over = 0x00FFFFFFu, spot = 0x0000FF00u;
+    layers.push_back(ui::drawOnFrameStep(ui::FrameStep::ChatFrame, [&](render::RenderContext& c) {
+        ++underDraws;
+        c.DrawRect(10, 20, 140, 110, 0x40808000u, true);  // translucent: the tiles show through
+        c.DrawRect(underSpot.left, underSpot.top, underSpot.right, underSpot.bottom, under, true);
+    }));
+    layers.push_back(ui::drawOnFrameStep(ui::FrameStep::ChatWindow, [&](render::RenderContext& c) {
+        c.DrawRect(30, 40, 90, 60, over, true);
+        c.DrawRect(overSpot.left, overSpot.top, overSpot.right, overSpot.bottom, spot, true);
+        c.DrawLine(25, 95, 125, 35, 0x80FF00FFu, 3.0f);
+    }));
+    layers.push_back(ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
+        c.DrawRect(100, 80, 150, 115, 0x800000FFu, true);  // above, and partly over the area
+    }));
+    layers.push_back(ui::keepBackdrop(ui::FrameStep::ChatWindow, [&] { return area; }));
+    GraphicsDevice& device = GraphicsDevice::Get();
+    // What drawing every layer gives, whatever was kept.
+    auto everything = [&] {
+        device.Invalidate(nullptr);
+        EXPECT_EQ(app::DrawFrame(), 1);
+        return screen();
+    };
+
+    ASSERT_EQ(app::DrawFrame(), 1);
+    ASSERT_EQ(underDraws, 1);
+    over = 0x000080FFu;
+    device.InvalidateOverBackdrop(area);
+    ASSERT_EQ(app::DrawFrame(), 1);
+    EXPECT_EQ(underDraws, 1);  // put back, not drawn
+    auto restored = screen();
+    EXPECT_EQ(restored, everything());
+    EXPECT_EQ(underDraws, 2);
+
+    // Part of the area.
+    spot = 0x00FF8000u;
+    device.InvalidateOverBackdrop(overSpot);
+    ASSERT_EQ(app::DrawFrame(), 1);
+    EXPECT_EQ(underDraws, 2);
+    auto part = screen();
+    EXPECT_EQ(part, everything());
+    EXPECT_EQ(underDraws, 3);
+
+    // A change under the backdrop: its copy is stale. The frame that covers
+    // the area draws everything and keeps a new one, which the next puts back.
+    under = 0x40FF0000u;
+    device.Invalidate(&underSpot);
+    device.InvalidateOverBackdrop(area);
+    ASSERT_EQ(app::DrawFrame(), 1);
+    EXPECT_EQ(underDraws, 4);
+    auto redrawn = screen();
+    device.InvalidateOverBackdrop(area);
+    ASSERT_EQ(app::DrawFrame(), 1);
+    EXPECT_EQ(underDraws, 4);
+    EXPECT_EQ(screen(), redrawn);
+    EXPECT_EQ(redrawn, everything());
+    EXPECT_EQ(underDraws, 5);
+
+    // Dirty past the area: everything.
+    Rect outside{140, 5, 150, 15};
+    device.InvalidateOverBackdrop(area);
+    device.Invalidate(&outside);
+    ASSERT_EQ(app::DrawFrame(), 1);
+    EXPECT_EQ(underDraws, 6);
+
+    // A lost context takes the copy with it.
+    ASSERT_EQ(device.RecreateContext(), 0);
+    ASSERT_EQ(app::DrawFrame(), 1);
+    EXPECT_EQ(underDraws, 7);
+    device.InvalidateOverBackdrop(area);
+    ASSERT_EQ(app::DrawFrame(), 1);
+    EXPECT_EQ(underDraws, 7);
+    EXPECT_EQ(screen(), redrawn);
+}
+
 // Reads a PNG into 0xAARRGGBB pixels.
 bool readPng(const std::string& path, uint32_t& w, uint32_t& h, std::vector<uint32_t>& argb) {
     png_image image{};

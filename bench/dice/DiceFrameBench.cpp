@@ -6,41 +6,34 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "app/Frame.h"
 #include "dice/DiceDrawing.h"
 #include "dice/DiceWorld.h"
 #include "dice/DieMeshes.h"
-#include "platform/Platform.h"
-#include "platform/Window.h"
 #include "render/Bitmap.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
+#include "support/BenchGl.h"
 #include "ui/FrameLayers.h"
 
 namespace {
 
 using namespace lh;
 
-constexpr int kWidth = 1024, kHeight = 768;
-
 struct Table {
-    std::unique_ptr<platform::Window> window;
+    bench::BenchDevice device;
     render::Bitmap desktop;
     std::unique_ptr<render::DiceRenderer> renderer;
     dice::DiceWorld world;
-    render::DiceCamera camera = render::diceCamera(kWidth, kHeight);
+    render::DiceCamera camera = render::diceCamera(bench::kWidth, bench::kHeight);
     dice::DiceDirtyBoxes boxes;
     platform::Subscription layer;
     bool ok = false;
 
     Table() {
-        std::string error;
-        if (!platform::initialize(error)) return;
-        window.reset(platform::Window::create("bench", kWidth, kHeight));
-        if (!window || render::GraphicsDevice::Get().Create(*window) != 0) return;
+        if (!device.ok()) return;
         std::vector<uint32_t> tile(128 * 128);
         for (uint32_t i = 0; i < tile.size(); ++i) tile[i] = 0xFF302010u + (i % 128) * 0x000100u;
         desktop.LoadFromPixels(128, 128, tile.data());
@@ -57,8 +50,11 @@ struct Table {
         ok = renderer->IsReady();
     }
 
-    void throwThirty() {
+    void clear() {
         while (world.dice().size() > 0) world.Remove(world.dice().back().get());
+    }
+    void throwThirty() {
+        clear();
         for (int j = 0; j < 30; ++j) {
             float fj = float(j);
             dice::ThrowStart s;
@@ -86,15 +82,11 @@ Table& table() {
 // whole client area instead, as every frame of a roll once was.
 void frameOfThirtyDice(benchmark::State& state, bool full) {
     Table& t = table();
-    if (!t.ok) {
-        state.SkipWithError("no OpenGL device");
-        return;
-    }
+    if (!t.ok) return state.SkipWithError("no OpenGL device");
     render::GraphicsDevice& device = render::GraphicsDevice::Get();
     auto invalidate = [&device](const render::Rect& r) { device.Invalidate(&r); };
     t.throwThirty();
-    device.Invalidate(nullptr);
-    app::DrawFrame();
+    bench::redrawAndWait();
     int64_t pixels = 0;
     for (auto _ : state) {
         // Only the first seconds of a roll, while every die still moves.
@@ -105,13 +97,11 @@ void frameOfThirtyDice(benchmark::State& state, bool full) {
         else
             t.boxes.Mark(t.world, true, t.camera, invalidate);
         pixels += int64_t(device.DirtyRect().width()) * device.DirtyRect().height();
-        benchmark::DoNotOptimize(app::DrawFrame());
-        std::vector<uint32_t> px;
-        device.ReadBackBuffer({0, 0, 1, 1}, px);
+        bench::drawAndWait();
     }
     // How much of the 1024 x 768 picture a frame redrew, on average.
-    state.counters["redrawn"] =
-        benchmark::Counter(double(pixels) / double(kWidth * kHeight), benchmark::Counter::kAvgIterations);
+    state.counters["redrawn"] = benchmark::Counter(double(pixels) / double(bench::kWidth * bench::kHeight),
+                                                   benchmark::Counter::kAvgIterations);
 }
 
 void BM_FrameOfThirtyDiceRolling(benchmark::State& state) {
@@ -127,17 +117,9 @@ BENCHMARK(BM_FrameOfThirtyDiceRollingRedrawingAll)->Unit(benchmark::kMillisecond
 // The same frame with no dice, to tell what the dice add.
 void BM_FrameWithoutDice(benchmark::State& state) {
     Table& t = table();
-    if (!t.ok) {
-        state.SkipWithError("no OpenGL device");
-        return;
-    }
-    while (t.world.dice().size() > 0) t.world.Remove(t.world.dice().back().get());
-    for (auto _ : state) {
-        render::GraphicsDevice::Get().Invalidate(nullptr);
-        benchmark::DoNotOptimize(app::DrawFrame());
-        std::vector<uint32_t> px;
-        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
-    }
+    if (!t.ok) return state.SkipWithError("no OpenGL device");
+    t.clear();
+    for (auto _ : state) bench::redrawAndWait();
 }
 BENCHMARK(BM_FrameWithoutDice)->Unit(benchmark::kMillisecond);
 
@@ -145,18 +127,10 @@ BENCHMARK(BM_FrameWithoutDice)->Unit(benchmark::kMillisecond);
 // clears, the copy to the window, the read-back).
 void BM_FrameEmpty(benchmark::State& state) {
     Table& t = table();
-    if (!t.ok) {
-        state.SkipWithError("no OpenGL device");
-        return;
-    }
-    while (t.world.dice().size() > 0) t.world.Remove(t.world.dice().back().get());
+    if (!t.ok) return state.SkipWithError("no OpenGL device");
+    t.clear();
     app::setDesktopImage(nullptr);
-    for (auto _ : state) {
-        render::GraphicsDevice::Get().Invalidate(nullptr);
-        benchmark::DoNotOptimize(app::DrawFrame());
-        std::vector<uint32_t> px;
-        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
-    }
+    for (auto _ : state) bench::redrawAndWait();
     app::setDesktopImage(&t.desktop);
 }
 BENCHMARK(BM_FrameEmpty)->Unit(benchmark::kMillisecond);

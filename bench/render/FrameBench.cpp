@@ -10,21 +10,17 @@
 
 #include "app/Frame.h"
 #include "ui/FrameLayers.h"
-#include "platform/Platform.h"
-#include "platform/Window.h"
 #include "render/Bitmap.h"
 #include "render/FreeTypeFont.h"
-#include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
+#include "support/BenchGl.h"
 
 namespace {
 
 using namespace lh;
 
-constexpr int kWidth = 1024, kHeight = 768;
-
 struct Scene {
-    std::unique_ptr<platform::Window> window;
+    bench::BenchDevice device;
     std::vector<std::unique_ptr<render::Bitmap>> sprites;
     render::Bitmap desktop;
     std::unique_ptr<render::FreeTypeFont> font;
@@ -33,10 +29,7 @@ struct Scene {
     platform::Subscription layer;
 
     Scene() {
-        std::string error;
-        if (!platform::initialize(error)) return;
-        window.reset(platform::Window::create("bench", kWidth, kHeight));
-        if (!window || render::GraphicsDevice::Get().Create(*window) != 0) return;
+        if (!device.ok()) return;
         // A few different pictures, so the batch changes texture as a table does.
         for (uint32_t k = 0; k < 8; ++k) {
             std::vector<uint32_t> px(32 * 32);
@@ -62,8 +55,8 @@ struct Scene {
         app::setDesktopImage(&desktop);
         layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [this](render::RenderContext& c) {
             for (int i = 0; i < 500; ++i) {
-                c.DrawBitmap(*sprites[size_t(i) % sprites.size()], (i * 53) % (kWidth - 32),
-                             (i * 37) % (kHeight - 32), 0xFFFFFFFFu);
+                c.DrawBitmap(*sprites[size_t(i) % sprites.size()], (i * 53) % (bench::kWidth - 32),
+                             (i * 37) % (bench::kHeight - 32), 0xFFFFFFFFu);
             }
             c.SetFont(font.get());
             for (int i = 0; i < 200; ++i) {
@@ -80,22 +73,12 @@ Scene& scene() {
     return s;
 }
 
-// Reading one pixel waits for the GPU (or llvmpipe) to finish the frame.
-void finish() {
-    std::vector<uint32_t> px;
-    render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
-}
-
 void BM_FullFrame(benchmark::State& state) {
     if (!scene().ok) {
         state.SkipWithError("no OpenGL device");
         return;
     }
-    for (auto _ : state) {
-        render::GraphicsDevice::Get().Invalidate(nullptr);
-        benchmark::DoNotOptimize(app::DrawFrame());
-        finish();
-    }
+    for (auto _ : state) bench::redrawAndWait();
 }
 BENCHMARK(BM_FullFrame)->Unit(benchmark::kMillisecond);
 
@@ -105,11 +88,7 @@ void BM_SmallDirtyRect(benchmark::State& state) {
         return;
     }
     render::Rect small{480, 350, 544, 414};
-    for (auto _ : state) {
-        render::GraphicsDevice::Get().Invalidate(&small);
-        benchmark::DoNotOptimize(app::DrawFrame());
-        finish();
-    }
+    for (auto _ : state) bench::redrawAndWait(&small);
 }
 BENCHMARK(BM_SmallDirtyRect)->Unit(benchmark::kMillisecond);
 

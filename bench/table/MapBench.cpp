@@ -10,22 +10,18 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <random>
 #include <thread>
 #include <vector>
 
-#include "app/Frame.h"
 #include "db/DbNode.h"
 #include "db/SessionMode.h"
 #include "net/FileExchange.h"
 #include "net/FileServer.h"
 #include "net/Session.h"
-#include "platform/Platform.h"
 #include "platform/Socket.h"
-#include "platform/Window.h"
-#include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
+#include "support/BenchGl.h"
 #include "table/ImageValue.h"
 #include "ui/FrameLayers.h"
 
@@ -34,21 +30,17 @@ namespace {
 using namespace lh;
 namespace fs = std::filesystem;
 
-constexpr int kWidth = 1024, kHeight = 768;
 constexpr int32_t kMapSide = 16384;
 
 struct Scene {
-    std::unique_ptr<platform::Window> window;
+    bench::BenchDevice device;
     table::ImageValue map;
     int32_t viewX = 0, viewY = 0;
     platform::Subscription layer;
     bool ok = false;
 
     Scene() {
-        std::string error;
-        if (!platform::initialize(error)) return;
-        window.reset(platform::Window::create("bench", kWidth, kHeight));
-        if (!window || render::GraphicsDevice::Get().Create(*window) != 0) return;
+        if (!device.ok()) return;
         db::setSessionMode(db::SessionMode::Host);
         // A map with a texture of its own: no two tiles alike.
         map.base.reset(kMapSide, kMapSide, 0xFF000000u);
@@ -62,20 +54,13 @@ struct Scene {
         map.Open(nullptr);
         map.CreateMask();
         layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [this](render::RenderContext& c) {
-            map.DrawLayers(c, viewX, viewY, 0xFFFFFFFF, {0, 0, kWidth, kHeight});
+            map.DrawLayers(c, viewX, viewY, 0xFFFFFFFF, {0, 0, bench::kWidth, bench::kHeight});
         });
         // The drawing layer is made by the first ink (a quarter of the
         // picture's own memory, at once); the stroke measured is a later one.
         map.ApplyStroke({{table::packPoint(10, 10), 255}, {table::packPoint(20, 12), 255}});
-        frame();  // the first frame writes the tiles on the screen
+        bench::redrawAndWait();  // the first frame writes the tiles on the screen
         ok = true;
-    }
-
-    void frame() {
-        render::GraphicsDevice::Get().Invalidate(nullptr);
-        app::DrawFrame();
-        std::vector<uint32_t> px;
-        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);  // waits for the frame
     }
 };
 
@@ -88,9 +73,9 @@ void BM_PanBigMap(benchmark::State& state) {
     Scene& s = scene();
     if (!s.ok) return state.SkipWithError("no OpenGL device");
     for (auto _ : state) {
-        s.viewX = -((-s.viewX + 37) % (kMapSide - kWidth));
-        s.viewY = -((-s.viewY + 23) % (kMapSide - kHeight));
-        s.frame();
+        s.viewX = -((-s.viewX + 37) % (kMapSide - bench::kWidth));
+        s.viewY = -((-s.viewY + 23) % (kMapSide - bench::kHeight));
+        bench::redrawAndWait();
     }
 }
 BENCHMARK(BM_PanBigMap)->Unit(benchmark::kMillisecond);
@@ -103,7 +88,7 @@ void BM_PolygonToNextFrame(benchmark::State& state) {
         int32_t x = -s.viewX + 100 + at % 400, y = -s.viewY + 100;
         s.map.ApplyPolygon({table::packPoint(x, y), table::packPoint(x + 300, y + 20),
                             table::packPoint(x + 250, y + 400), table::packPoint(x - 40, y + 300)});
-        s.frame();
+        bench::redrawAndWait();
         at += 7;
     }
 }
@@ -118,13 +103,13 @@ void BM_StrokeToNextFrame(benchmark::State& state) {
         state.PauseTiming();
         int32_t x = -s.viewX + 200, y = -s.viewY + 200;
         for (auto& p : stroke) {
-            x = std::clamp<int32_t>(x + int32_t(gen() % 9) - 4, -s.viewX, -s.viewX + kWidth - 1);
-            y = std::clamp<int32_t>(y + int32_t(gen() % 9) - 4, -s.viewY, -s.viewY + kHeight - 1);
+            x = std::clamp<int32_t>(x + int32_t(gen() % 9) - 4, -s.viewX, -s.viewX + bench::kWidth - 1);
+            y = std::clamp<int32_t>(y + int32_t(gen() % 9) - 4, -s.viewY, -s.viewY + bench::kHeight - 1);
             p = {table::packPoint(x, y), 255};
         }
         state.ResumeTiming();
         s.map.ApplyStroke(stroke);
-        s.frame();
+        bench::redrawAndWait();
     }
 }
 BENCHMARK(BM_StrokeToNextFrame)->Unit(benchmark::kMillisecond);

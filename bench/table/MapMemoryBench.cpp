@@ -16,18 +16,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string>
 
-#include "app/Frame.h"
 #include "db/Campaign.h"
 #include "db/SessionMode.h"
 #include "platform/Paths.h"
-#include "platform/Platform.h"
-#include "platform/Window.h"
-#include "render/GraphicsDevice.h"
 #include "render/PngWriter.h"
 #include "render/RenderContext.h"
+#include "support/BenchGl.h"
 #include "table/ImageValue.h"
 #include "ui/FrameLayers.h"
 
@@ -36,7 +32,6 @@ namespace {
 using namespace lh;
 namespace fs = std::filesystem;
 
-constexpr int kWidth = 1024, kHeight = 768;
 constexpr int32_t kMapSide = 16384;
 
 // A field of /proc/self/status in MiB: VmRSS now, VmHWM the peak.
@@ -66,10 +61,8 @@ void writeMap(const fs::path& file, bool painted) {
 }
 
 void measure(benchmark::State& state, bool painted) {
-    std::string error;
-    if (!platform::initialize(error)) return state.SkipWithError("no platform");
-    std::unique_ptr<platform::Window> window(platform::Window::create("bench", kWidth, kHeight));
-    if (!window || render::GraphicsDevice::Get().Create(*window) != 0) return state.SkipWithError("no OpenGL device");
+    bench::BenchDevice device;
+    if (!device.ok()) return state.SkipWithError(device.failure());
     std::string pattern = (fs::temp_directory_path() / "lh_mapmemory_XXXXXX").string();
     if (!mkdtemp(pattern.data())) return state.SkipWithError("no scratch folder");
     fs::path scratch = pattern;
@@ -95,22 +88,19 @@ void measure(benchmark::State& state, bool painted) {
         map.ApplyStroke({{table::packPoint(10, 10), 255}, {table::packPoint(800, 600), 255}});
         int32_t viewX = 0, viewY = 0;
         platform::Subscription layer = ui::drawOnFrameStep(ui::FrameStep::DesktopWindows, [&](render::RenderContext& c) {
-            map.DrawLayers(c, viewX, viewY, 0xFFFFFFFF, {0, 0, kWidth, kHeight});
+            map.DrawLayers(c, viewX, viewY, 0xFFFFFFFF, {0, 0, bench::kWidth, bench::kHeight});
         });
         auto frame = [&](int32_t x, int32_t y) {
             viewX = x;
             viewY = y;
-            render::GraphicsDevice::Get().Invalidate(nullptr);
-            app::DrawFrame();
-            std::vector<uint32_t> px;
-            render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);  // waits for the frame
+            bench::redrawAndWait();
         };
         frame(0, 0);
         state.counters["opening"] = std::chrono::duration<double>(std::chrono::steady_clock::now() - opening).count();
         state.counters["layers"] = statusMiB("VmRSS:") - before;
         // Every tile of the picture comes on the screen once.
-        for (int32_t y = 0; y < kMapSide; y += kHeight)
-            for (int32_t x = 0; x < kMapSide; x += kWidth) frame(-x, -y);
+        for (int32_t y = 0; y < kMapSide; y += bench::kHeight)
+            for (int32_t x = 0; x < kMapSide; x += bench::kWidth) frame(-x, -y);
         state.counters["panned"] = statusMiB("VmRSS:") - before;
         state.counters["peak"] = statusMiB("VmHWM:") - before;
         map.Close(nullptr);

@@ -13,13 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "app/Frame.h"
 #include "db/SessionMode.h"
-#include "platform/Platform.h"
-#include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "render/Pipeline2D.h"
 #include "render/RenderContext.h"
+#include "support/BenchGl.h"
 #include "table/TokenBoard.h"
 #include "table/TokenDrawing.h"
 #include "ui/FrameLayers.h"
@@ -28,16 +26,17 @@ namespace {
 
 using namespace lh;
 
-constexpr int kWidth = 1024, kHeight = 768;
 constexpr int kTokens = 2000, kGliding = 200, kPictures = 24, kSide = 48;
 
 // The whole client area is the window; its one control is the map.
 class BenchPlace final : public table::TokenPlace {
 public:
     bool sharable() const override { return false; }
-    render::Rect windowRect() const override { return {0, 0, kWidth, kHeight}; }
+    render::Rect windowRect() const override { return {0, 0, bench::kWidth, bench::kHeight}; }
     int32_t controlCount() const override { return 1; }
-    render::Rect controlRect(int32_t) const override { return {24, 52, kWidth - 24, kHeight - 24}; }
+    render::Rect controlRect(int32_t) const override {
+        return {24, 52, bench::kWidth - 24, bench::kHeight - 24};
+    }
     void origin(int32_t index, int32_t& x, int32_t& y) const override {
         x = index == 1 ? 24 : 0;
         y = index == 1 ? 52 : 0;
@@ -58,7 +57,7 @@ std::unique_ptr<render::Bitmap> figure(int n) {
 }
 
 struct Scene {
-    std::unique_ptr<platform::Window> window;
+    bench::BenchDevice device;
     table::TokenLibrary library;
     table::TokenBoard board{library};
     BenchPlace place;
@@ -71,10 +70,7 @@ struct Scene {
     bool ok = false;
 
     Scene() {
-        std::string error;
-        if (!platform::initialize(error)) return;
-        window.reset(platform::Window::create("bench", kWidth, kHeight));
-        if (!window || render::GraphicsDevice::Get().Create(*window) != 0) return;
+        if (!device.ok()) return;
         db::setSessionMode(db::SessionMode::Host);
         std::vector<table::TokenDef*> defs;
         for (int i = 0; i < kPictures; ++i)
@@ -93,12 +89,13 @@ struct Scene {
             pipe.flush();
             tokenDraws += pipe.drawCalls() - before;
         });
-        frame();
+        bench::redrawAndWait();
         ok = true;
     }
 
     std::pair<int32_t, int32_t> spot() {
-        return {int32_t(gen() % (kWidth - 48 - kSide)), int32_t(gen() % (kHeight - 76 - kSide))};
+        return {int32_t(gen() % (bench::kWidth - 48 - kSide)),
+                int32_t(gen() % (bench::kHeight - 76 - kSide))};
     }
 
     // The first kGliding tokens that stand still set off somewhere new;
@@ -112,13 +109,6 @@ struct Scene {
             board.MoveToken(key, x, y, t.id, false, 1);
         }
         board.Glide();
-    }
-
-    void frame() {
-        render::GraphicsDevice::Get().Invalidate(nullptr);
-        app::DrawFrame();
-        std::vector<uint32_t> px;
-        render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);  // waits for the frame
     }
 };
 
@@ -136,7 +126,7 @@ void BM_TwoThousandTokensFrame(benchmark::State& state) {
     s.tokenDraws = 0;
     for (auto _ : state) {
         s.step();
-        s.frame();
+        bench::redrawAndWait();
     }
     state.counters["draws"] = double(s.tokenDraws) / double(state.iterations());
     state.SetLabel(labels[state.range(0)]);

@@ -21,13 +21,12 @@
 #include "db/XmlParse.h"
 #include "platform/Events.h"
 #include "platform/Paths.h"
-#include "platform/Platform.h"
-#include "platform/Window.h"
 #include "render/Bitmap.h"
 #include "render/FreeTypeFont.h"
 #include "render/GraphicsDevice.h"
 #include "render/PngWriter.h"
 #include "render/RenderContext.h"
+#include "support/BenchGl.h"
 #include "ui/ControlFactory.h"
 #include "ui/Desktop.h"
 #include "ui/ResourceFile.h"
@@ -40,7 +39,6 @@ namespace {
 
 using namespace lh;
 
-constexpr int kWidth = 1024, kHeight = 768;
 constexpr int kSheets = 20;
 
 render::FreeTypeFont* benchFont = nullptr;
@@ -97,7 +95,7 @@ void writePng(const std::filesystem::path& path, uint32_t size, uint32_t argb) {
 }
 
 struct Scene {
-    std::unique_ptr<platform::Window> window;
+    bench::BenchDevice device;
     std::unique_ptr<render::FreeTypeFont> font;
     // The process's Desktop: the app's routing delivers the benchmark's
     // clicks to it, as the platform's events would be.
@@ -107,10 +105,7 @@ struct Scene {
     bool ok = false;
 
     Scene() {
-        std::string error;
-        if (!platform::initialize(error)) return;
-        window.reset(platform::Window::create("bench", kWidth, kHeight));
-        if (!window || render::GraphicsDevice::Get().Create(*window) != 0) return;
+        if (!device.ok()) return;
         dir = std::filesystem::temp_directory_path() / "lorehaven_desktop_bench";
         std::filesystem::create_directories(dir);
         writePng(dir / "frame.png", 12, 0xFF406080);
@@ -127,7 +122,7 @@ struct Scene {
         });
         ui::LoadRulesetFile(db::parseXmlText(sheetClass(), "bench"), db::SessionMode::Host);
         desk = &ui::desktop();
-        desk->OnMainWindowSized(kWidth, kHeight);
+        desk->OnMainWindowSized(bench::kWidth, bench::kHeight);
         const ui::WindowClass* cls = ui::findWindowClass("sheet");
         if (!cls) return;
         for (int i = 0; i < kSheets; ++i) {
@@ -147,19 +142,9 @@ Scene& scene() {
     return s;
 }
 
-// Reading one pixel waits for the GPU (or llvmpipe) to finish the frame.
-void finish() {
-    std::vector<uint32_t> px;
-    render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
-}
-
 void BM_FullRedraw20Sheets(benchmark::State& state) {
     if (!scene().ok) return state.SkipWithError("no OpenGL device or no sheets");
-    for (auto _ : state) {
-        render::GraphicsDevice::Get().Invalidate(nullptr);
-        benchmark::DoNotOptimize(app::DrawFrame());
-        finish();
-    }
+    for (auto _ : state) bench::redrawAndWait();
 }
 BENCHMARK(BM_FullRedraw20Sheets)->Unit(benchmark::kMillisecond);
 
@@ -172,8 +157,7 @@ void BM_RedrawAfterOneControlChanged(benchmark::State& state) {
         auto* v = static_cast<BenchField&>(field).BoundValue<db::IntValue>();
         v->set(++n);
         v->publish(false);  // the window hears of it and marks itself dirty
-        benchmark::DoNotOptimize(app::DrawFrame());
-        finish();
+        bench::drawAndWait();
     }
 }
 BENCHMARK(BM_RedrawAfterOneControlChanged)->Unit(benchmark::kMillisecond);
@@ -187,8 +171,7 @@ void BM_OpenSheet(benchmark::State& state) {
         ui::Window* w = desk.OpenWindow(cls, "00099");
         render::GraphicsDevice::Get().ClearDirtyRect();
         w->Invalidate();
-        benchmark::DoNotOptimize(app::DrawFrame());
-        finish();
+        bench::drawAndWait();
         state.PauseTiming();
         w->Close(false);
         desk.CollectClosed();
@@ -222,8 +205,7 @@ void BM_PressToWindowInFront(benchmark::State& state) {
     ui::Window* first = desk.Find("sheet", "00001");
     ui::Window* second = desk.Find("sheet", "00002");
     if (!first || !second) return state.SkipWithError("the two sheets are not open");
-    app::DrawFrame();
-    finish();
+    bench::drawAndWait();
     for (auto _ : state) {
         const bool firstOnTop = desk.windows.back().get() == first;
         ui::Window* wanted = firstOnTop ? second : first;
@@ -233,8 +215,7 @@ void BM_PressToWindowInFront(benchmark::State& state) {
         } else {
             clickAt(second->rect.right - 130, second->rect.top + 10);
         }
-        benchmark::DoNotOptimize(app::DrawFrame());
-        finish();
+        bench::drawAndWait();
         if (desk.windows.back().get() != wanted) return state.SkipWithError("the press did not bring the window forward");
     }
 }

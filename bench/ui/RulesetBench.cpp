@@ -5,15 +5,12 @@
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "platform/Paths.h"
-#include "platform/Platform.h"
-#include "platform/Window.h"
 #include "render/GraphicsDevice.h"
 #include "render/RenderContext.h"
+#include "support/BenchGl.h"
 #include "ui/ResourceFile.h"
 #include "ui/RulesetData.h"
 #include "ui/RulesetLoader.h"
@@ -22,42 +19,27 @@ namespace {
 
 using namespace lh;
 
-constexpr int kWidth = 1024, kHeight = 768;
+struct Scene {
+    bench::BenchDevice device;
 
-struct Device {
-    std::unique_ptr<platform::Window> window;
-    bool ok = false;
-
-    Device() {
-        std::string error;
-        if (!platform::initialize(error)) return;
-        window.reset(platform::Window::create("bench", kWidth, kHeight));
-        ok = window && render::GraphicsDevice::Get().Create(*window) == 0;
+    Scene() {
         // An empty working directory: everything comes from the archive.
         platform::setWorkingDirectory(std::filesystem::temp_directory_path());
         ui::ResourceFile::setArchivePath(std::string(LOREHAVEN_BINARY_DIR) + "/resource.pak");
     }
 };
 
-Device& device() {
-    static Device d;
-    return d;
-}
-
-void finish() {
-    std::vector<uint32_t> px;
-    render::GraphicsDevice::Get().ReadBackBuffer({0, 0, 1, 1}, px);
+Scene& scene() {
+    static Scene s;
+    return s;
 }
 
 void BM_LoadDefaultRuleset(benchmark::State& state) {
-    if (!device().ok) {
-        state.SkipWithError("no OpenGL device");
-        return;
-    }
+    if (!scene().device.ok()) return state.SkipWithError(scene().device.failure());
     for (auto _ : state) {
         ui::clearRuleset();
         benchmark::DoNotOptimize(ui::LoadRuleset("Lorehaven", db::SessionMode::Host));
-        finish();
+        bench::waitForFrame();
     }
     state.counters["fonts"] = double(ui::ruleset().fonts.size());
     state.counters["frames"] = double(ui::ruleset().frameDefs.size());
@@ -65,24 +47,21 @@ void BM_LoadDefaultRuleset(benchmark::State& state) {
 BENCHMARK(BM_LoadDefaultRuleset)->Unit(benchmark::kMillisecond);
 
 void BM_DrawWindowFrameFullScreen(benchmark::State& state) {
-    if (!device().ok) {
-        state.SkipWithError("no OpenGL device");
-        return;
-    }
+    if (!scene().device.ok()) return state.SkipWithError(scene().device.failure());
     if (ui::ruleset().frameDefs.empty()) ui::LoadRuleset("Lorehaven", db::SessionMode::Host);
     ui::FrameDef* frame = ui::findFrame("windowframe");
     int calls = 0;
     for (auto _ : state) {
-        render::Rect all{0, 0, kWidth, kHeight};
+        render::Rect all{0, 0, bench::kWidth, bench::kHeight};
         render::GraphicsDevice::Get().BeginFrame(all);
         {
-            render::RenderContext context(false, kWidth, kHeight);
+            render::RenderContext context(false, bench::kWidth, bench::kHeight);
             context.BeginScene();
             calls = frame ? frame->Draw(context, all, 0xFFFFFFFFu, nullptr) : 0;
             context.EndScene();
         }
         render::GraphicsDevice::Get().Present(all);
-        finish();
+        bench::waitForFrame();
     }
     state.counters["draws"] = double(calls);
 }

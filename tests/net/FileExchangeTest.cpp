@@ -160,14 +160,18 @@ TEST_F(FileExchangeTest, CopiesWithinTwoSecondsAreKeptAndOthersFetched) {
     p.hostFile("rulesets\\R\\two.xml", "host");
     p.hostFile("rulesets\\R\\three.xml", "host");
     p.hostFile("rulesets\\R\\size.xml", "host");
+    // The host's three files share a time, in the middle of a span of the
+    // same high word: times a few seconds apart that cross into the next
+    // high word are never the same file, and a time taken from the clock
+    // would land near such a crossing now and then.
     FileTime t = stampOf(p.hostRoot.path() / "rulesets/R/two.xml");
+    t.low = 0x80000000u;
+    for (const char* name : {"two.xml", "three.xml", "size.xml"})
+        ASSERT_TRUE(setFileWriteTime(p.hostRoot.path() / "rulesets/R" / name, t));
     auto local = [&](const char* path, const std::string& bytes, int64_t secondsApart) {
         writeFile(p.atClient(path), bytes);
         setFileWriteTime(p.atClient(path), FileTime::of(uint64_t(int64_t(t.value()) + secondsApart * 10000000)));
     };
-    // The host's three files share a time to the second.
-    setFileWriteTime(p.hostRoot.path() / "rulesets/R/three.xml", t);
-    setFileWriteTime(p.hostRoot.path() / "rulesets/R/size.xml", t);
     local("rulesets\\R\\two.xml", "mine", 2);
     local("rulesets\\R\\three.xml", "mine", -3);
     local("rulesets\\R\\size.xml", "mine!", 0);

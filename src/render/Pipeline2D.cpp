@@ -79,18 +79,26 @@ void main() {
 )";
 
 // vAux.x is the distance from the centre line, vAux.y half the width: the
-// coverage falls from 1 to 0 over the last pixel.
+// coverage falls from 1 to 0 over the last pixel. vSource is the rectangle
+// (left, top, right, bottom) that the line's pixels must stay in, so a wide
+// line along a clip edge loses the part of its width beyond it. Fragment
+// coordinates are ours: y grows downwards from the target's top row.
 const char* kLineShader = R"(#version 330 core
 in vec2 vAux;
 in vec4 vColor;
+flat in vec4 vSource;
 out vec4 fragColor;
 void main() {
+    if (any(lessThan(gl_FragCoord.xy, vSource.xy)) || any(greaterThanEqual(gl_FragCoord.xy, vSource.zw))) discard;
     float a = vColor.a * clamp(vAux.y + 0.5 - abs(vAux.x), 0.0, 1.0);
     if (a == 0.0) discard;
     fragColor = vec4(vColor.rgb, a);
 }
 )";
 
+
+// A cut rectangle for lines that have none: far beyond any target.
+constexpr float kUncut = 1.0e9f;
 
 // 0xAARRGGBB to the bytes R, G, B, A in memory.
 uint32_t packColor(uint32_t argb) {
@@ -215,7 +223,7 @@ void Pipeline2D::addTiledSprite(unsigned texture, float x0, float y0, float x1, 
          {x1, y1, u1, v1, c, {s[0], s[1], s[2], s[3]}}, {x0, y1, offsetX, v1, c, {s[0], s[1], s[2], s[3]}});
 }
 
-void Pipeline2D::addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb) {
+void Pipeline2D::addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb, const Rect* cut) {
     if (!isReady()) return;
     float dx = x1 - x0, dy = y1 - y0;
     float len = std::sqrt(dx * dx + dy * dy);
@@ -235,10 +243,12 @@ void Pipeline2D::addLine(float x0, float y0, float x1, float y1, float width, ui
     float ex = x1 + tx * 0.5f, ey = y1 + ty * 0.5f;
     use(Mode::Line, 0);
     uint32_t c = packColor(argb);
-    quad({sx + nx * reach, sy + ny * reach, reach, half, c},
-         {ex + nx * reach, ey + ny * reach, reach, half, c},
-         {ex - nx * reach, ey - ny * reach, -reach, half, c},
-         {sx - nx * reach, sy - ny * reach, -reach, half, c});
+    const float k[4] = {cut ? float(cut->left) : -kUncut, cut ? float(cut->top) : -kUncut,
+                        cut ? float(cut->right) : kUncut, cut ? float(cut->bottom) : kUncut};
+    quad({sx + nx * reach, sy + ny * reach, reach, half, c, {k[0], k[1], k[2], k[3]}},
+         {ex + nx * reach, ey + ny * reach, reach, half, c, {k[0], k[1], k[2], k[3]}},
+         {ex - nx * reach, ey - ny * reach, -reach, half, c, {k[0], k[1], k[2], k[3]}},
+         {sx - nx * reach, sy - ny * reach, -reach, half, c, {k[0], k[1], k[2], k[3]}});
 }
 
 void Pipeline2D::addFill(float x0, float y0, float x1, float y1, uint32_t argb) {
@@ -247,7 +257,9 @@ void Pipeline2D::addFill(float x0, float y0, float x1, float y1, uint32_t argb) 
     uint32_t c = packColor(argb);
     // A half width far beyond any distance: full coverage everywhere.
     const float solid = 1.0e6f;
-    quad({x0, y0, 0, solid, c}, {x1, y0, 0, solid, c}, {x1, y1, 0, solid, c}, {x0, y1, 0, solid, c});
+    const float u = kUncut;
+    quad({x0, y0, 0, solid, c, {-u, -u, u, u}}, {x1, y0, 0, solid, c, {-u, -u, u, u}},
+         {x1, y1, 0, solid, c, {-u, -u, u, u}}, {x0, y1, 0, solid, c, {-u, -u, u, u}});
 }
 
 void Pipeline2D::flush() {

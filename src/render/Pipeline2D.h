@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "render/Color.h"
+#include "render/Rect.h"
 
 namespace lh::render {
 
@@ -48,8 +49,9 @@ public:
     void addTiledSprite(unsigned texture, float x0, float y0, float x1, float y1, float offsetX, float offsetY,
                         const float source[4], uint32_t argb);
     // A segment between two points in pixel coordinates (pixel edges, not
-    // centres), `width` wide with one pixel of antialiased fringe.
-    void addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb);
+    // centres), `width` wide with one pixel of antialiased fringe. With
+    // `cut`, no pixel outside it is touched, whatever the width.
+    void addLine(float x0, float y0, float x1, float y1, float width, uint32_t argb, const Rect* cut = nullptr);
     // A solid quad covering exactly [x0,x1) x [y0,y1), no fringe.
     void addFill(float x0, float y0, float x1, float y1, uint32_t argb);
 

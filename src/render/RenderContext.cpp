@@ -105,9 +105,13 @@ void RenderContext::DrawBitmapTiled(Bitmap& bitmap, const Rect& source, const Re
 int RenderContext::DrawLine(float x1, float y1, float x2, float y2, uint32_t bgr, float lineWidth,
                             const Rect* clip) {
     if (!usable()) return 0;
-    if (!clipLine(x1, y1, x2, y2, cut(clipRect, clip))) return 1;
+    // The centre line decides whether and how far the line is drawn; its
+    // width then stays inside the clip too, so a wide line along a clip
+    // edge does not paint over its neighbour.
+    const Rect bounds = cut(clipRect, clip);
+    if (!clipLine(x1, y1, x2, y2, bounds)) return 1;
     // Coordinates name pixel centres, which sit half a pixel in.
-    pipe().addLine(x1 + 0.5f, y1 + 0.5f, x2 + 0.5f, y2 + 0.5f, lineWidth, lineColorToArgb(bgr));
+    pipe().addLine(x1 + 0.5f, y1 + 0.5f, x2 + 0.5f, y2 + 0.5f, lineWidth, lineColorToArgb(bgr), &bounds);
     return 1;
 }
 

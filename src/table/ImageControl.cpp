@@ -217,9 +217,11 @@ void ImageControl::Draw(render::RenderContext& context, const render::Rect& clip
                          kGridMeasureColor, false);
     }
     if (db::isHost() && sharedWindow() && !viewRect.isEmpty()) {
-        // Where the players' view is, moved with the picture.
+        // Where the players' view is, moved with the picture: lines along
+        // its outermost pixel rows and columns, so that a view filling the
+        // control keeps all four sides inside it.
         float l = float(px + viewRect.left), t = float(py + viewRect.top);
-        float r = float(px + viewRect.right), b = float(py + viewRect.bottom);
+        float r = float(px + viewRect.right - 1), b = float(py + viewRect.bottom - 1);
         context.DrawLine(l, t, r, t, kPlayerViewColor, 3.0f);
         context.DrawLine(r, t, r, b, kPlayerViewColor, 3.0f);
         context.DrawLine(r, b, l, b, kPlayerViewColor, 3.0f);

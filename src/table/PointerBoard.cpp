@@ -88,6 +88,21 @@ void PointerBoard::WindowClosed(const WindowKey& key) {
     }
 }
 
-void PointerBoard::UserLeft(const std::string& user) { pointers.erase(user); }
+void PointerBoard::UserLeft(const std::string& user) {
+    auto it = pointers.find(user);
+    if (it == pointers.end()) return;
+    const uint32_t color = it->second.color;
+    pointers.erase(it);
+    // A client hears of a departure only for a user who played a
+    // character, and then by the character's name. The host tells everyone
+    // else that this user's pointer is gone, as if he had taken it away.
+    if (!isHost || !online || !sendOut || user == local) return;
+    PointerBody body;
+    body.user = user;
+    body.color = color;
+    net::NetMessage m;
+    encodePointer(net::tags::PNTRR, body, m);
+    sendOut(m);
+}
 
 }  // namespace lh::table

@@ -48,7 +48,8 @@ public:
     // pointer for somebody else), which the host does not relay.
     bool handle(const net::NetMessage& m, const std::string& fromUser, bool& accepted, std::string& why);
 
-    // A window closed here: pointers on it vanish. A user left: his goes.
+    // A window closed here: pointers on it vanish. A user left: his goes;
+    // the host also sends it away from every client.
     void WindowClosed(const WindowKey& key);
     void UserLeft(const std::string& user);
 

@@ -131,7 +131,11 @@ TEST_F(Drawing, TintsMultiplyAndAlphaZeroTintDrawsNothing) {
 
 TEST_F(Drawing, LinesAndRectanglesTakePlatformColours) {
     Rect clip{0, 0, 80, kHeight};
+    Rect below{0, 70, kWidth, kHeight};
     frame([&](RenderContext& c) {
+        c.DrawLine(120, 70, 150, 70, 0x00FFFFFFu, 3.0f, &below);   // white, 3 wide on the clip's top row
+        c.DrawLine(120, 69, 150, 69, 0x00FFFFFFu, 3.0f, &below);   // its centre outside: nothing
+        c.DrawLine(79, 90, 79, 110, 0x00FFFFFFu, 3.0f, &clip);     // on the clip's last column
         EXPECT_EQ(c.DrawLine(5, 10, 60, 10, 0x000000FFu, 1.0f), 1);  // opaque red
         c.DrawLine(5, 20, 60, 20, 0x800000FFu, 1.0f);                // half red
         c.DrawLine(30, 30, 30, 50, 0x0000FF00u, 3.0f);               // green, 3 wide
@@ -150,6 +154,14 @@ TEST_F(Drawing, LinesAndRectanglesTakePlatformColours) {
     EXPECT_EQ(at(s, 33, 40), 0xFF000000u);
     EXPECT_TRUE(near(at(s, 75, 60), 0xFF0000FFu, 2));
     EXPECT_EQ(at(s, 82, 60), 0xFF000000u);
+    // A wide line along a clip edge keeps the part of its width inside.
+    EXPECT_EQ(at(s, 135, 69), 0xFF000000u);
+    EXPECT_TRUE(near(at(s, 135, 70), 0xFFFFFFFFu, 2));
+    EXPECT_TRUE(near(at(s, 135, 71), 0xFFFFFFFFu, 2));
+    EXPECT_EQ(at(s, 135, 72), 0xFF000000u);
+    EXPECT_TRUE(near(at(s, 78, 100), 0xFFFFFFFFu, 2));
+    EXPECT_TRUE(near(at(s, 79, 100), 0xFFFFFFFFu, 2));
+    EXPECT_EQ(at(s, 80, 100), 0xFF000000u);
     EXPECT_EQ(at(s, 100, 10), 0xFFFFFF00u);
     EXPECT_EQ(at(s, 109, 14), 0xFFFFFF00u);
     EXPECT_EQ(at(s, 110, 12), 0xFF000000u);

@@ -2,13 +2,15 @@
 // recording context: every entry of the map's menus in each state, each
 // with an icon the Ruleset has, and the cursor of each mode; the players'
 // view drawn on the host, moving with the picture, and "Go To Player View"
-// bringing the host back to it; the loading icon while the picture is on
+// bringing the host back to it, and on the real device framing the view
+// within the control; the loading icon while the picture is on
 // its way, and the availability icon once every client has the file.
 #include <gtest/gtest.h>
 
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "db/Campaign.h"
@@ -17,7 +19,10 @@
 #include "platform/Paths.h"
 #include "platform/Window.h"
 #include "render/Bitmap.h"
+#include "render/GlFixture.h"
+#include "render/GraphicsDevice.h"
 #include "render/RecordingRenderContext.h"
+#include "render/RenderContext.h"
 #include "support/TestSupport.h"
 #include "table/ImageControl.h"
 #include "table/ImageValue.h"
@@ -53,9 +58,11 @@ struct QuietNetwork final : MapNetwork {
     int published = 0;
 };
 
-class MapControl : public ::testing::Test {
+// The host's table with the map window of the default Ruleset, and two
+// pictures on disk.
+class MapDesk {
 protected:
-    void SetUp() override {
+    void prepare() {
         db::clearTree();
         platform::setWorkingDirectory(dir.path());
         db::setSessionMode(db::SessionMode::Host);
@@ -75,7 +82,7 @@ protected:
         grey.reset(512, 384, 90);
         ASSERT_TRUE(saveLayerFile(platform::diskPath("campaigns\\Saga\\images\\exact.png"), grey));
     }
-    void TearDown() override {
+    void finish() {
         desk.windows.clear();
         setMapNetwork(nullptr);
         db::setSessionMode(db::SessionMode::Host);
@@ -96,6 +103,17 @@ protected:
         EXPECT_NE(control, nullptr);
         return *control;
     }
+
+    test::TempDir dir;
+    QuietNetwork network;
+    ui::Desktop desk;
+    ui::Window* window = nullptr;
+};
+
+class MapControl : public ::testing::Test, protected MapDesk {
+protected:
+    void SetUp() override { prepare(); }
+    void TearDown() override { finish(); }
 
     // Every entry of the control's menus by its labels ("Layers/Set Grid"),
     // with its icon; the hubs' icons are gathered too.
@@ -149,10 +167,6 @@ protected:
         return out;
     }
 
-    test::TempDir dir;
-    QuietNetwork network;
-    ui::Desktop desk;
-    ui::Window* window = nullptr;
     std::set<std::string> hubs;
 };
 
@@ -246,7 +260,8 @@ TEST_F(MapControl, TheHostSeesThePlayersViewMoveWithThePictureAndGoesBackToIt) {
     ImageValue& value = *map.value();
     int32_t ox, oy;
     map.GetOrigin(ox, oy);
-    // The four sides of the view, as (left, top, right, bottom) of the lines.
+    // The four sides of the view, as (left, top, right, bottom) of the lines:
+    // they run along its outermost pixels, the last column and row included.
     auto sides = [&]() {
         std::vector<DrawCall> lines = viewLines(map);
         render::Rect box{1 << 20, 1 << 20, -(1 << 20), -(1 << 20)};
@@ -264,7 +279,7 @@ TEST_F(MapControl, TheHostSeesThePlayersViewMoveWithThePictureAndGoesBackToIt) {
     window->shared = true;
     map.ShareData();
     EXPECT_EQ(map.viewRect, (render::Rect{0, 0, 512, 384}));
-    EXPECT_EQ(sides(), (std::pair{size_t(4), render::Rect{ox, oy, ox + 512, oy + 384}}));
+    EXPECT_EQ(sides(), (std::pair{size_t(4), render::Rect{ox, oy, ox + 511, oy + 383}}));
 
     // A player's pan snaps back and changes nothing.
     db::setSessionMode(db::SessionMode::Join);
@@ -283,7 +298,7 @@ TEST_F(MapControl, TheHostSeesThePlayersViewMoveWithThePictureAndGoesBackToIt) {
     EXPECT_EQ(value.viewX, -150);
     EXPECT_EQ(value.viewY, -80);
     EXPECT_EQ(network.published, published + 1);
-    EXPECT_EQ(sides(), (std::pair{size_t(4), render::Rect{ox - 150, oy - 80, ox - 150 + 512, oy - 80 + 384}}));
+    EXPECT_EQ(sides(), (std::pair{size_t(4), render::Rect{ox - 150, oy - 80, ox - 150 + 511, oy - 80 + 383}}));
     // Past its limits a pan holds at the picture's edge: 512 - 800.
     map.ScrollBy(-1000, -1000);
     map.ScrollEnded();
@@ -293,7 +308,7 @@ TEST_F(MapControl, TheHostSeesThePlayersViewMoveWithThePictureAndGoesBackToIt) {
     map.MenuSelected(kMenuGoToPlayerView);
     EXPECT_EQ(value.viewX, 0);
     EXPECT_EQ(value.viewY, 0);
-    EXPECT_EQ(sides(), (std::pair{size_t(4), render::Rect{ox, oy, ox + 512, oy + 384}}));
+    EXPECT_EQ(sides(), (std::pair{size_t(4), render::Rect{ox, oy, ox + 511, oy + 383}}));
 }
 
 TEST_F(MapControl, LoadingAndAvailabilityIndicators) {
@@ -356,6 +371,79 @@ TEST_F(MapControl, LoadingAndAvailabilityIndicators) {
     network.connected = {"Bob", "Cid"};
     host.value()->ClientLeft("Ann");
     EXPECT_EQ(iconCalls(host, "indicator_everyone").size(), 1u);
+}
+
+// The map drawn alone over white on the real device and read back, with
+// and without the players' view on it.
+class MapControlOnScreen : public test::GlTest, protected MapDesk {
+protected:
+    void SetUp() override {
+        GlTest::SetUp();
+        if (!HasFatalFailure()) prepare();
+    }
+    void TearDown() override {
+        finish();
+        GlTest::TearDown();
+    }
+
+    std::vector<uint32_t> drawn(ImageControl& control) {
+        render::GraphicsDevice& device = render::GraphicsDevice::Get();
+        const render::Rect all{0, 0, kWidth, kHeight};
+        device.BeginFrame(all);
+        {
+            render::RenderContext context(false, kWidth, kHeight);
+            context.BeginScene();
+            device.SetDepthTest(false);
+            // White around the control, where a line that spilled would show.
+            context.DrawRect(0, 0, kWidth, kHeight, 0x00FFFFFFu, true);
+            control.Draw(context, all);
+            context.EndScene();
+        }
+        device.Present(all);
+        return screen();
+    }
+    static int brightness(uint32_t rgb) { return int(rgb & 0xFF) + int((rgb >> 8) & 0xFF) + int((rgb >> 16) & 0xFF); }
+};
+
+// A view that fills the control shows as a band two pixels deep along each
+// of its four sides, inside the control: the sides on its far edges are
+// not lost, and the near ones reach no pixel out of it.
+TEST_F(MapControlOnScreen, AViewThatFillsTheControlIsFramedOnEverySideWithinIt) {
+    ImageControl& map = open("00001", "campaigns\\Saga\\images\\map.png");
+    ui::Window& sheet = *MapDesk::window;
+    const int32_t w = map.rect.width(), h = map.rect.height();
+    // Each corner of the control in turn on the small screen: its top left
+    // at (20, 20), then its bottom right at (140, 100).
+    for (auto [cx, cy, nearSide] : {std::tuple{20, 20, true}, std::tuple{140, 100, false}}) {
+        int32_t ox, oy;
+        map.Control::GetOrigin(ox, oy);
+        if (nearSide) {
+            sheet.MoveBy(cx - ox, cy - oy);
+        } else {
+            sheet.MoveBy(cx - (ox + w), cy - (oy + h));
+        }
+        sheet.shared = false;
+        const std::vector<uint32_t> plain = drawn(map);
+        sheet.shared = true;
+        map.ShareData();
+        const std::vector<uint32_t> framed = drawn(map);
+        ASSERT_EQ(at(plain, 60, 60), at(framed, 60, 60));
+        ASSERT_GT(brightness(at(plain, 60, 60)), 300) << "the picture is not drawn";
+        // Across one vertical and one horizontal side, from outside in.
+        const int step = nearSide ? 1 : -1, edgeX = nearSide ? cx : cx - 1, edgeY = nearSide ? cy : cy - 1;
+        const int alongX = nearSide ? 60 : 40, alongY = nearSide ? 60 : 40;
+        for (int d = -1; d <= 2; ++d) {
+            const bool band = d == 0 || d == 1;
+            const int x = edgeX + step * d, y = edgeY + step * d;
+            if (band) {
+                EXPECT_LT(brightness(at(framed, x, alongY)), brightness(at(plain, x, alongY)) - 60) << x;
+                EXPECT_LT(brightness(at(framed, alongX, y)), brightness(at(plain, alongX, y)) - 60) << y;
+            } else {
+                EXPECT_EQ(at(framed, x, alongY), at(plain, x, alongY)) << x;
+                EXPECT_EQ(at(framed, alongX, y), at(plain, alongX, y)) << y;
+            }
+        }
+    }
 }
 
 }  // namespace

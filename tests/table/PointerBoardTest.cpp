@@ -1,7 +1,8 @@
 // Pointers between a host and a client board: a client's pointer reaches
 // the host only in its own name; the echo never overwrites the receiver's
 // own shape but gives it the colour; a pointer on a window that is not open
-// is not shown; a closed window and a departed user take pointers away;
+// is not shown; a closed window takes pointers away, and a departed
+// user's goes from the host and, by the host's word, from every client;
 // malformed bodies are refused with the reason, and the map stays bounded.
 #include <gtest/gtest.h>
 
@@ -94,12 +95,34 @@ TEST(PointerBoard, OwnNameOnlyEchoKeepsTheShapeAndPointersGoAway) {
     EXPECT_TRUE(client.take(host.sent.back(), ""));
     EXPECT_TRUE(client.board.find("GM")->shown);
 
-    // Its window closed: every pointer on it goes; the user left: his entry.
+    // Its window closed: every pointer on it goes.
     client.board.WindowClosed(kMap);
     EXPECT_FALSE(client.board.find("GM")->shown);
     EXPECT_FALSE(client.board.find("Ann")->shown);
+
+    // The user left: his entry goes on the host, which sends his pointer
+    // away from the other clients, whether or not he played a character.
+    Side other("Bob", false);
+    EXPECT_TRUE(other.take(asEcho(request), ""));
+    EXPECT_TRUE(other.board.find("Ann")->shown);
+    const size_t sentBefore = host.sent.size();
     host.board.UserLeft("Ann");
     EXPECT_EQ(host.board.find("Ann"), nullptr);
+    ASSERT_EQ(host.sent.size(), sentBefore + 1);
+    EXPECT_EQ(host.sent.back().tag, tags::PNTRR);
+    PointerBody left;
+    ASSERT_TRUE(decodePointer(host.sent.back(), left, why));
+    EXPECT_EQ(left.user, "Ann");
+    EXPECT_EQ(left.kind, 0);
+    EXPECT_TRUE(left.window.className.empty() && left.window.recordName.empty());
+    EXPECT_TRUE(other.take(host.sent.back(), ""));
+    EXPECT_FALSE(other.board.find("Ann")->shown);
+    // Nothing goes out for a user the host had no pointer of, nor from a client.
+    host.board.UserLeft("Zed");
+    EXPECT_EQ(host.sent.size(), sentBefore + 1);
+    other.board.UserLeft("Ann");
+    EXPECT_EQ(other.board.find("Ann"), nullptr);
+    EXPECT_TRUE(other.sent.empty());
 
     // Taken away by its user: an empty window and kind 0 go out.
     host.board.SetLocal(nullptr, 1, 0, 0, true);

@@ -19,6 +19,8 @@
 //    mark in the host's strip at once, though the pointer did not move.
 //  - With a second player: a player's pointer goes from every screen when
 //    he leaves, and a map closed and opened again shows no old pointer.
+//  - A user without a character leaves: his pointer goes from the player's
+//    screen too.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -718,6 +720,76 @@ std::string number(int32_t v) {
 const std::string kMap = text("imagewindow") + text("00001");
 
 }  // namespace
+
+// A user who never took a character (here a peer speaking by hand, as the
+// program's own players cannot reach a map before they choose) leaves: the
+// clients never learn his name from the departure, so the host tells them
+// that his pointer is gone.
+TEST(TokenProcess, APointerGoesWhenAUserWithoutACharacterLeaves) {
+    TempDir hostDir, clientDir;
+    const uint16_t port = lh::test::freeTcpPort();
+    const fs::path hostTrace = hostDir.path() / "trace.txt", clientTrace = clientDir.path() / "trace.txt";
+    writeFile(hostDir.path() / "host.txt", kHostSharesMap +
+                                               "await pointer Raw left\n"
+                                               "await pointer Ann kind 1\n"  // the player is done
+                                               "menu 500 450 Close For All\n"
+                                               "wait 2000\n"
+                                               "quit 0\n");
+    writeFile(clientDir.path() / "client.txt", clientTakesMap() +
+                                                   "await pointer Raw kind 1\n"
+                                                   "wait 300\n"
+                                                   "screenshot before\n"
+                                                   "await pointer Raw kind 0\n"
+                                                   "wait 300\n"
+                                                   "screenshot after\n"
+                                                   "menu 500 400 Pointers/Draw Arrow\n" +
+                                                   drag(400, 520, 480, 520) +
+                                                   "await window closed imagewindow\n"
+                                                   "quit 0\n");
+    auto environment = [](const TempDir& dir) {
+        return std::vector<std::string>{"LOREHAVEN_TRACE=" + (dir.path() / "trace.txt").string(),
+                                        "LOREHAVEN_CONFIG_DIR=" + (dir.path() / "config").string()};
+    };
+    ChildProcess host(program(),
+                      {"--workdir", hostDir.str(), "--host", "--campaign", "Saga", "--gm", "Keeper", "--user", "Boss",
+                       "p" + std::to_string(port), "--script", (hostDir.path() / "host.txt").string()},
+                      environment(hostDir));
+    ASSERT_TRUE(waitForFile(hostTrace, " frame", host)) << host.errors() << readFile(hostTrace);
+    ChildProcess client(program(),
+                        {"--workdir", clientDir.str(), "--join", "127.0.0.1", "--user", "Ann",
+                         "p" + std::to_string(port), "--script", (clientDir.path() / "client.txt").string()},
+                        environment(clientDir));
+    ASSERT_TRUE(waitForFile(hostTrace, "received IMGAR", host)) << host.errors() << readFile(hostTrace);
+    {
+        lh::test::RawPeer peer(port);
+        peer.send("CONNQ", lh::test::connectBody("Raw", ""));
+        std::string tag, body;
+        while (tag != "CONNR") ASSERT_TRUE(peer.receive(tag, body)) << host.errors();
+        // An arrow across the player's map, in the picture's coordinates:
+        // from (400, 300) to (480, 300) on the screen.
+        peer.send("PNTRQ", text("Raw") + kMap + number(1) + number(94 << 16 | 144) + number(94 << 16 | 224) +
+                               number(255));
+        // He leaves once the player has his arrow on the screen.
+        ASSERT_TRUE(waitForFile(clientTrace, "screenshot before.png", client)) << client.errors()
+                                                                              << readFile(clientTrace);
+    }
+    EXPECT_EQ(client.wait(180s), 0) << client.errors() << readFile(clientTrace);
+    EXPECT_EQ(host.wait(60s), 0) << host.errors() << readFile(hostTrace);
+    const std::string hostText = readFile(hostTrace), clientText = readFile(clientTrace);
+    EXPECT_NE(hostText.find("pointer Raw left"), std::string::npos) << hostText;
+    EXPECT_NE(clientText.find("pointer Raw kind 0"), std::string::npos) << clientText;
+
+    // The red arrow stood on the player's map, and is gone from it.
+    auto shot = [&](const char* name) {
+        lh::ui::PixelImage picture;
+        std::string png = readFile(clientDir.path() / (std::string(name) + ".png"));
+        EXPECT_TRUE(lh::ui::decodePicture(png.data(), png.size(), picture)) << name;
+        return picture;
+    };
+    auto before = shot("before"), after = shot("after");
+    EXPECT_EQ(at(before, 440, 300), 0xFF0000u);
+    EXPECT_NE(at(after, 440, 300), 0xFF0000u);
+}
 
 TEST(TokenProcess, TheHostTrustsNoForgedTokenOrPointerRequest) {
     TempDir dir;

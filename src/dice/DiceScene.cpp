@@ -14,8 +14,6 @@ namespace lh::dice {
 namespace {
 
 constexpr double kStepSeconds = 0.006;
-// The most simulated time one frame catches up.
-constexpr double kMaxCatchUpSeconds = 0.25;
 constexpr int kSettleSteps = 100;
 constexpr float kHandZ = -5.0f;
 constexpr float kHomeZ = -1.0f;
@@ -83,11 +81,7 @@ void DiceScene::Advance(double now) {
     if (lastTime == 0.0) lastTime = now;
     delta = now - lastTime;
     lastTime = now;
-    // After a long stall (the process stopped, the machine asleep) the dice
-    // go on from where they were instead of racing through all that time in
-    // one frame: what lies beyond the bound is let go. The steps themselves
-    // stay whole and alike, so a roll still lands where it would have.
-    accumulator = std::min(accumulator + delta, kMaxCatchUpSeconds);
+    accumulator += delta;
     while (accumulator > kStepSeconds) {
         if (isDragging) grabStep(mouseX, mouseY, float(delta));
         diceWorld.Step();

@@ -65,8 +65,7 @@ public:
     void SetCamera(int32_t width, int32_t height);
 
     // Pacing, from the millisecond clock: steps of 0.006 s as time passes,
-    // the held dice following the mouse in each; at most a quarter of a
-    // second of steps per call, however long since the last.
+    // the held dice following the mouse in each.
     void Advance(double nowSeconds);
 
     // The one entry of mouse input. Answers 1 when a press grabbed a die.

@@ -1,7 +1,6 @@
 // The scene's roll life-cycle without a window: grabbing at the dice's
 // homes, the hand's rings, throwing over the chat, the reading in stop
-// order, a receiver that plays the same roll bit for bit, a long stall
-// that catches up a bounded stretch and changes no landing, the percentile
+// order, a receiver that plays the same roll bit for bit, the percentile
 // pair, putting dice down, and hostile roll messages.
 #include <gtest/gtest.h>
 
@@ -131,50 +130,6 @@ TEST_F(DiceSceneTest, StepsFollowTheClockAndTheBoundsTheCamera) {
     EXPECT_EQ(scene.world().viewBounds.right, scene.nearPicture(1280, 900).x);
     EXPECT_EQ(scene.world().rollBounds.right, roll.right);
     EXPECT_EQ(scene.camera().viewport.width, 1280);
-}
-
-// After a long stall (the process stopped, the machine asleep) one frame
-// catches up only a bounded stretch: the roll in flight goes on from where
-// it was, step for step, and rests bit for bit where it rests without the
-// stall.
-TEST_F(DiceSceneTest, ALongStallCatchesUpABoundedStretchAndTheRollRestsAlike) {
-    Seen steady, stalled;
-    DiceScene a(false, 1024, 768, kChat, hooksFor(steady));
-    DiceScene b(false, 1024, 768, kChat, hooksFor(stalled));
-    double nowA = 1.0, nowB = 1.0;
-    settle(a, nowA);
-    settle(b, nowB);
-    ThrowStart start;
-    start.shape = kShapeD12;
-    start.colorFlags = kWhiteNumerals;
-    start.center = {-10.0f, 40.0f, -5.0f};
-    start.velocity = {0.3f, -0.2f, 0.0f};
-    std::vector<uint8_t> body;
-    appendThrowRecord(body, start);
-    ASSERT_EQ(a.ThrowRecorded(body.data(), body.size()), "");
-    ASSERT_EQ(b.ThrowRecorded(body.data(), body.size()), "");
-    for (int frame = 0; frame < 5; ++frame) b.Advance(nowB += 0.03);
-    ASSERT_EQ(b.world().dice().size(), 7u);
-    ASSERT_FALSE(b.world().dice()[6]->atRest);
-
-    // Ten minutes in one frame: a quarter of a second of steps at most.
-    const uint64_t before = b.stepsRun;
-    b.Advance(nowB += 600.0);
-    EXPECT_GT(b.stepsRun, before);
-    EXPECT_LE(b.stepsRun - before, 42u);
-    ASSERT_EQ(b.world().dice().size(), 7u);  // still on its way
-    EXPECT_FALSE(b.world().dice()[6]->atRest);
-
-    settle(a, nowA);
-    settle(b, nowB);
-    ASSERT_EQ(steady.results.size(), 1u);
-    ASSERT_EQ(stalled.results.size(), 1u);
-    EXPECT_EQ(steady.results[0]->values, stalled.results[0]->values);
-    ASSERT_EQ(steady.stops.size(), stalled.stops.size());
-    for (size_t i = 0; i < steady.stops.size(); ++i) {
-        EXPECT_EQ(steady.stops[i].first, stalled.stops[i].first);
-        EXPECT_EQ(std::memcmp(&steady.stops[i].second, &stalled.stops[i].second, sizeof(Vec3)), 0) << i;
-    }
 }
 
 TEST_F(DiceSceneTest, TheHandHoldsRingsOfDiceUpToThirty) {

@@ -83,6 +83,14 @@ void DiceScene::Advance(double now) {
     lastTime = now;
     accumulator += delta;
     while (accumulator > kStepSeconds) {
+        // After a long stall the dice catch up in one go, step by step; once
+        // nothing moves, the steps left would change nothing: they are
+        // counted off, not run, and a machine that slept for an hour does
+        // not step its dice half a million times.
+        if (!isDragging && diceWorld.Still()) {
+            for (; accumulator > kStepSeconds; accumulator -= kStepSeconds) ++stepsRun, ++stepsCountedOff;
+            break;
+        }
         if (isDragging) grabStep(mouseX, mouseY, float(delta));
         diceWorld.Step();
         ++stepsRun;

@@ -96,7 +96,8 @@ public:
     const render::Rect& chatFrame() const { return rollFrame; }
     uint32_t bodyColor = kDefaultBodyColor;
     uint32_t colorFlags = kWhiteNumerals;
-    uint64_t stepsRun = 0;
+    uint64_t stepsRun = 0;         // steps of the clock, run or counted off
+    uint64_t stepsCountedOff = 0;  // of those, the ones not run: nothing moved
 
     // Pixel of a world point, and the point on the table-parallel plane at
     // depth z under a pixel.

@@ -65,6 +65,15 @@ void DiceWorld::Step() {
     }
 }
 
+bool DiceWorld::Still() const {
+    if (heldCount > 0) return false;
+    for (size_t i = 0; i < diceList.size(); ++i) {
+        const DieBody& die = *diceList[i];
+        if (!die.atRest || die.held || (i >= size_t(kPermanentDice) && die.finished)) return false;
+    }
+    return true;
+}
+
 DieBody* DiceWorld::Add(std::unique_ptr<DieBody> die) {
     assert(die && die->world == this);
     diceList.push_back(std::move(die));

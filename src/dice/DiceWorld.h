@@ -25,6 +25,9 @@ public:
 
     // One step of 0.006 s for all dice.
     void Step();
+    // A step would change nothing: every die lies at rest, none is held,
+    // and no die of a finished roll is still sinking away.
+    bool Still() const;
 
     DieBody* Add(std::unique_ptr<DieBody> die);
     void Remove(DieBody* die);

@@ -132,6 +132,47 @@ TEST_F(DiceSceneTest, StepsFollowTheClockAndTheBoundsTheCamera) {
     EXPECT_EQ(scene.camera().viewport.width, 1280);
 }
 
+// After a long stall (the process stopped, the machine asleep) the dice
+// catch up in one go: the roll in flight rests, bit for bit where it rests
+// without the stall, and the steps after that, which would move nothing,
+// are counted off rather than run.
+TEST_F(DiceSceneTest, ALongStallCatchesUpAtOnceAndRunsNoStepsOnceAllIsStill) {
+    Seen steady, stalled;
+    DiceScene a(false, 1024, 768, kChat, hooksFor(steady));
+    DiceScene b(false, 1024, 768, kChat, hooksFor(stalled));
+    double nowA = 1.0, nowB = 1.0;
+    settle(a, nowA);
+    settle(b, nowB);
+    ThrowStart start;
+    start.shape = kShapeD12;
+    start.colorFlags = kWhiteNumerals;
+    start.center = {-10.0f, 40.0f, -5.0f};
+    start.velocity = {0.3f, -0.2f, 0.0f};
+    std::vector<uint8_t> body;
+    appendThrowRecord(body, start);
+    ASSERT_EQ(a.ThrowRecorded(body.data(), body.size()), "");
+    ASSERT_EQ(b.ThrowRecorded(body.data(), body.size()), "");
+    for (int frame = 0; frame < 5; ++frame) b.Advance(nowB += 0.03);
+    ASSERT_FALSE(b.world().Still());
+
+    // Ten minutes in one frame.
+    const uint64_t before = b.stepsRun;
+    b.Advance(nowB += 600.0);
+    EXPECT_GE(b.stepsRun - before, 99999u);
+    EXPECT_GT(b.stepsCountedOff, 90000u);  // the roll took seconds, not minutes
+    EXPECT_TRUE(b.world().Still());
+    ASSERT_EQ(stalled.results.size(), 1u);  // rested and read in that frame
+
+    settle(a, nowA);
+    ASSERT_EQ(steady.results.size(), 1u);
+    EXPECT_EQ(steady.results[0]->values, stalled.results[0]->values);
+    ASSERT_EQ(steady.stops.size(), stalled.stops.size());
+    for (size_t i = 0; i < steady.stops.size(); ++i) {
+        EXPECT_EQ(steady.stops[i].first, stalled.stops[i].first);
+        EXPECT_EQ(std::memcmp(&steady.stops[i].second, &stalled.stops[i].second, sizeof(Vec3)), 0) << i;
+    }
+}
+
 TEST_F(DiceSceneTest, TheHandHoldsRingsOfDiceUpToThirty) {
     Seen seen;
     DiceScene scene(false, 1024, 768, kChat, hooksFor(seen));

@@ -15,6 +15,12 @@
 // into the other player's chat (its trace line on adding it, before the
 // frame), with the CPU each line costs the host and the other player.
 //
+// The floor under both: one byte from this process through two others and
+// back, each passing it on as it wakes, over Unix sockets with nothing else
+// done. A line makes the same trip (player, host, other player, and its
+// trace back here), so what the machine takes to wake three processes from
+// idle is a part of every line that no program of ours can cut.
+//
 // Load: 16 players (sessions in this process) send 20 lines a second each
 // for 30 s. Every player must receive every line, each sender's in the order
 // sent; lines lost or out of order are counted, and the host's CPU over the
@@ -23,6 +29,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -293,6 +300,60 @@ void BM_LineFromPlayerToAnothersScreen(benchmark::State& state) {
 }
 // The argument: the pause between lines in milliseconds.
 BENCHMARK(BM_LineFromPlayerToAnothersScreen)
+    ->Arg(0)
+    ->Arg(40)
+    ->ArgName("pause_ms")
+    ->Iterations(1000)
+    ->Unit(benchmark::kMicrosecond)
+    ->UseRealTime();
+
+// A child that passes each byte it reads on to the next socket.
+pid_t relayChild(int in, int out) {
+    const pid_t pid = fork();
+    if (pid != 0) return pid;
+    for (char c;;) {
+        pollfd p{in, POLLIN, 0};
+        if (poll(&p, 1, -1) < 0 || read(in, &c, 1) != 1 || write(out, &c, 1) != 1) _exit(0);
+    }
+}
+
+void BM_ByteThroughTwoIdleProcesses(benchmark::State& state) {
+    int first[2], second[2], back[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, first) != 0 || socketpair(AF_UNIX, SOCK_STREAM, 0, second) != 0 ||
+        socketpair(AF_UNIX, SOCK_STREAM, 0, back) != 0) {
+        state.SkipWithError("no sockets");
+        return;
+    }
+    const pid_t a = relayChild(first[1], second[0]), b = relayChild(second[1], back[0]);
+    const auto pause = std::chrono::milliseconds(state.range(0));
+    std::vector<double> samples;
+    for (auto _ : state) {
+        state.PauseTiming();
+        pollfd none{-1, 0, 0};
+        if (pause.count() > 0) poll(&none, 0, int(pause.count()));
+        state.ResumeTiming();
+        const auto start = Clock::now();
+        char c = 'x';
+        pollfd p{back[1], POLLIN, 0};
+        if (write(first[0], &c, 1) != 1 || poll(&p, 1, kLineLimitMs) != 1 || read(back[1], &c, 1) != 1) {
+            state.SkipWithError("the byte did not come back");
+            break;
+        }
+        samples.push_back(std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+    }
+    // Each child holds every socket too, so none of them ends by closing.
+    for (pid_t child : {a, b}) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    for (int fd : {first[0], first[1], second[0], second[1], back[0], back[1]}) close(fd);
+    if (samples.empty()) return;
+    std::sort(samples.begin(), samples.end());
+    state.counters["p50_us"] = samples[samples.size() / 2];
+    state.counters["p99_us"] = samples[std::min(samples.size() - 1, samples.size() * 99 / 100)];
+}
+// The argument: the pause between bytes in milliseconds, as between lines.
+BENCHMARK(BM_ByteThroughTwoIdleProcesses)
     ->Arg(0)
     ->Arg(40)
     ->ArgName("pause_ms")

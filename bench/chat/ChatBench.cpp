@@ -73,6 +73,17 @@ std::filesystem::path benchFolder(const std::string& name) {
     return path;
 }
 
+// Median, 99th percentile and maximum of samples in microseconds, as
+// counters whose names start with `prefix`.
+void putPercentiles(benchmark::State& state, std::vector<double> samples, const std::string& prefix) {
+    if (samples.empty()) return;
+    std::sort(samples.begin(), samples.end());
+    auto at = [&](double q) { return samples[std::min(samples.size() - 1, size_t(q * double(samples.size())))]; };
+    state.counters[prefix + "p50_us"] = at(0.50);
+    state.counters[prefix + "p99_us"] = at(0.99);
+    state.counters[prefix + "max_us"] = samples.back();
+}
+
 // The program, headless, its output kept in a log in its folder; ended by
 // SIGTERM through its exit path.
 class Program {
@@ -286,14 +297,8 @@ void BM_LineFromPlayerToAnothersScreen(benchmark::State& state) {
     }
     if (keep) std::ofstream(benchFolder("bea") / "trace.txt") << trace.seen;
     if (samples.empty()) return;
-    std::sort(samples.begin(), samples.end());
-    std::sort(inChat.begin(), inChat.end());
-    auto at = [](const std::vector<double>& v, double q) { return v[std::min(v.size() - 1, size_t(q * double(v.size())))]; };
-    state.counters["p50_us"] = at(samples, 0.50);
-    state.counters["p99_us"] = at(samples, 0.99);
-    state.counters["max_us"] = samples.back();
-    state.counters["in_chat_p50_us"] = at(inChat, 0.50);
-    state.counters["in_chat_p99_us"] = at(inChat, 0.99);
+    putPercentiles(state, samples, "");
+    putPercentiles(state, inChat, "in_chat_");
     const double lines = double(samples.size());
     state.counters["host_cpu_us_per_line"] = (cpuSeconds(host.id()) - hostCpuBefore) * 1e6 / lines;
     state.counters["receiver_cpu_us_per_line"] = (cpuSeconds(bea.id()) - beaCpuBefore) * 1e6 / lines;
@@ -347,10 +352,7 @@ void BM_ByteThroughTwoIdleProcesses(benchmark::State& state) {
         waitpid(child, nullptr, 0);
     }
     for (int fd : {first[0], first[1], second[0], second[1], back[0], back[1]}) close(fd);
-    if (samples.empty()) return;
-    std::sort(samples.begin(), samples.end());
-    state.counters["p50_us"] = samples[samples.size() / 2];
-    state.counters["p99_us"] = samples[std::min(samples.size() - 1, samples.size() * 99 / 100)];
+    putPercentiles(state, samples, "");
 }
 // The argument: the pause between bytes in milliseconds, as between lines.
 BENCHMARK(BM_ByteThroughTwoIdleProcesses)
